@@ -1,0 +1,19 @@
+/// \file
+/// Numbers between the native models, which count tenths of a dB, and OpenConfig, which counts dB.
+#ifndef YMAP_CONVERT_H
+#define YMAP_CONVERT_H
+
+#include "request.h"
+
+namespace ymap {
+
+/// The number that a text begins with, as scanf's "%lf" reads it; 0 when it begins with none. Texts of digits
+/// do not depend on the locale of the process.
+double parse_number(const char *text);
+
+/// Writes `decibels` as printf's "%.2f" does, whatever the locale; `buffer` holds text_size bytes.
+void print_decibels(char *buffer, double decibels);
+
+}  // namespace ymap
+
+#endif  // YMAP_CONVERT_H

@@ -1,0 +1,57 @@
+// Questions to the running request, and the owned copies that tell the framework what was wrong with it.
+#include "request.h"
+
+#include "trace.h"
+
+namespace ymap {
+
+namespace {
+
+constexpr uint16_t has_content_selection = 1U << 15;
+constexpr uint8_t has_content_selector = 1U << 0;
+constexpr uint32_t type_unknown = 0xffffffffU;
+
+void replace_copy(char *&copy, const char *text, const char *owner) {
+  if (copy != nullptr) nos_named_free(copy);
+  copy = nullptr;
+  if (text != nullptr) copy = yfw_strdup(text, owner);
+}
+
+}  // namespace
+
+yfw_map_state &state_of(yfw_map_ctx *ctx) {
+  static yfw_map_state blank{};
+  return ctx->state != nullptr ? *ctx->state : blank;
+}
+
+uint32_t request_type(yfw_map_ctx *ctx) {
+  const yfw_map_request *request = state_of(ctx).request;
+  return request != nullptr ? request->type : type_unknown;
+}
+
+Kind kind_of(yfw_map_ctx *ctx, const vidl_yfw_datatree *node) {
+  if (is_read(request_type(ctx))) return kind_read;
+  return yfw_map_is_request_delete(node) != 0 ? kind_delete : kind_edit;
+}
+
+bool is_config_suppressed(yfw_map_ctx *ctx) {
+  const yfw_map_request *request = state_of(ctx).request;
+  if (request == nullptr) return false;
+  const yfw_content_selection &selection = request->content_selection;
+  const bool present =
+      (request->presence & has_content_selection) != 0 || (selection.presence & has_content_selector) != 0;
+  return present && selection.content_selector == YMAP_CONTENT_STATE_ONLY;
+}
+
+void set_err_tag(yfw_map_ctx *ctx, const char *tag, const char *owner) {
+  if (ctx->state != nullptr) replace_copy(ctx->state->err_tag, tag, owner);
+}
+
+verrno reject_value(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const char *message) {
+  set_err_tag(ctx, vidl_yfw_datatree_get_tag(node), owner_transform);
+  if (ctx->state != nullptr) replace_copy(ctx->state->err_message, message, owner_walker);
+  yfw_oc_error_path(ctx);
+  return YMAP_ERR_INVALID_VALUE;
+}
+
+}  // namespace ymap

@@ -1,0 +1,69 @@
+/// \file
+/// What the walkers, handlers and transforms ask of the running request.
+#ifndef YMAP_REQUEST_H
+#define YMAP_REQUEST_H
+
+#include "yfw_services.h"
+#include "ymap_datatree.h"
+
+namespace ymap {
+
+/// Size of the working buffers for paths, values and controller names, and of those for names and keys.
+inline constexpr size_t text_size = 200;
+inline constexpr size_t name_size = 20;
+
+/// The state record of the request; a blank one of the plug-in's own when the framework gave none.
+yfw_map_state &state_of(yfw_map_ctx *ctx);
+
+/// The request type; without a request record that of an edit that is not keyed.
+uint32_t request_type(yfw_map_ctx *ctx);
+
+inline bool is_read(uint32_t type) {
+  return type == YMAP_REQ_GET_CONFIG || type == YMAP_REQ_GET;
+}
+
+/// True for the types in which every list entry must carry its key.
+inline bool is_keyed(uint32_t type) {
+  return type == YMAP_REQ_EDIT || type == YMAP_REQ_KEYED_8 || type == YMAP_REQ_KEYED_15;
+}
+
+/// What a request wants of a leaf.
+enum Kind { kind_read, kind_delete, kind_edit };
+Kind kind_of(yfw_map_ctx *ctx, const vidl_yfw_datatree *node);
+
+/// True when the content selection asks for state only: configuration paths are left out.
+bool is_config_suppressed(yfw_map_ctx *ctx);
+
+/// The value of a leaf, or NULL when its presence bit is clear.
+inline const char *value_of(const vidl_yfw_datatree *node) {
+  return vidl_yfw_datatree_has_data(node) ? vidl_yfw_datatree_get_data(node) : nullptr;
+}
+
+/// Replaces `err_tag` by a copy of `tag` (owner label `owner`), if there is a state record.
+void set_err_tag(yfw_map_ctx *ctx, const char *tag, const char *owner);
+
+/// Rejects a value: `err_tag` and `err_message` replaced by copies, the path noted; the status to return.
+verrno reject_value(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const char *message);
+
+/// Owner labels of the copies.
+inline constexpr const char *owner_walker = "YFW MAP";
+inline constexpr const char *owner_transform = "ocamp-tag";
+
+/// One add to an output tree, in the terms of yfw_map_datatree_add_path_flagged.
+struct Add {
+  const char *path;
+  const char *ns;
+  const char *value = nullptr;          ///< NULL selects
+  vidl_yfw_datatree *source = nullptr;  ///< request node whose operation the new node takes
+  int list_flag = 0;
+  int leaf_flag = 0;
+};
+
+inline verrno add_path(yfw_map_ctx *ctx, vidl_yfw_datatree *out, const Add &add) {
+  return yfw_map_datatree_add_path_flagged(ctx, out, add.path, add.ns, add.value, add.source, nullptr,
+                                           add.list_flag, add.leaf_flag);
+}
+
+}  // namespace ymap
+
+#endif  // YMAP_REQUEST_H

@@ -1,0 +1,225 @@
+// Names, searches and slots; see utility.h.
+#include "utility.h"
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "trace.h"
+
+namespace {
+
+constexpr const char *amplifier_prefix = "0/0-AMP-";
+constexpr const char *controller_prefix = "Ots0/0/0/";
+constexpr const char *pre_marker = "PRE";
+constexpr const char *bst_marker = "BST";
+
+// Both slots point here once a request has run, so that no release can be forgotten.
+char pre_buffer[ymap::text_size];
+char bst_buffer[ymap::text_size];
+
+bool holds(const char *text, const char *part) {
+  return text != nullptr && std::strstr(text, part) != nullptr;
+}
+
+bool is_empty(const char *text) {
+  return text != nullptr && text[0] == '\0';
+}
+
+// Reads `prefix` followed by a number; leaves `port` as it is when the text does not match. Numbers beyond an
+// int are cut to its limits, so that they cannot come round to a port that exists.
+void scan_port(const char *text, const char *prefix, int &port) {
+  const size_t length = std::strlen(prefix);
+  if (text == nullptr || std::strncmp(text, prefix, length) != 0) return;
+  char *end = nullptr;
+  const long number = std::strtol(text + length, &end, 10);
+  if (end == text + length) return;
+  port = static_cast<int>(number > INT_MAX ? INT_MAX : number < INT_MIN ? INT_MIN : number);
+}
+
+int controller_port(const char *controller_name) {
+  int port = -1;
+  scan_port(controller_name, controller_prefix, port);
+  return port;
+}
+
+int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *out, const char *function) {
+  const int port = controller_port(controller_name);
+  assert(NULL != ctx);
+  TRC(ctx, function, "controller_name = %s", ymap::shown(controller_name));
+  if (holds(controller_name, "Ots0/0/0") && (port == 0 || port == 2)) {
+    ots_ctrl_key_to_ampli_key(controller_name, out);
+    TRC(ctx, function, "amplifier_name = %s", ymap::shown(out));
+    return 1;
+  }
+  ERR(ctx, function, "Invalid controller_name [%s] and port id [%d], discard it!",
+      ymap::shown(controller_name), port);
+  return 0;
+}
+
+// The children that a search descends to. The presence bit is not asked: answers come without it.
+int32_t searched_children(const vidl_yfw_datatree *node, vidl_yfw_datatree **children) {
+  const auto count = static_cast<int32_t>(vidl_yfw_datatree_get_subtrees(node, children));
+  return *children != nullptr ? count : 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+const char *const controller_amp_ots_list[4] = {"Ots0/0/0/0", "Ots0/0/0/0", "Ots0/0/0/2", nullptr};
+char *amp_key_pre = nullptr;
+char *amp_key_bst = nullptr;
+
+void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
+  const char *suffix = nullptr;
+  switch (controller_port(controller_name)) {
+    case 2:
+      suffix = "BST2";
+      break;
+    case 0:
+      if (ymap::is_side_named(ymap::Side::egress)) {
+        suffix = "BST0";
+      } else if (ymap::is_side_selected(ymap::Side::ingress)) {
+        suffix = "PRE0";
+      } else if (ymap::is_side_selected(ymap::Side::egress)) {
+        suffix = "BST0";
+      }
+      break;
+    default:
+      break;
+  }
+  if (suffix != nullptr && out != nullptr) std::snprintf(out, ymap::name_size, "0/0-AMP-%s", suffix);
+}
+
+int check_controller_name_ots_is_good(yfw_map_ctx *ctx, const char *controller_name, char *out) {
+  return check_controller_name(ctx, controller_name, out, __func__);
+}
+
+int check_controller_name_ots_is_valid(yfw_map_ctx *ctx, const char *controller_name, char *out) {
+  return check_controller_name(ctx, controller_name, out, __func__);
+}
+
+int ampli_key_to_key(const char *amplifier_name, const char *format, char *out) {
+  int port = -1;
+  char suffix[10] = {};
+  const size_t length = std::strlen(amplifier_prefix);
+  if (amplifier_name != nullptr && std::strncmp(amplifier_name, amplifier_prefix, length) == 0)
+    std::sscanf(amplifier_name + length, "%9s", suffix);
+  scan_port(suffix, pre_marker, port);
+  scan_port(suffix, bst_marker, port);
+  return std::snprintf(out, ymap::text_size, format, port);
+}
+
+int ampli_key_to_ots_ctrl_key(const char *amplifier_name, char *out) {
+  return ampli_key_to_key(amplifier_name, "Ots0/0/0/%d", out);
+}
+
+int compare_path(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find, char *path, char *key) {
+  if (node == nullptr) {
+    ERR(ctx, __func__, "return, req is NULL");
+    return 0;
+  }
+  if (!vidl_yfw_datatree_has_tag(node)) return 0;
+  const char *tag = vidl_yfw_datatree_get_tag(node);
+  TRC(ctx, __func__, "TAG <%s>, NS <%s>", ymap::shown(tag),
+      ymap::shown(vidl_yfw_datatree_get_namespace(node)));
+  if (tag != nullptr) yfw_strcat_s(__func__, path, ymap::text_size, tag);
+
+  if (vidl_yfw_datatree_has_data(node)) {
+    const char *data = vidl_yfw_datatree_get_data(node);
+    TRC(ctx, __func__, "data %s", ymap::shown(data));
+    TRC(ctx, __func__, "path        : <%s>", path);
+    TRC(ctx, __func__, "path_to_find: <%s>", path_to_find);
+    if (std::strcmp(path, path_to_find) == 0) {
+      TRC(ctx, __func__, "found return !");
+      yfw_strcpy_s(__func__, key, ymap::name_size, data != nullptr ? data : "");
+      TRC(ctx, __func__, "key %s,", key);
+      TRC(ctx, __func__, "req->_data %s,", ymap::shown(data));
+      return 1;
+    }
+  }
+
+  yfw_strcat_s(__func__, path, ymap::text_size, "/");
+  vidl_yfw_datatree *children = nullptr;
+  const int32_t count = searched_children(node, &children);
+  TRC(ctx, __func__, "subtree_count %d", static_cast<int32_t>(node->subtree_count));
+  for (int32_t i = 0; i < count; ++i) {
+    char child_path[ymap::text_size] = {};
+    yfw_strcpy_s(__func__, child_path, sizeof child_path, path);
+    if (compare_path(ctx, &children[i], path_to_find, child_path, key) != 0) return 1;
+  }
+  return 0;
+}
+
+int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find, char *path) {
+  if (node == nullptr) {
+    ERR(ctx, __func__, "return, req is NULL");
+    return 0;
+  }
+  if (!vidl_yfw_datatree_has_tag(node)) return 0;
+  const char *tag = vidl_yfw_datatree_get_tag(node);
+  if (tag != nullptr) yfw_strcat_s(__func__, path, ymap::text_size, tag);
+  if (std::strcmp(path, path_to_find) == 0) return 1;
+
+  vidl_yfw_datatree *children = nullptr;
+  const int32_t count = searched_children(node, &children);
+  for (int32_t i = 0; i < count; ++i) {
+    char saved[ymap::text_size] = {};
+    yfw_strcpy_s(__func__, saved, sizeof saved, path);
+    yfw_strcat_s(__func__, path, ymap::text_size, "/");
+    if (check_request_type_3(ctx, &children[i], path_to_find, path) == 1) return 1;
+    yfw_strcpy_s(__func__, path, ymap::text_size, saved);
+  }
+  return 0;
+}
+
+int check_request_type(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find) {
+  char path[ymap::text_size] = {};
+  return check_request_type_3(ctx, node, path_to_find, path);
+}
+
+void print_data(yfw_map_ctx *ctx) {
+  ctx->print_mark = 1;
+  yfw_map_state &state = ymap::state_of(ctx);
+  for (int i = 0; state.node_data != nullptr && i < state.node_data_count; ++i) {
+    TRC(ctx, __func__, "iteration %d", i);
+    yfw_map_print_datatree_internal(ctx, state.node_data[i].node, "node_data");
+  }
+  TRC(ctx, __func__, "HERE IS MYTRACE");
+  yfw_map_print_datatree_internal(ctx, state.root_node, "root_node");
+  yfw_map_print_datatree_internal(ctx, state.parent_node, "parent_node");
+  yfw_map_print_datatree_internal(ctx, state.current_node, "current_node");
+  yfw_map_print_datatree_internal(ctx, state.reg_dup_datatree, "reg_dup_datatree");
+  yfw_map_print_datatree_internal(ctx, state.plist, "plist");
+}
+
+}  // extern "C"
+
+namespace ymap {
+
+bool is_side_named(Side side) {
+  return side == Side::ingress ? holds(amp_key_pre, pre_marker) : holds(amp_key_bst, bst_marker);
+}
+
+bool is_side_selected(Side side) {
+  return is_side_named(side) || is_empty(side == Side::ingress ? amp_key_pre : amp_key_bst);
+}
+
+bool is_amplifier_name(const char *text) {
+  return holds(text, amplifier_prefix) && (holds(text, "PRE0") || holds(text, "BST0") || holds(text, "BST2"));
+}
+
+void reset_slots() {
+  std::memset(pre_buffer, 0, sizeof pre_buffer);
+  std::memset(bst_buffer, 0, sizeof bst_buffer);
+  amp_key_pre = pre_buffer;
+  amp_key_bst = bst_buffer;
+}
+
+void set_slot(const char *caller, char *slot, const char *text) {
+  if (slot != nullptr) yfw_strcpy_s(caller, slot, text_size, text);
+}
+
+}  // namespace ymap
