@@ -1,0 +1,162 @@
+// The walking patterns of the native direction; see no_walk.h.
+#include "no_walk.h"
+
+#include "request.h"
+#include "trace.h"
+
+namespace ymap {
+
+namespace {
+
+// The row of a child, or nullptr: in operational modules only reads of state know any child.
+const NoRow *find_row(const NoRow &parent, const char *tag, uint32_t type) {
+  if (parent.module->reads_state_only && type != YMAP_REQ_GET) return nullptr;
+  for (size_t i = 0; i < parent.child_count; ++i)
+    if (yfw_map_do_these_match(tag, parent.children[i].tag) != 0) return &parent.children[i];
+  return nullptr;
+}
+
+verrno dispatch_child(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *child, vidl_yfw_datatree *out,
+                      uint32_t type) {
+  const char *tag = vidl_yfw_datatree_get_tag(child);
+  if (tag == nullptr) {
+    ERR(ctx, row.name, "Tag name is not available!");
+    return YMAP_ERR_BAD_NODE;
+  }
+  const NoRow *known = find_row(row, tag, type);
+  if (known != nullptr) {
+    if (known->is_key) vidl_yfw_datatree_set_is_key(child);
+    const verrno status = known->walk(ctx, *known, child, out);
+    const bool drops_entry = status == YMAP_SKIP_NODE && known->walk == walk_no_list_entry;
+    return drops_entry ? YMAP_OK : status;
+  }
+  if (yfw_map_do_these_match(row.module->ns, vidl_yfw_datatree_get_namespace(child)) != 0) {
+    TRC(ctx, row.name, "Unsupported tag. Ignoring.");
+    return YMAP_OK;
+  }
+  return row.augments(ctx, child, out);
+}
+
+verrno dispatch(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *children, uint32_t count,
+                vidl_yfw_datatree *out) {
+  const uint32_t type = request_type(ctx);
+  verrno status = YMAP_OK;
+  for (uint32_t i = 0; i < count && status == YMAP_OK; ++i)
+    status = dispatch_child(ctx, row, &children[i], out, type);
+  return status;
+}
+
+// Reads the children of a node; false for children that are announced and not there.
+bool get_children(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, vidl_yfw_datatree **children,
+                  uint32_t *count, const char *function) {
+  *count = 0;
+  if (vidl_yfw_datatree_has_subtrees(node)) *count = vidl_yfw_datatree_get_subtrees(node, children);
+  if (*count == 0 || *children != nullptr) return true;
+  ERR(ctx, function, "Failed to get subtrees!");
+  TRC(ctx, function, "End");
+  return false;
+}
+
+void mark_keys(const NoRow &row, vidl_yfw_datatree *children, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i)
+    for (const char *const *key = row.key_tags; *key != nullptr; ++key)
+      if (yfw_map_do_these_match(vidl_yfw_datatree_get_tag(&children[i]), *key) != 0)
+        vidl_yfw_datatree_set_is_key(&children[i]);
+}
+
+}  // namespace
+
+verrno walk_no_container(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *node,
+                         vidl_yfw_datatree *out) {
+  assert(NULL != ctx);
+  TRC(ctx, row.name, "Start");
+  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
+  vidl_yfw_datatree *children = nullptr;
+  uint32_t count = 0;
+  if (!get_children(ctx, node, &children, &count, row.name)) return YMAP_ERR_BAD_NODE;
+
+  yfw_map_add_to_node_hierarchy(ctx, node, YMAP_WALK_CONTAINER);
+  verrno status = row.cont_handler(ctx, node, count, out);
+  if (status == YMAP_OK) status = dispatch(ctx, row, children, count, out);
+  yfw_map_remove_from_node_hierarchy(ctx, node);
+  TRC(ctx, row.name, "End");
+  return status;
+}
+
+verrno walk_no_list_entry(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *node,
+                          vidl_yfw_datatree *out) {
+  assert(NULL != ctx);
+  TRC(ctx, row.name, "Start");
+  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
+  vidl_yfw_datatree *children = nullptr;
+  uint32_t count = 0;
+  if (!get_children(ctx, node, &children, &count, row.name)) return YMAP_ERR_BAD_NODE;
+  if (count == 0) ERR(ctx, row.name, "No keys specified with a list node.");
+
+  yfw_map_add_to_node_hierarchy(ctx, node, YMAP_WALK_LIST_ENTRY);
+  verrno status = yfw_map_update_current_list_node(ctx, row.list_path);
+  if (status == YMAP_OK) {
+    mark_keys(row, children, count);
+    status = row.handler(ctx, node, out);
+    if (status == YMAP_SKIP_NODE) {
+      yfw_map_remove_from_node_hierarchy(ctx, node);
+      TRC(ctx, row.name, "End");
+      return YMAP_SKIP_NODE;
+    }
+  }
+
+  // What the leaves add lands in the output entry that the handler selected: the bracket tells the framework
+  // so.
+  const yfw_map_state &state = state_of(ctx);
+  const uint8_t before = state.output_list_count;
+  yfw_add_to_output_list_ctx(ctx, node, out);
+  const uint8_t after = state.output_list_count;
+  if (status == YMAP_OK) status = dispatch(ctx, row, children, count, out);
+  yfw_map_remove_from_node_hierarchy(ctx, node);
+  if (before < after) yfw_remove_from_output_list_ctx(ctx, node, out);
+  TRC(ctx, row.name, "End");
+  return status;
+}
+
+verrno walk_no_leaf(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
+  assert(NULL != ctx);
+  TRC(ctx, row.name, "Start");
+  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
+  if (vidl_yfw_datatree_has_status(node) && vidl_yfw_datatree_get_status(node) == YMAP_NODE_XPATH_ERROR) {
+    TRC(ctx, row.name, "got xpath error node ");
+    state_of(ctx).pass_flags |= YMAP_PASS_XPATH_ERROR;
+  }
+  const verrno status = row.handler(ctx, node, out);
+  TRC(ctx, row.name, "End");
+  return status;
+}
+
+verrno walk_no_augment(yfw_map_ctx *ctx, const NoRow &top, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
+                       NodeFunction *augments, const char *function) {
+  assert(NULL != ctx);
+  TRC(ctx, function, "Start");
+  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, function);
+  vidl_yfw_datatree *children = nullptr;
+  uint32_t count = 0;
+  if (!get_children(ctx, node, &children, &count, function)) return YMAP_ERR_BAD_NODE;
+  const char *tag = vidl_yfw_datatree_get_tag(node);
+  if (tag == nullptr) {
+    ERR(ctx, function, "Tag name is not available!");
+    TRC(ctx, function, "End");
+    return YMAP_ERR_BAD_NODE;
+  }
+
+  TRC(ctx, function, "Processing tag '%s'", tag);
+  verrno status = YMAP_OK;
+  if (yfw_map_do_these_match(tag, top.tag) != 0) {
+    status = top.walk(ctx, top, node, out);
+  } else if (yfw_map_do_these_match(top.module->ns, vidl_yfw_datatree_get_namespace(node)) != 0) {
+    TRC(ctx, function, "Unsupported tag. Ignoring.");
+  } else {
+    status = augments(ctx, node, out);
+  }
+  TRC(ctx, function, "End");
+  return status;
+}
+
+}  // namespace ymap
