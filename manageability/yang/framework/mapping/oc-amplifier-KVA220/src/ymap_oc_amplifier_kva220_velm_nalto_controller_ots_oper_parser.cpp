@@ -11,7 +11,6 @@
 
 namespace {
 
-using ymap::no_rows;
 using ymap::NoRow;
 
 constexpr ymap::NoModule module = {YMAP_NS_OTS_OPER, true};

@@ -12,7 +12,6 @@
 
 namespace {
 
-using ymap::no_rows;
 using ymap::NoRow;
 
 constexpr ymap::NoModule module = {YMAP_NS_PMENGINE_OPER, true};

@@ -41,137 +41,29 @@ namespace {
 
 using ymap::OnRow;
 
-// ---- Statistics ----
+// ---- Statistics: VALUE is the kind of the four values, the other three have handlers of their own ----
 
-constexpr OnRow actual_gain_rows[] = {
-    ON_LEAF("instant", lvla_opticalamplifier_actualgain_instant),
-    ON_LEAF("avg", lvla_opticalamplifier_actualgain_avg),
-    ON_LEAF("min", lvla_opticalamplifier_actualgain_min),
-    ON_LEAF("max", lvla_opticalamplifier_actualgain_max),
-    ON_LEAF("interval", lvla_opticalamplifier_actualgain_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_actualgain_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_actualgain_maxtime),
-};
+#define STATISTICS(VALUE, word)                                                                              \
+  {                                                                                                          \
+    VALUE("instant", word##_instant), VALUE("avg", word##_avg), VALUE("min", word##_min),                    \
+        VALUE("max", word##_max), ON_LEAF("interval", word##_interval), ON_LEAF("min-time", word##_mintime), \
+        ON_LEAF("max-time", word##_maxtime),                                                                 \
+  }
 
-constexpr OnRow actual_gain_tilt_rows[] = {
-    ON_LEAF("instant", lvla_opticalamplifier_actualgaintilt_instant),
-    ON_LEAF("avg", lvla_opticalamplifier_actualgaintilt_avg),
-    ON_LEAF("min", lvla_opticalamplifier_actualgaintilt_min),
-    ON_LEAF("max", lvla_opticalamplifier_actualgaintilt_max),
-    ON_LEAF("interval", lvla_opticalamplifier_actualgaintilt_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_actualgaintilt_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_actualgaintilt_maxtime),
-};
-
-constexpr OnRow input_power_total_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_inputpowertotal_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_inputpowertotal_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_inputpowertotal_min),
-    ON_PLAIN("max", lvla_opticalamplifier_inputpowertotal_max),
-    ON_LEAF("interval", lvla_opticalamplifier_inputpowertotal_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_inputpowertotal_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_inputpowertotal_maxtime),
-};
-
-constexpr OnRow input_power_c_band_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_inputpowercband_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_inputpowercband_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_inputpowercband_min),
-    ON_PLAIN("max", lvla_opticalamplifier_inputpowercband_max),
-    ON_LEAF("interval", lvla_opticalamplifier_inputpowercband_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_inputpowercband_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_inputpowercband_maxtime),
-};
-
-constexpr OnRow input_power_l_band_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_inputpowerlband_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_inputpowerlband_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_inputpowerlband_min),
-    ON_PLAIN("max", lvla_opticalamplifier_inputpowerlband_max),
-    ON_LEAF("interval", lvla_opticalamplifier_inputpowerlband_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_inputpowerlband_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_inputpowerlband_maxtime),
-};
-
-constexpr OnRow output_power_total_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_outputpowertotal_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_outputpowertotal_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_outputpowertotal_min),
-    ON_PLAIN("max", lvla_opticalamplifier_outputpowertotal_max),
-    ON_LEAF("interval", lvla_opticalamplifier_outputpowertotal_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_outputpowertotal_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_outputpowertotal_maxtime),
-};
-
-constexpr OnRow output_power_c_band_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_outputpowercband_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_outputpowercband_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_outputpowercband_min),
-    ON_PLAIN("max", lvla_opticalamplifier_outputpowercband_max),
-    ON_LEAF("interval", lvla_opticalamplifier_outputpowercband_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_outputpowercband_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_outputpowercband_maxtime),
-};
-
-constexpr OnRow output_power_l_band_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_outputpowerlband_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_outputpowerlband_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_outputpowerlband_min),
-    ON_PLAIN("max", lvla_opticalamplifier_outputpowerlband_max),
-    ON_LEAF("interval", lvla_opticalamplifier_outputpowerlband_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_outputpowerlband_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_outputpowerlband_maxtime),
-};
-
-constexpr OnRow laser_bias_current_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_laserbiascurrent_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_laserbiascurrent_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_laserbiascurrent_min),
-    ON_PLAIN("max", lvla_opticalamplifier_laserbiascurrent_max),
-    ON_LEAF("interval", lvla_opticalamplifier_laserbiascurrent_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_laserbiascurrent_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_laserbiascurrent_maxtime),
-};
-
-constexpr OnRow optical_return_loss_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_opticalreturnloss_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_opticalreturnloss_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_opticalreturnloss_min),
-    ON_PLAIN("max", lvla_opticalamplifier_opticalreturnloss_max),
-    ON_LEAF("interval", lvla_opticalamplifier_opticalreturnloss_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_opticalreturnloss_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_opticalreturnloss_maxtime),
-};
-
-constexpr OnRow channel_input_power_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_inputpower_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_inputpower_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_inputpower_min),
-    ON_PLAIN("max", lvla_opticalamplifier_inputpower_max),
-    ON_LEAF("interval", lvla_opticalamplifier_inputpower_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_inputpower_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_inputpower_maxtime),
-};
-
-constexpr OnRow channel_output_power_rows[] = {
-    ON_PLAIN("instant", lvla_opticalamplifier_outputpower_instant),
-    ON_PLAIN("avg", lvla_opticalamplifier_outputpower_avg),
-    ON_PLAIN("min", lvla_opticalamplifier_outputpower_min),
-    ON_PLAIN("max", lvla_opticalamplifier_outputpower_max),
-    ON_LEAF("interval", lvla_opticalamplifier_outputpower_interval),
-    ON_LEAF("min-time", lvla_opticalamplifier_outputpower_mintime),
-    ON_LEAF("max-time", lvla_opticalamplifier_outputpower_maxtime),
-};
-
-constexpr OnRow channel_laser_bias_current_rows[] = {
-    ON_PLAIN("instant", lvlb_opticalamplifier_laserbiascurrent_instant),
-    ON_PLAIN("avg", lvlb_opticalamplifier_laserbiascurrent_avg),
-    ON_PLAIN("min", lvlb_opticalamplifier_laserbiascurrent_min),
-    ON_PLAIN("max", lvlb_opticalamplifier_laserbiascurrent_max),
-    ON_LEAF("interval", lvlb_opticalamplifier_laserbiascurrent_interval),
-    ON_LEAF("min-time", lvlb_opticalamplifier_laserbiascurrent_mintime),
-    ON_LEAF("max-time", lvlb_opticalamplifier_laserbiascurrent_maxtime),
-};
+constexpr OnRow actual_gain_rows[] = STATISTICS(ON_LEAF, lvla_opticalamplifier_actualgain);
+constexpr OnRow actual_gain_tilt_rows[] = STATISTICS(ON_LEAF, lvla_opticalamplifier_actualgaintilt);
+constexpr OnRow input_power_total_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_inputpowertotal);
+constexpr OnRow input_power_c_band_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_inputpowercband);
+constexpr OnRow input_power_l_band_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_inputpowerlband);
+constexpr OnRow output_power_total_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_outputpowertotal);
+constexpr OnRow output_power_c_band_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_outputpowercband);
+constexpr OnRow output_power_l_band_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_outputpowerlband);
+constexpr OnRow laser_bias_current_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_laserbiascurrent);
+constexpr OnRow optical_return_loss_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_opticalreturnloss);
+constexpr OnRow channel_input_power_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_inputpower);
+constexpr OnRow channel_output_power_rows[] = STATISTICS(ON_PLAIN, lvla_opticalamplifier_outputpower);
+constexpr OnRow channel_laser_bias_current_rows[] =
+    STATISTICS(ON_PLAIN, lvlb_opticalamplifier_laserbiascurrent);
 
 // ---- amplifiers/amplifier ----
 
