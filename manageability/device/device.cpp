@@ -1,0 +1,157 @@
+#include "device.hpp"
+
+#include <libyang/libyang.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+#include "edit.hpp"
+#include "factory.hpp"
+#include "folder.hpp"
+#include "live.hpp"
+#include "native_filter.hpp"
+#include "yang.hpp"
+
+namespace device {
+
+namespace {
+
+uint64_t nanoseconds_now() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
+// Two versions of a file can share all of their stamp if they are written within one tick of the file
+// system's clock, so a file this young is parsed again. Nanoseconds.
+constexpr int64_t kTooYoung = 50'000'000;
+
+/// libyang stops at the end of the first JSON value and takes no notice of what follows.
+bool is_one_document(const std::string &text) {
+  int depth = 0;
+  bool quoted = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quoted && c == '\\') {
+      ++i;
+    } else if (c == '"') {
+      quoted = !quoted;
+    } else if (!quoted && (c == '{' || c == '[')) {
+      ++depth;
+    } else if (!quoted && (c == '}' || c == ']') && --depth == 0) {
+      return text.find_first_not_of(" \t\r\n", i + 1) == std::string::npos;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+void TreeDeleter::operator()(lyd_node *tree) const {
+  lyd_free_all(tree);
+}
+
+struct Device::Impl {
+  Impl(std::filesystem::path path, const std::filesystem::path &models, std::optional<uint64_t> fixed_clock)
+      : schema(models), folder(std::move(path)), clock(fixed_clock) {}
+
+  /// Brings `running` up to date with the folder.
+  void refresh();
+  Tree parse(const std::string &text) const;
+  std::string print(const lyd_node *tree) const;
+  uint64_t now() const { return clock.value_or(nanoseconds_now()); }
+
+  Schema schema;  // outlives the trees
+  Folder folder;
+  std::optional<uint64_t> clock;
+  Tree running;
+  std::optional<Stamp> stamp;  ///< of `running`, if the file can be told by it
+};
+
+void Device::Impl::refresh() {
+  if (stamp && *stamp == folder.stamp()) return;
+  Stamp loaded;
+  running = parse(folder.load(loaded));
+  // Until proven old enough, the file is read again each time.
+  stamp.reset();
+  const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(loaded.modified, loaded.changed);
+  if (age > kTooYoung) stamp = loaded;
+}
+
+Tree Device::Impl::parse(const std::string &text) const {
+  const auto damaged = [this](std::string reason) {
+    if (reason.ends_with('.')) reason.pop_back();
+    return FolderError("the running configuration " + folder.running_file().string() +
+                       " is damaged: " + reason +
+                       "; restore it from a backup, or use an empty folder to begin with factory data");
+  };
+  if (text.find_first_not_of(" \t\r\n") == std::string::npos) throw damaged("it is empty");
+  if (text.find('\0') != std::string::npos) throw damaged("it holds zero bytes");
+  schema.clear_errors();
+  lyd_node *tree = nullptr;
+  const LY_ERR result =
+      lyd_parse_data_mem(schema.context(), text.c_str(), LYD_JSON, LYD_PARSE_STRICT | LYD_PARSE_NO_STATE,
+                         LYD_VALIDATE_NO_STATE, &tree);
+  if (result != LY_SUCCESS) {
+    lyd_free_all(tree);
+    throw damaged(schema.error_message() + " " + schema.error_location());
+  }
+  if (!is_one_document(text)) {
+    lyd_free_all(tree);
+    throw damaged("something follows the end of the configuration");
+  }
+  remove_empty_containers(tree);
+  return Tree(tree);
+}
+
+std::string Device::Impl::print(const lyd_node *tree) const {
+  // libyang prints nothing for no data, which would look like damage.
+  if (tree == nullptr) return "{}\n";
+  char *text = nullptr;
+  if (lyd_print_mem(&text, tree, LYD_JSON, LYD_PRINT_WITHSIBLINGS) != LY_SUCCESS) throw std::bad_alloc();
+  std::string printed = text;
+  std::free(text);
+  return printed;
+}
+
+Device::Device(std::filesystem::path folder, const std::filesystem::path &models,
+               std::optional<uint64_t> clock)
+    : impl_(std::make_unique<Impl>(std::move(folder), models, clock)) {
+  const LogScope log;
+  impl_->folder.fill_if_empty(factory_configuration());
+  impl_->refresh();
+}
+
+Device::~Device() = default;
+
+Tree Device::read(const std::vector<RequestNode> &filter, ReadCount *count) const {
+  const LogScope log;
+  impl_->refresh();
+  const std::vector<FilterNode> bound = bind_filter(impl_->schema, filter);
+  ReadCount counted;
+  Tree answer;
+  copy_selected(bound, impl_->running.get(), answer, counted);
+  const Tree live = live_values(impl_->schema, impl_->running.get(), impl_->now(), bound);
+  copy_selected(bound, live.get(), answer, counted);
+  if (count != nullptr) *count = counted;
+  return answer;
+}
+
+void Device::edit(const std::vector<RequestNode> &request) {
+  const LogScope log;
+  // Read under the lock: the edit applies to what the writer before this one has left.
+  const Descriptor lock = impl_->folder.lock();
+  impl_->refresh();
+  lyd_node *duplicate = nullptr;
+  if (impl_->running != nullptr &&
+      lyd_dup_siblings(impl_->running.get(), nullptr, LYD_DUP_RECURSIVE, &duplicate) != LY_SUCCESS) {
+    throw std::bad_alloc();
+  }
+  Tree edited(duplicate);
+  apply_edit(impl_->schema, edited, request);
+  impl_->folder.store(impl_->print(edited.get()));
+  impl_->stamp.reset();
+}
+
+}  // namespace device

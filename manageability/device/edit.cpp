@@ -1,0 +1,250 @@
+#include "edit.hpp"
+
+#include <libyang/libyang.h>
+
+#include <string>
+
+namespace device {
+
+namespace {
+
+using Operation = RequestNode::Operation;
+
+[[noreturn]] void refuse(const char *tag, std::string path, const void *origin, const std::string &message) {
+  throw EditError(message, tag, std::move(path), origin);
+}
+
+bool removes(Operation operation) {
+  return operation == Operation::remove || operation == Operation::remove_existing;
+}
+
+/// One edit at work on a tree.
+class Edit {
+ public:
+  Edit(const Schema &schema, lyd_node *&tree) : schema_(schema), tree_(tree) {}
+
+  /// Applies a request node and all below it under `parent`, at the top if that is null. Merging needs no
+  /// inheritance of operations: below a created or replaced node there is nothing left to meet.
+  void apply(lyd_node *parent, const RequestNode &request);
+
+  /// The request node that an error of the whole is due to: the one with the longest path that begins `path`.
+  const void *origin_of(const std::string &path, const std::vector<RequestNode> &request) const;
+
+ private:
+  const lysc_node *bind(const lyd_node *parent, const RequestNode &request) const;
+  std::string keys(const lyd_node *parent, const lysc_node *list, const RequestNode &request) const;
+  std::string key_value(const std::string &path, const lysc_node *key, const RequestNode &entry) const;
+  lyd_node *find(const lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
+  lyd_node *create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
+  lyd_node *prepare(lyd_node *existing, const std::string &path, const RequestNode &request);
+  void set_leaf(lyd_node *parent, lyd_node *existing, const lysc_node *leaf, const std::string &path,
+                const RequestNode &request);
+  void link_top(lyd_node *parent, lyd_node *node) const;
+  void longest_match(const lyd_node *parent, const RequestNode &request, const std::string &path,
+                     size_t &length, const void *&origin) const;
+
+  const Schema &schema_;
+  lyd_node *&tree_;
+};
+
+std::string child_path(const lyd_node *parent, const std::string &name, const lysc_node *node = nullptr) {
+  std::string path = parent != nullptr ? data_path(parent) : "";
+  path += '/';
+  if (node != nullptr && (parent == nullptr || node->module != parent->schema->module)) {
+    path += node->module->name;
+    path += ':';
+  }
+  path += name;
+  return path;
+}
+
+/// The schema node that a request node names, if it can be configured.
+const lysc_node *Edit::bind(const lyd_node *parent, const RequestNode &request) const {
+  const lysc_node *above = parent != nullptr ? parent->schema : nullptr;
+  const lysc_node *node = schema_.find(above, request.ns, request.name);
+  const std::string path = child_path(parent, request.name, node);
+  if (node == nullptr && !schema_.knows_namespace(request.ns)) {
+    refuse("unknown-namespace", path, request.origin,
+           "the device has no module of the namespace '" + request.ns + "'");
+  }
+  if (node == nullptr) {
+    refuse("unknown-element", path, request.origin, "the device has no node '" + request.name + "' there");
+  }
+  if ((node->flags & LYS_CONFIG_R) != 0) {
+    refuse("operation-not-supported", path, request.origin,
+           "'" + request.name + "' is operational data, which can only be read");
+  }
+  return node;
+}
+
+/// The canonical value of a key that the entry of a request carries.
+std::string Edit::key_value(const std::string &path, const lysc_node *key, const RequestNode &entry) const {
+  const RequestNode *given = nullptr;
+  for (const RequestNode &child : entry.children) {
+    if (child.name != key->name || child.ns != key->module->ns || !child.value) continue;
+    if (given != nullptr && given->value != child.value) {
+      refuse("bad-element", path, child.origin, "key '" + child.name + "' is given twice");
+    }
+    given = &child;
+  }
+  if (given == nullptr) {
+    refuse("missing-element", path, entry.origin,
+           "an entry of '" + entry.name + "' needs its key '" + key->name + "'");
+  }
+  std::string value;
+  if (!canonical_value(schema_, key, *given->value, value)) {
+    refuse("invalid-value", path + "/" + key->name, given->origin, schema_.error_message());
+  }
+  return value;
+}
+
+/// The keys of a list entry as a predicate of its path, in the order of the schema.
+std::string Edit::keys(const lyd_node *parent, const lysc_node *list, const RequestNode &request) const {
+  const std::string path = child_path(parent, request.name, list);
+  std::string predicate;
+  for (const lysc_node *key = lysc_node_child(list); key != nullptr && lysc_is_key(key); key = key->next) {
+    const std::string value = key_value(path, key, request);
+    const char quote = value.find('\'') == std::string::npos ? '\'' : '"';
+    if (value.find(quote) != std::string::npos) {
+      refuse("invalid-value", path, request.origin, "a key must not hold both kinds of quotation mark");
+    }
+    predicate += '[';
+    predicate += key->name;
+    predicate += '=';
+    predicate += quote + value + quote + ']';
+  }
+  return predicate;
+}
+
+lyd_node *Edit::find(const lyd_node *parent, const lysc_node *node, const std::string &predicate) const {
+  lyd_node *match = nullptr;
+  const lyd_node *siblings = parent != nullptr ? lyd_child(parent) : tree_;
+  if (siblings == nullptr) return nullptr;
+  lyd_find_sibling_val(siblings, node, predicate.empty() ? nullptr : predicate.c_str(), predicate.size(),
+                       &match);
+  return match;
+}
+
+/// Adds a container or a list entry; libyang puts it in the order of the schema.
+lyd_node *Edit::create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const {
+  lyd_node *created = nullptr;
+  if (node->nodetype == LYS_LIST) {
+    lyd_new_list2(parent, node->module, node->name, predicate.c_str(), 0, &created);
+  } else {
+    lyd_new_inner(parent, node->module, node->name, 0, &created);
+  }
+  if (created == nullptr) throw std::bad_alloc();
+  link_top(parent, created);
+  return created;
+}
+
+/// Nodes at the top have no parent that would link them.
+void Edit::link_top(lyd_node *parent, lyd_node *node) const {
+  if (parent == nullptr) lyd_insert_sibling(tree_, node, &tree_);
+}
+
+/// Does what the operation says to the node as it stands. Returns what is left of it: null if nothing.
+lyd_node *Edit::prepare(lyd_node *existing, const std::string &path, const RequestNode &request) {
+  // A container exists by what is in it.
+  const bool exists =
+      existing != nullptr && (existing->schema->nodetype != LYS_CONTAINER || lyd_child(existing) != nullptr);
+  if (request.operation == Operation::create && exists) {
+    refuse("data-exists", path, request.origin, "'" + request.name + "' exists already");
+  }
+  if (request.operation == Operation::remove_existing && !exists) {
+    refuse("data-missing", path, request.origin, "there is no '" + request.name + "' to delete");
+  }
+  const bool replaced = request.operation == Operation::replace;
+  if (existing == nullptr || !(removes(request.operation) || replaced)) return existing;
+  // A replaced leaf is set again, and keeps its place.
+  if (replaced && (existing->schema->nodetype & LYD_NODE_TERM) != 0) return existing;
+  remove_node(tree_, existing);
+  return nullptr;
+}
+
+/// A leaf that stands keeps its place among its siblings, so that an edit changes one line of the file.
+void Edit::set_leaf(lyd_node *parent, lyd_node *existing, const lysc_node *leaf, const std::string &path,
+                    const RequestNode &request) {
+  if (!request.value || request.value->find('\0') != std::string::npos) {
+    refuse("invalid-value", path, request.origin, "'" + request.name + "' needs a value");
+  }
+  schema_.clear_errors();
+  lyd_node *created = nullptr;
+  const LY_ERR result = existing != nullptr ? lyd_change_term(existing, request.value->c_str())
+                                            : lyd_new_term(parent, leaf->module, leaf->name,
+                                                           request.value->c_str(), 0, &created);
+  // Setting the value that is there is reported as "exists" or "no change".
+  if (result != LY_SUCCESS && result != LY_EEXIST && result != LY_ENOT) {
+    refuse("invalid-value", path, request.origin, schema_.error_message());
+  }
+  if (created != nullptr) link_top(parent, created);
+}
+
+void Edit::apply(lyd_node *parent, const RequestNode &request) {
+  const lysc_node *node = bind(parent, request);
+  const bool is_list = node->nodetype == LYS_LIST;
+  const std::string predicate = is_list ? keys(parent, node, request) : "";
+  const std::string path = child_path(parent, request.name, node) + predicate;
+  lyd_node *target = prepare(find(parent, node, predicate), path, request);
+  if (removes(request.operation)) return;
+  if ((node->nodetype & LYD_NODE_TERM) != 0) {
+    if (!request.children.empty()) {
+      refuse("bad-element", path, request.origin, "'" + request.name + "' is a leaf and has no nodes below");
+    }
+    set_leaf(parent, target, node, path, request);
+    return;
+  }
+  if (target == nullptr) target = create(parent, node, predicate);
+  for (const RequestNode &child : request.children) {
+    // The keys have named the entry; what becomes of it its own operation says.
+    const lysc_node *below = is_list ? schema_.find(node, child.ns, child.name) : nullptr;
+    if (below == nullptr || !lysc_is_key(below)) apply(target, child);
+  }
+}
+
+/// Only after a failed validation: every node of the request is known and its keys are sound by then.
+void Edit::longest_match(const lyd_node *parent, const RequestNode &request, const std::string &path,
+                         size_t &length, const void *&origin) const {
+  const lysc_node *node =
+      schema_.find(parent != nullptr ? parent->schema : nullptr, request.ns, request.name);
+  const lyd_node *found = find(parent, node, node->nodetype == LYS_LIST ? keys(parent, node, request) : "");
+  if (found == nullptr) return;
+  const std::string own = data_path(found);
+  if (!path.starts_with(own)) return;
+  if (own.size() > length) {
+    length = own.size();
+    origin = request.origin;
+  }
+  for (const RequestNode &child : request.children) longest_match(found, child, path, length, origin);
+}
+
+const void *Edit::origin_of(const std::string &path, const std::vector<RequestNode> &request) const {
+  size_t length = 0;
+  const void *origin = request.empty() ? nullptr : request.front().origin;
+  for (const RequestNode &node : request) longest_match(nullptr, node, path, length, origin);
+  return origin;
+}
+
+}  // namespace
+
+void apply_edit(const Schema &schema, Tree &configuration, const std::vector<RequestNode> &request) {
+  // libyang moves the first sibling; the owner follows it, also when the edit is refused.
+  lyd_node *tree = configuration.release();
+  try {
+    Edit edit(schema, tree);
+    for (const RequestNode &node : request) edit.apply(nullptr, node);
+    schema.clear_errors();
+    if (lyd_validate_all(&tree, schema.context(), LYD_VALIDATE_NO_STATE, nullptr) != LY_SUCCESS) {
+      const std::string path = schema.error_path();
+      const std::string message = schema.error_message();
+      refuse("operation-failed", path, edit.origin_of(path, request), message);
+    }
+    remove_empty_containers(tree);
+  } catch (...) {
+    configuration.reset(tree);
+    throw;
+  }
+  configuration.reset(tree);
+}
+
+}  // namespace device

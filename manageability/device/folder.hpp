@@ -1,0 +1,70 @@
+/// \file
+/// The folder that keeps the running configuration: one file, replaced as a whole.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace device {
+
+/// Tells one version of the running configuration from another without reading it.
+struct Stamp {
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  int64_t modified = 0;  ///< nanoseconds since the epoch
+  int64_t changed = 0;   ///< the same, of the inode
+  bool operator==(const Stamp &) const = default;
+};
+
+/// A file descriptor that is closed with it; -1 is none.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor(Descriptor &&other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+  Descriptor &operator=(Descriptor &&) = delete;
+  ~Descriptor();
+  int get() const { return fd_; }
+  /// Closes now; false if the system reports that data was lost.
+  bool close();
+
+ private:
+  int fd_;
+};
+
+/// Every function throws FolderError, with the file at fault and what to do about it.
+class Folder {
+ public:
+  /// The folder must exist. Reads and writes nothing yet.
+  explicit Folder(std::filesystem::path path);
+
+  /// Path of the running configuration.
+  std::filesystem::path running_file() const;
+
+  /// Stores `text` as running configuration if the folder holds none and nothing foreign. A running
+  /// configuration that exists is left alone, and then the folder need not be writable.
+  void fill_if_empty(std::string_view text) const;
+
+  Stamp stamp() const;
+  /// The running configuration and the version that was read.
+  std::string load(Stamp &stamp) const;
+
+  /// Waits for other writers. The lock is held while the result lives.
+  Descriptor lock() const;
+  /// Replaces the running configuration under the lock: synced before it takes the old one's place.
+  void store(std::string_view text) const;
+
+ private:
+  void write_temporary(std::string_view text) const;
+  void check_nothing_foreign() const;
+  void sync() const;
+
+  std::filesystem::path path_;
+};
+
+}  // namespace device

@@ -1,0 +1,20 @@
+/// \file
+/// Live values: what the ports do at this moment, and the history of their statistics.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "device.hpp"
+#include "native_filter.hpp"
+#include "yang.hpp"
+
+namespace device {
+
+/// Operating values and histories at the time `now` (nanoseconds since the epoch), as far as the filter
+/// reaches. They follow the running configuration, of which `running` is the first sibling: a quantity
+/// that is not configured is neither reported nor measured.
+Tree live_values(const Schema &schema, const lyd_node *running, uint64_t now,
+                 const std::vector<FilterNode> &filter);
+
+}  // namespace device

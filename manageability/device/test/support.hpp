@@ -1,0 +1,47 @@
+/// \file
+/// Requests and answers as short texts, and folders to work in.
+///
+///     if:interface-configurations{interface-configuration{active=act interface-name=Ots0/0/0/0}}
+///
+/// A prefix (if, cfg, oper, pm) names the module and holds for what is below; a value with blanks, or an
+/// empty one, stands in quotation marks; an edit operation follows its node as !create, !replace, !delete,
+/// !remove.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "device.hpp"
+
+namespace device::test {
+
+/// Throws std::invalid_argument. Each node's origin points to its name in `text`, which must outlive the
+/// result.
+std::vector<RequestNode> request(const char *text);
+
+/// A tree with its siblings in the same notation.
+std::string print(const lyd_node *tree);
+
+/// What the device answers to a filter, in the same notation.
+std::string read(const Device &device, const char *filter, ReadCount *count = nullptr);
+
+/// An empty folder that any user may enter; removed at the end.
+class Workplace {
+ public:
+  Workplace();
+  ~Workplace();
+  const std::filesystem::path &path() const { return path_; }
+  std::filesystem::path running() const { return path_ / "running.json"; }
+  std::string running_text() const;
+  void write(const char *file, const std::string &text) const;
+  std::vector<std::string> files() const;  ///< sorted
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// 2026-11-22T12:00:07Z: seven seconds into a bucket.
+inline constexpr uint64_t kNow = 1'795'348'807'000'000'000;
+
+}  // namespace device::test

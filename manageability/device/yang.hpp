@@ -1,0 +1,69 @@
+/// \file
+/// The native YANG modules, and libyang's errors as texts.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+struct ly_ctx;
+struct lyd_node;
+struct lysc_node;
+
+namespace device {
+
+/// Keeps libyang's messages in its context, away from standard error, on this thread while it lives.
+class LogScope {
+ public:
+  LogScope();
+  ~LogScope();
+  LogScope(const LogScope &) = delete;
+  LogScope &operator=(const LogScope &) = delete;
+
+ private:
+  uint32_t options_;
+};
+
+/// A libyang context with the four native modules.
+class Schema {
+ public:
+  /// Throws FolderError if a module is missing from the folder or broken.
+  explicit Schema(const std::filesystem::path &models);
+  ~Schema();
+  Schema(const Schema &) = delete;
+  Schema &operator=(const Schema &) = delete;
+
+  ly_ctx *context() const { return context_; }
+
+  /// A child of `parent` (of the top level if null); null if there is none.
+  const lysc_node *find(const lysc_node *parent, const std::string &ns, const std::string &name) const;
+
+  bool knows_namespace(const std::string &ns) const;
+
+  /// Forgets earlier errors, so that the texts below tell of the next call only.
+  void clear_errors() const;
+  /// The last message of libyang, on one line, or a substitute.
+  std::string error_message() const;
+  /// Where it happened, in libyang's words: schema location, data location, line number, each if known.
+  std::string error_location() const;
+  /// The data path that the last message is about (the schema path where there is no such data), or empty.
+  std::string error_path() const;
+
+ private:
+  ly_ctx *context_ = nullptr;
+};
+
+/// The canonical form of a value of a leaf's type. False, with libyang's message, if the type refuses it.
+bool canonical_value(const Schema &schema, const lysc_node *leaf, const std::string &value,
+                     std::string &canonical);
+
+/// Takes empty containers out, which mean nothing here (none has presence). `tree` is a first sibling.
+void remove_empty_containers(lyd_node *&tree);
+
+/// Frees a node with all below it; `tree`, the first top-level sibling, moves on if it is that node.
+void remove_node(lyd_node *&tree, lyd_node *node);
+
+/// "/module:a/b[key='value']/c".
+std::string data_path(const lyd_node *node);
+
+}  // namespace device
