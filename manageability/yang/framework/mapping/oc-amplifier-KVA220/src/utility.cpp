@@ -58,10 +58,13 @@ int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *o
   return 0;
 }
 
-// The children that a search descends to. The presence bit is not asked: answers come without it.
-int32_t searched_children(const vidl_yfw_datatree *node, vidl_yfw_datatree **children) {
+// The children that a search descends to. The presence bit is not asked: answers come without it. Each level
+// makes the path longer, so that below a full path nothing can match; this bounds the depth of the search
+// too.
+int32_t searched_children(const vidl_yfw_datatree *node, const char *path, vidl_yfw_datatree **children) {
   const auto count = static_cast<int32_t>(vidl_yfw_datatree_get_subtrees(node, children));
-  return *children != nullptr ? count : 0;
+  const bool is_full = std::strlen(path) + 1 >= ymap::text_size;
+  return *children != nullptr && !is_full ? count : 0;
 }
 
 }  // namespace
@@ -143,7 +146,7 @@ int compare_path(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_
 
   yfw_strcat_s(__func__, path, ymap::text_size, "/");
   vidl_yfw_datatree *children = nullptr;
-  const int32_t count = searched_children(node, &children);
+  const int32_t count = searched_children(node, path, &children);
   TRC(ctx, __func__, "subtree_count %d", static_cast<int32_t>(node->subtree_count));
   for (int32_t i = 0; i < count; ++i) {
     char child_path[ymap::text_size] = {};
@@ -164,7 +167,7 @@ int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *
   if (std::strcmp(path, path_to_find) == 0) return 1;
 
   vidl_yfw_datatree *children = nullptr;
-  const int32_t count = searched_children(node, &children);
+  const int32_t count = searched_children(node, path, &children);
   for (int32_t i = 0; i < count; ++i) {
     char saved[ymap::text_size] = {};
     yfw_strcpy_s(__func__, saved, sizeof saved, path);

@@ -21,28 +21,19 @@ struct Statistic {
   const char *path;
 };
 
-// The value to write; `buffer` holds text_size bytes.
-const char *value_to_write(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out, Value value,
-                           char *buffer, const char *function) {
-  switch (value) {
-    case Value::copy:
-      if (const char *text = value_of(node); text != nullptr) yfw_strcpy_s(function, buffer, text_size, text);
-      return buffer;
-    case Value::as_is:
-      return vidl_yfw_datatree_get_data(node);
-    case Value::interval:
-      break;
-  }
-  return oc_interval_to_high(ctx, node, out);
-}
-
 verrno write_statistic(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
                        const Statistic &row, const char *function) {
   char buffer[text_size] = {};
+  const char *value = buffer;
+  if (row.value == Value::as_is) value = vidl_yfw_datatree_get_data(node);
+  if (row.value == Value::copy && value_of(node) != nullptr)
+    yfw_strcpy_s(function, buffer, sizeof buffer, value_of(node));
+
   verrno status = YMAP_OK;
-  if (is_side_selected(row.side))
-    status = add_openconfig(ctx, out, row.path, value_to_write(ctx, node, out, row.value, buffer, function),
-                            row.value == Value::copy ? 0 : 1);
+  if (is_side_selected(row.side)) {
+    if (row.value == Value::interval) value = oc_interval_to_high(ctx, node, out);
+    status = add_openconfig(ctx, out, row.path, value, row.value == Value::copy ? 0 : 1);
+  }
   TRC(ctx, function, "End");
   return status;
 }
