@@ -1,0 +1,38 @@
+# make demo    builds and shows the tool at work        make check   builds and runs every test
+# make bench   builds and runs the benchmarks           make install installs below PREFIX (default /usr/local)
+PREFIX ?= /usr/local
+JOBS ?= $(shell nproc)
+
+.PHONY: demo check bench install format clean packages
+
+demo: packages
+	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
+	@cmake --build --preset release -j $(JOBS) -- --no-print-directory
+	@scripts/demo build/release/bin/ymap
+
+check: packages
+	cmake --preset asan
+	cmake --build --preset asan -j $(JOBS)
+	ctest --preset asan -j $(JOBS)
+	cmake --preset dev
+	cmake --build --preset dev -j $(JOBS)
+	ctest --preset dev -j $(JOBS)
+
+bench: packages
+	cmake --preset release -DBUILD_TESTING=OFF -DYMAP_BENCHMARKS=ON
+	cmake --build --preset release -j $(JOBS)
+	build/release/bin/ymap_bench
+
+install: packages
+	cmake --preset release -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+	cmake --build --preset release -j $(JOBS)
+	cmake --install build/release
+
+format: packages
+	git ls-files '*.cpp' '*.h' '*.hpp' | xargs clang-format -i
+
+packages:
+	@scripts/install-packages
+
+clean:
+	rm -rf build
