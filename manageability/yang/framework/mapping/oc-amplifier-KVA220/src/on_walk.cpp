@@ -140,7 +140,8 @@ void leave_path(const ContainerWalk &walk) {
   if (walk.state.final_pass != 1) yfw_map_remove_from_node_hierarchy(walk.ctx, walk.node);
 }
 
-// All passes over the node. True when the handler asked to skip it outside a two-pass walk: the walk is over.
+// All passes over the node. True when the handler asked to skip it while no first pass runs: the walk is
+// over.
 bool walk_passes(ContainerWalk &walk, verrno &status) {
   for (int pass = 0; pass < (walk.two_passes ? 2 : 1); ++pass) {
     bool skipped = false;

@@ -50,6 +50,11 @@ void reset_keymode(EntryWalk &walk) {
   walk.keymode_set = false;
 }
 
+// Counts in 8 bits and stays at their limit: hundreds of keys must not come round to one.
+void count_key(uint8_t &count) {
+  if (count != UINT8_MAX) ++count;
+}
+
 // Counts the keys before anything is walked. A leafref failure ends the whole walk.
 verrno prescan(EntryWalk &walk) {
   for (uint32_t i = 0; i < walk.own.count && !walk.is_whole(); ++i) {
@@ -63,11 +68,11 @@ verrno prescan(EntryWalk &walk) {
       const verrno status = yfw_map_check_oc_leafref(walk.ctx, walk.row.list_path, "config", tag, walk.node);
       if (status != YMAP_OK) return status;
     }
-    ++walk.key_count;
+    count_key(walk.key_count);
     walk.key_flag = true;
     vidl_yfw_datatree_set_is_key(child);
     if (vidl_yfw_datatree_has_data(child))
-      ++walk.valued_keys;
+      count_key(walk.valued_keys);
     else
       walk.key_without_value = true;
   }
@@ -116,6 +121,7 @@ bool handle_entry(EntryWalk &walk, verrno &status) {
   }
   if (yfw_map_util_itree_stack_size(walk.ctx) > depth) {
     yfw_map_util_itree_stack_peak(walk.ctx, &walk.expansion);
+    if (walk.expansion.nodes == nullptr) walk.expansion.count = 0;
     walk.expanded = true;
   }
   if (status == YMAP_OK)
@@ -160,7 +166,7 @@ verrno dispatch_child(EntryWalk &walk, vidl_yfw_datatree *child) {
 // Takes up node j of the expansion. True when it was recorded on the walk path.
 bool enter_expansion(EntryWalk &walk, uint32_t j, verrno &status) {
   const yfw_itree_entry &expansion = walk.expansion;
-  if (expansion.count == 0 || expansion.nodes == nullptr) return false;
+  if (expansion.count == 0) return false;
   walk.walked = &expansion.nodes[j];
   walk.children = children_of(walk.walked);
   if (walk.children.array == nullptr) walk.children.count = 0;

@@ -147,7 +147,7 @@ struct yfw_map_state {
   yfw_map_node_data *node_data;  ///< node_data_count entries: the walk path
   uint32_t key_mode;             ///< YMAP_KEY_*
   uint32_t final_pass;           ///< 1 while a node is walked again as its own children
-  uint32_t leaf_seen;            ///< ymap_leaf_seen
+  uint32_t leaf_seen;            ///< YMAP_LEAF_*
   char *err_message;             ///< owned copy of the text of a rejected key or value
 };
 
