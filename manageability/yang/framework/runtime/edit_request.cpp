@@ -1,0 +1,209 @@
+#include "edit_request.hpp"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+#include "mapper.hpp"
+#include "record.hpp"
+
+namespace yfw {
+namespace {
+
+uint32_t operation_of(const vidl_yfw_datatree &node) {
+  return vidl_yfw_datatree_has_operation(&node) ? node.operation : YMAP_OP_NONE;
+}
+
+bool deletes(uint32_t operation) {
+  return operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE;
+}
+
+/// The operation that counts at a node: a replace from above covers all but deletions, a create from above
+/// counts where the node has no operation of its own.
+uint32_t effective(const vidl_yfw_datatree &node, uint32_t above) {
+  const uint32_t own = operation_of(node);
+  if (above == YMAP_OP_REPLACE) return deletes(own) ? own : above;
+  return own == YMAP_OP_NONE && above == YMAP_OP_CREATE ? above : own;
+}
+
+class Normaliser {
+ public:
+  explicit Normaliser(const Registration &registration) : registration_(registration) {}
+
+  Datatree run(const Datatree &request) {
+    for (const vidl_yfw_datatree &top : children(*request.root())) {
+      if (!is(top, registration_.top)) refuse_top(top);
+      if (top_ == nullptr) top_ = result_.add(result_.root(), registration_.top, registration_.openconfig_ns);
+      copy_top(top);
+    }
+    finish();
+    return std::move(result_);
+  }
+
+ private:
+  /// What is to become of one amplifier entry.
+  struct Entry {
+    const vidl_yfw_datatree *source = nullptr;  ///< nullptr: an instance meant by an operation above
+    std::string name;
+    uint32_t operation = YMAP_OP_NONE;
+  };
+
+  bool is(const vidl_yfw_datatree &node, const std::string &tag) const {
+    return is_named(node, tag, registration_.openconfig_ns);
+  }
+
+  [[noreturn]] void refuse_top(const vidl_yfw_datatree &top) const {
+    Refusal refusal("'" + std::string(tag_of(top)) + "' is not a top container of " +
+                    registration_.openconfig_module + "; an edit begins with " + registration_.top);
+    refusal.status = YMAP_ERR_UNSUPPORTED_TAG;
+    refusal.path = "/" + registration_.openconfig_module + ":" + registration_.top;
+    refusal.bad_element = tag_of(top);
+    throw refusal;
+  }
+
+  void copy_top(const vidl_yfw_datatree &top) {
+    const uint32_t operation = operation_of(top);
+    if (deletes(operation)) {
+      concern_all(operation);
+      return;
+    }
+    for (const vidl_yfw_datatree &below : children(top)) {
+      if (is(below, registration_.list_container)) {
+        collect_list(below, effective(below, operation));
+      } else {
+        copy_other(below, effective(below, operation));
+      }
+    }
+    if (operation == YMAP_OP_REPLACE) concern_unlisted();
+  }
+
+  void collect_list(const vidl_yfw_datatree &list, uint32_t operation) {
+    if (deletes(operation)) {
+      concern_all(operation);
+      return;
+    }
+    for (const vidl_yfw_datatree &entry : children(list)) {
+      if (!is(entry, registration_.list)) {
+        strays_.push_back(&entry);
+        continue;
+      }
+      const vidl_yfw_datatree *key = child(entry, registration_.key);
+      entries_.push_back(
+          {&entry, std::string(key == nullptr ? "" : value_of(*key)), effective(entry, operation)});
+    }
+    list_seen_ = true;
+    if (operation == YMAP_OP_REPLACE) concern_unlisted();
+  }
+
+  void concern_all(uint32_t operation) {
+    for (const std::string &instance : registration_.instances)
+      entries_.push_back({nullptr, instance, operation});
+  }
+
+  void concern_unlisted() {
+    std::set<std::string> listed;
+    for (const Entry &entry : entries_) listed.insert(entry.name);
+    for (const std::string &instance : registration_.instances) {
+      if (!listed.contains(instance)) entries_.push_back({nullptr, instance, YMAP_OP_REMOVE});
+    }
+  }
+
+  void finish() {
+    if (entries_.empty() && strays_.empty() && !list_seen_) return;
+    const std::string &ns = registration_.openconfig_ns;
+    vidl_yfw_datatree *list = result_.add(top_, registration_.list_container, ns);
+    for (const vidl_yfw_datatree *stray : strays_) copy_below(list, *stray, YMAP_OP_NONE);
+    for (const Entry &entry : entries_) {
+      vidl_yfw_datatree *copy = result_.add(list, registration_.list, ns);
+      if (entry.source == nullptr) {
+        result_.add(copy, registration_.key, ns, entry.name);
+        result_.add(copy, registration_.config, ns, std::nullopt, entry.operation);
+      } else {
+        copy_entry(copy, *entry.source, entry.operation);
+      }
+    }
+  }
+
+  void copy_entry(vidl_yfw_datatree *copy, const vidl_yfw_datatree &entry, uint32_t operation) {
+    bool config = false;
+    for (const vidl_yfw_datatree &below : children(entry)) {
+      if (is(below, registration_.key)) {
+        copy_key(copy, below);
+        continue;
+      }
+      if (deletes(operation)) continue;
+      config = config || is(below, registration_.config);
+      const bool takes = operation == YMAP_OP_CREATE || is(below, registration_.config);
+      copy_below(copy, below, takes ? operation : YMAP_OP_NONE);
+    }
+    // Without a key the plug-in refuses the entry, and must see it as it is.
+    if (deletes(operation))
+      result_.add(copy, registration_.config, registration_.openconfig_ns, std::nullopt, operation);
+    if (operation == YMAP_OP_REPLACE && !config) {
+      result_.add(copy, registration_.config, registration_.openconfig_ns, std::nullopt, YMAP_OP_REMOVE);
+    }
+  }
+
+  /// XML cannot tell an empty key from one without a value: both are the latter, for the plug-in to refuse.
+  void copy_key(vidl_yfw_datatree *entry, const vidl_yfw_datatree &key) {
+    if (has_value(key)) {
+      result_.add_copy(entry, &key);
+    } else {
+      result_.add(entry, tag_of(key), namespace_of(key), std::nullopt, operation_of(key));
+    }
+  }
+
+  /// A container beside the amplifiers, whose children are list entries.
+  void copy_other(const vidl_yfw_datatree &container, uint32_t operation) {
+    vidl_yfw_datatree *copy = add(top_, container, operation);
+    if (deletes(operation)) return;
+    for (const vidl_yfw_datatree &entry : children(container)) {
+      const uint32_t at_entry = effective(entry, operation);
+      vidl_yfw_datatree *added = add(copy, entry, at_entry);
+      for (const vidl_yfw_datatree &below : children(entry)) {
+        const bool leaf = child_count(below) == 0;
+        if (leaf) result_.add_copy(added, &below);
+        if (!leaf && !deletes(at_entry)) copy_below(added, below, at_entry);
+      }
+    }
+  }
+
+  /// `above`: the operation that counts at the parent.
+  void copy_below(vidl_yfw_datatree *parent, const vidl_yfw_datatree &node, uint32_t above) {
+    const uint32_t operation = effective(node, above);
+    vidl_yfw_datatree *copy = add(parent, node, operation);
+    if (deletes(operation)) return;
+    for (const vidl_yfw_datatree &below : children(node)) {
+      operation == YMAP_OP_REPLACE ? copy_replacement(copy, below) : copy_below(copy, below, operation);
+    }
+  }
+
+  /// What a replace brings is written when the old is gone: nothing in it can be there already, or be merged.
+  void copy_replacement(vidl_yfw_datatree *parent, const vidl_yfw_datatree &node) {
+    const uint32_t operation = operation_of(node);
+    vidl_yfw_datatree *copy = add(parent, node, deletes(operation) ? operation : YMAP_OP_NONE);
+    if (deletes(operation)) return;
+    for (const vidl_yfw_datatree &below : children(node)) copy_replacement(copy, below);
+  }
+
+  vidl_yfw_datatree *add(vidl_yfw_datatree *parent, const vidl_yfw_datatree &node, uint32_t operation) {
+    std::optional<std::string_view> value;
+    if (node.data != nullptr) value = value_of(node);
+    return result_.add(parent, tag_of(node), namespace_of(node), value, operation);
+  }
+
+  const Registration &registration_;
+  Datatree result_;
+  vidl_yfw_datatree *top_ = nullptr;
+  std::vector<Entry> entries_;
+  std::vector<const vidl_yfw_datatree *> strays_;  ///< nodes beside the entries, for the plug-in to judge
+  bool list_seen_ = false;
+};
+
+}  // namespace
+
+Datatree normalise_edit(const Registration &registration, const Datatree &request) {
+  return Normaliser(registration).run(request);
+}
+
+}  // namespace yfw

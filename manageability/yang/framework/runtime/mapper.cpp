@@ -1,0 +1,270 @@
+#include "mapper.hpp"
+
+#include <algorithm>
+
+#include "answer.hpp"
+#include "edit_request.hpp"
+#include "native_read.hpp"
+#include "read_jobs.hpp"
+#include "request.hpp"
+
+namespace yfw {
+namespace {
+
+/// Distinct unmapped nodes that a read may name before it is refused; the model has fewer.
+constexpr int kRounds = 512;
+
+std::string full_path(const Registration &registration, const std::string &path) {
+  return "/" + registration.openconfig_module + ":" + (path.empty() ? registration.top : path);
+}
+
+/// Without its keys: "amplifier[name='x']" is "amplifier".
+bool ends_with_step(const std::string &path, const std::string &tag) {
+  return path == tag || path.ends_with("/" + tag);
+}
+
+std::string reason(Request &request, verrno status) {
+  const ErrorNotes &errors = request.errors;
+  if (status == YMAP_ERR_INVALID_VALUE && request.state().err_message != nullptr)
+    return request.state().err_message;
+  if (!errors.message().empty()) return errors.message();
+  // Malformed nodes are only traced: no path is noted for them.
+  if (status == YMAP_ERR_BAD_NODE && errors.path().empty() && !errors.last_trace().empty())
+    return errors.last_trace();
+  return verr_strerror(status);
+}
+
+Refusal refusal_of(const Registration &registration, Request &request, verrno status) {
+  Refusal refusal(reason(request, status));
+  const ErrorNotes &errors = request.errors;
+  refusal.status = status;
+  refusal.path = full_path(registration, errors.path());
+  if (errors.path().empty() && status == YMAP_ERR_BAD_NODE) {
+    refusal.path = full_path(registration, errors.last_trace_path());
+  }
+  if (!errors.path().empty() && !errors.tag().empty()) {
+    refusal.bad_element = errors.tag();
+    if (!ends_with_step(refusal.path, errors.tag())) refusal.path += "/" + errors.tag();
+  }
+  return refusal;
+}
+
+Refusal unknown_amplifier(const Registration &registration, const std::string &name) {
+  std::string known;
+  for (const std::string &instance : registration.instances) known += (known.empty() ? "" : ", ") + instance;
+  Refusal refusal("there is no " + registration.list + " '" + name + "'; the device has " + known);
+  const char quote = name.find('\'') == std::string::npos ? '\'' : '"';
+  refusal.status = YMAP_ERR_INVALID_VALUE;
+  refusal.path = full_path(registration, registration.top) + "/" + registration.list_container + "/" +
+                 registration.list + "[" + registration.key + "=" + quote + name + quote + "]/" +
+                 registration.key;
+  refusal.bad_element = registration.key;
+  return refusal;
+}
+
+// ---- Reads ----------------------------------------------------------------------------------------
+
+/// One plug-in request of a read: the on direction, and later the no direction with the same state and slots.
+class ReadRun {
+ public:
+  ReadRun(const Plugin &plugin, const Read &read, const ReadJob &job)
+      : plugin_(plugin), request_(plugin.registration(), read.type, read.content_selector) {
+    const vidl_yfw_datatree *top = job.request.root()->subtrees;
+    walked_.add_copy(walked_.root(), top);
+    duplicate_.add_copy(duplicate_.root(), top);
+  }
+
+  verrno ask() {
+    return request_.run(Observer::Direction::on, plugin_.on_root(), walked_.root()->subtrees, native_.root(),
+                        duplicate_.root());
+  }
+
+  /// The OpenConfig answer made of a native one. What the plug-in rejects of it is traced and left out.
+  Datatree answer(Datatree &native) {
+    Datatree result;
+    // The device's empty text is no value; the plug-in would take it for the number 0.
+    drop_empty_values(*native.root());
+    for (const NativeModule &module : plugin_.registration().native_modules) {
+      for (vidl_yfw_datatree &top : children(*native.root())) {
+        if (module.ns != namespace_of(top)) continue;
+        const Walker walker = plugin_.no_root(module.name, std::string(tag_of(top)));
+        if (walker == nullptr) continue;
+        request_.run(Observer::Direction::no, walker, &top, result.root(), duplicate_.root());
+      }
+    }
+    return result;
+  }
+
+  Request &request() { return request_; }
+  const Datatree &native() const { return native_; }
+
+ private:
+  const Plugin &plugin_;
+  Request request_;
+  Datatree walked_, duplicate_, native_;
+};
+
+/// The path of the node that the plug-in has no mapping for.
+std::vector<std::string> unmapped_node(const ErrorNotes &errors) {
+  std::vector<std::string> tags = errors.tags();
+  if (!errors.tag().empty()) tags.push_back(errors.tag());
+  return tags;
+}
+
+/// Asks the plug-in, without the nodes that it has no mapping for; nullptr when nothing is left to ask.
+/// `unmapped` collects them, so that the next amplifier's request goes without them at once.
+std::unique_ptr<ReadRun> ask_mapped(const Plugin &plugin, const Read &read, ReadJob &job,
+                                    std::vector<std::vector<std::string>> &unmapped) {
+  const Registration &registration = plugin.registration();
+  for (const auto &tags : unmapped) remove_nodes(registration, job, tags);
+  for (int round = 0; child_count(*job.request.root()) != 0; ++round) {
+    auto run = std::make_unique<ReadRun>(plugin, read, job);
+    const verrno status = run->ask();
+    if (status == YMAP_OK) return run;
+    const std::vector<std::string> tags = unmapped_node(run->request().errors);
+    if (status != YMAP_ERR_UNSUPPORTED_TAG || round == kRounds || !remove_nodes(registration, job, tags)) {
+      throw refusal_of(registration, run->request(), status);
+    }
+    unmapped.push_back(tags);
+  }
+  return nullptr;
+}
+
+/// A request that names no amplifier of the device, or has wrong keys: never accepted.
+[[noreturn]] void judge(const Plugin &plugin, const Read &read, const ReadJob &job) {
+  ReadRun run(plugin, read, job);
+  const verrno status = run.ask();
+  if (status == YMAP_ERR_INVALID_VALUE || status == YMAP_ERR_LIST_KEY) {
+    throw refusal_of(plugin.registration(), run.request(), status);
+  }
+  throw unknown_amplifier(plugin.registration(), job.instance);
+}
+
+/// Calls `use` for each plug-in request of a read with the native request to send.
+template <typename Use>
+void for_each_part(const Plugin &plugin, const Read &read, Use use) {
+  std::vector<std::vector<std::string>> unmapped;
+  for (ReadJob &job : split_read(plugin.registration(), *read.filter)) {
+    if (job.kind == ReadJob::Kind::judge) judge(plugin, read, job);
+    const std::unique_ptr<ReadRun> run = ask_mapped(plugin, read, job, unmapped);
+    if (run == nullptr) continue;
+    Datatree native = trim_native_read(run->native(), job.key_copies);
+    if (child_count(*native.root()) != 0) use(job, *run, std::move(native));
+  }
+}
+
+// ---- Edits ----------------------------------------------------------------------------------------
+
+/// The plug-in's translation of an edit. Its native nodes point into `walked`.
+struct TranslatedEdit {
+  Datatree walked, native;
+};
+
+void refuse_unknown(const Registration &registration, const Datatree &request) {
+  const vidl_yfw_datatree *list = child(*request.root(), registration.top);
+  if (list != nullptr) list = child(*list, registration.list_container);
+  if (list == nullptr) return;
+  const auto &instances = registration.instances;
+  for (const vidl_yfw_datatree &entry : children(*list)) {
+    const vidl_yfw_datatree *key =
+        tag_of(entry) == registration.list ? child(entry, registration.key) : nullptr;
+    if (key == nullptr || std::find(instances.begin(), instances.end(), value_of(*key)) != instances.end())
+      continue;
+    throw unknown_amplifier(registration, std::string(value_of(*key)));
+  }
+}
+
+TranslatedEdit translate(const Plugin &plugin, const Datatree &edit) {
+  const Registration &registration = plugin.registration();
+  TranslatedEdit result{normalise_edit(registration, edit), {}};
+  if (child_count(*result.walked.root()) == 0) return result;
+  Datatree duplicate;
+  duplicate.add_copy(duplicate.root(), result.walked.root()->subtrees);
+  Request request(registration, YMAP_REQ_EDIT, 0);
+  const verrno status = request.run(Observer::Direction::on, plugin.on_root(), result.walked.root()->subtrees,
+                                    result.native.root(), duplicate.root());
+  if (status != YMAP_OK) throw refusal_of(registration, request, status);
+  refuse_unknown(registration, result.walked);
+  return result;
+}
+
+using Chain = std::vector<const vidl_yfw_datatree *>;
+
+/// The nodes from the top down to `target`; empty when it is not below `from`.
+bool find_chain(const vidl_yfw_datatree &from, const vidl_yfw_datatree *target, Chain &chain) {
+  for (const vidl_yfw_datatree &below : children(from)) {
+    chain.push_back(&below);
+    if (&below == target || find_chain(below, target, chain)) return true;
+    chain.pop_back();
+  }
+  return false;
+}
+
+const vidl_yfw_datatree *source_below(const vidl_yfw_datatree &node) {
+  for (const vidl_yfw_datatree &below : children(node)) {
+    if (extra(below).source != nullptr) return extra(below).source;
+    if (const vidl_yfw_datatree *source = source_below(below)) return source;
+  }
+  return nullptr;
+}
+
+/// The OpenConfig path of the request node that a native node came from: its own or the nearest one's.
+std::string openconfig_path(const Registration &registration, const TranslatedEdit &edit,
+                            const vidl_yfw_datatree *node) {
+  Chain native;
+  if (node == nullptr || !find_chain(*edit.native.root(), node, native)) return full_path(registration, {});
+  const vidl_yfw_datatree *source = nullptr;
+  for (auto at = native.rbegin(); at != native.rend() && source == nullptr; ++at) source = extra(**at).source;
+  if (source == nullptr) source = source_below(*node);
+  Chain steps;
+  if (source == nullptr || !find_chain(*edit.walked.root(), source, steps))
+    return full_path(registration, {});
+  std::string path;
+  for (const vidl_yfw_datatree *step : steps) {
+    path +=
+        (path.empty() ? "" : "/") + path_step(*step, tag_of(*step) == registration.list, registration.key);
+  }
+  return full_path(registration, path);
+}
+
+}  // namespace
+
+Mapper::Mapper(const Plugin &plugin, NativeDatastore &datastore) : plugin_(plugin), datastore_(datastore) {}
+
+Datatree Mapper::read(const Read &request) {
+  Datatree answer;
+  for_each_part(plugin_, request, [&](const ReadJob &job, ReadRun &run, const Datatree &native) {
+    Datatree found;
+    datastore_.read(native, found);
+    merge_answer(plugin_.registration(), run.answer(found), job.instance, answer);
+  });
+  return prune_answer(*request.filter, std::move(answer));
+}
+
+void Mapper::edit(const Datatree &request) {
+  const TranslatedEdit edit = translate(plugin_, request);
+  if (child_count(*edit.native.root()) == 0) return;
+  try {
+    datastore_.edit(edit.native);
+  } catch (const NativeRefusal &native) {
+    Refusal refusal(native.what());
+    refusal.error_tag = native.error_tag;
+    refusal.path = openconfig_path(plugin_.registration(), edit, native.node);
+    const std::size_t last = refusal.path.find_last_of('/') + 1;
+    if (refusal.path.back() != ']') refusal.bad_element = refusal.path.substr(last);
+    throw refusal;
+  }
+}
+
+std::vector<Datatree> Mapper::translate_read(const Read &request) {
+  std::vector<Datatree> natives;
+  for_each_part(plugin_, request,
+                [&](const ReadJob &, ReadRun &, Datatree native) { natives.push_back(std::move(native)); });
+  return natives;
+}
+
+Datatree Mapper::translate_edit(const Datatree &request) {
+  return translate(plugin_, request).native;
+}
+
+}  // namespace yfw

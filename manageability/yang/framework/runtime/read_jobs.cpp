@@ -1,0 +1,212 @@
+#include "read_jobs.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "record_copy.hpp"
+
+namespace yfw {
+namespace {
+
+using Nodes = std::vector<const vidl_yfw_datatree *>;
+
+bool is_openconfig(const Registration &registration, const vidl_yfw_datatree &node, const std::string &tag) {
+  return is_named(node, tag, registration.openconfig_ns);
+}
+
+bool has_leaf(const vidl_yfw_datatree &node, const std::string &tag) {
+  for (const vidl_yfw_datatree &below : children(node)) {
+    if ((tag_of(below) == tag && child_count(below) == 0) || has_leaf(below, tag)) return true;
+  }
+  return false;
+}
+
+void add_filter_copy(Datatree &tree, vidl_yfw_datatree *parent, const vidl_yfw_datatree &node) {
+  vidl_yfw_datatree *copy = add_record(tree, parent, node);
+  for (const vidl_yfw_datatree &below : children(node)) add_filter_copy(tree, copy, below);
+}
+
+bool only_matches(const vidl_yfw_datatree &node) {
+  for (const vidl_yfw_datatree &below : children(node)) {
+    if (child_count(below) != 0 || !has_value(below)) return false;
+  }
+  return true;
+}
+
+/// A copy that selects what the content matches of the filter must be compared with. The matching itself is
+/// left to the answer's filter: a value in the plug-in's hands would narrow what other parts of the filter
+/// select, or be refused where it can just not match.
+void add_selection(Datatree &tree, vidl_yfw_datatree *parent, const vidl_yfw_datatree &node) {
+  vidl_yfw_datatree *copy = tree.add(parent, tag_of(node), namespace_of(node));
+  if (only_matches(node)) return;  // RFC 6241, section 6.2.5: matches alone select all that is beside them
+  for (const vidl_yfw_datatree &below : children(node)) add_selection(tree, copy, below);
+}
+
+/// Asks for config/name: the least that keeps the plug-in from filling the whole entry.
+void add_key_copy(const Registration &registration, Datatree &tree, vidl_yfw_datatree *entry) {
+  vidl_yfw_datatree *config = tree.add(entry, registration.config, registration.openconfig_ns);
+  tree.add(config, registration.key, registration.openconfig_ns);
+}
+
+/// What the filter's entries ask of one instance: all of it, or some of its children.
+struct Wanted {
+  bool whole = false;
+  Nodes nodes;
+};
+
+class Splitter {
+ public:
+  Splitter(const Registration &registration, const Datatree &filter)
+      : registration_(registration), wanted_(registration.instances.size()) {
+    if (child_count(*filter.root()) == 0) want_all();
+    for (const vidl_yfw_datatree &top : children(*filter.root())) {
+      if (is_openconfig(registration_, top, registration_.top)) split_top(top);
+    }
+  }
+
+  std::vector<ReadJob> jobs() {
+    for (std::size_t i = 0; i < wanted_.size(); ++i) {
+      if (wanted_[i].whole) wanted_[i].nodes.clear();
+      if (wanted_[i].whole || !wanted_[i].nodes.empty()) add_amplifier(i);
+    }
+    return std::move(jobs_);
+  }
+
+ private:
+  void want_all() {
+    for (Wanted &wanted : wanted_) wanted.whole = true;
+  }
+
+  void split_top(const vidl_yfw_datatree &top) {
+    if (child_count(top) == 0) want_all();
+    for (const vidl_yfw_datatree &below : children(top)) {
+      if (is_openconfig(registration_, below, registration_.list_container)) {
+        split_list(below);
+      } else {
+        ReadJob job{ReadJob::Kind::other, {}, {}, false};
+        vidl_yfw_datatree *copy =
+            job.request.add(job.request.root(), registration_.top, registration_.openconfig_ns);
+        add_filter_copy(job.request, copy, below);
+        jobs_.push_back(std::move(job));
+      }
+    }
+  }
+
+  void split_list(const vidl_yfw_datatree &list) {
+    if (child_count(list) == 0) want_all();
+    for (const vidl_yfw_datatree &entry : children(list)) {
+      if (is_openconfig(registration_, entry, registration_.list)) split_entry(entry);
+    }
+  }
+
+  void split_entry(const vidl_yfw_datatree &entry) {
+    Nodes keys, others;
+    for (const vidl_yfw_datatree &below : children(entry)) {
+      (is_openconfig(registration_, below, registration_.key) ? keys : others).push_back(&below);
+    }
+    if (keys.size() == 1 && !has_value(*keys.front())) {
+      // A selected key alone asks for the keys of all entries, and for nothing else.
+      for (Wanted &wanted : wanted_) want(wanted, others.empty() ? keys : others);
+    } else if (keys.empty()) {
+      for (Wanted &wanted : wanted_) want(wanted, others);
+    } else {
+      const auto &instances = registration_.instances;
+      const auto named = std::find(instances.begin(), instances.end(), value_of(*keys.front()));
+      if (keys.size() > 1 || named == instances.end()) {
+        judge(entry, std::string(value_of(*keys.front())));
+      } else {
+        want(wanted_[static_cast<std::size_t>(named - instances.begin())], others);
+      }
+    }
+  }
+
+  static void want(Wanted &wanted, const Nodes &nodes) {
+    if (nodes.empty()) wanted.whole = true;
+    wanted.nodes.insert(wanted.nodes.end(), nodes.begin(), nodes.end());
+  }
+
+  vidl_yfw_datatree *add_list(ReadJob &job) const {
+    Datatree &tree = job.request;
+    return tree.add(tree.add(tree.root(), registration_.top, registration_.openconfig_ns),
+                    registration_.list_container, registration_.openconfig_ns);
+  }
+
+  void judge(const vidl_yfw_datatree &entry, std::string name) {
+    ReadJob job{ReadJob::Kind::judge, std::move(name), {}, false};
+    add_filter_copy(job.request, add_list(job), entry);
+    jobs_.push_back(std::move(job));
+  }
+
+  void add_amplifier(std::size_t instance) {
+    ReadJob job{ReadJob::Kind::amplifier, registration_.instances[instance], {}, false};
+    vidl_yfw_datatree *entry =
+        job.request.add(add_list(job), registration_.list, registration_.openconfig_ns);
+    job.request.add(entry, registration_.key, registration_.openconfig_ns, job.instance);
+    for (const vidl_yfw_datatree *node : wanted_[instance].nodes) {
+      if (is_openconfig(registration_, *node, registration_.key)) {
+        add_key_copy(registration_, job.request, entry);
+      } else {
+        add_selection(job.request, entry, *node);
+        job.key_copies = job.key_copies || has_leaf(*node, registration_.key);
+      }
+    }
+    jobs_.push_back(std::move(job));
+  }
+
+  const Registration &registration_;
+  std::vector<Wanted> wanted_;
+  std::vector<ReadJob> jobs_;
+};
+
+/// Copies a request but for the nodes at one place.
+class Remover {
+ public:
+  Remover(Datatree &to, const std::vector<std::string> &tags) : to_(to), tags_(tags) {}
+
+  bool removed() const { return removed_; }
+
+  void copy(vidl_yfw_datatree *parent, const vidl_yfw_datatree &node, std::size_t depth, bool on_path) {
+    on_path = on_path && depth < tags_.size() && tag_of(node) == tags_[depth];
+    if (on_path && depth + 1 == tags_.size()) {
+      removed_ = true;
+      return;
+    }
+    vidl_yfw_datatree *copy = add_record(to_, parent, node);
+    for (const vidl_yfw_datatree &below : children(node)) this->copy(copy, below, depth + 1, on_path);
+    if (child_count(node) != 0 && child_count(*copy) == 0) drop_last_child(*parent);
+  }
+
+ private:
+  Datatree &to_;
+  const std::vector<std::string> &tags_;
+  bool removed_ = false;
+};
+
+}  // namespace
+
+std::vector<ReadJob> split_read(const Registration &registration, const Datatree &filter) {
+  std::vector<ReadJob> jobs = Splitter(registration, filter).jobs();
+  std::stable_partition(jobs.begin(), jobs.end(),
+                        [](const ReadJob &job) { return job.kind == ReadJob::Kind::judge; });
+  return jobs;
+}
+
+bool remove_nodes(const Registration &registration, ReadJob &job, const std::vector<std::string> &tags) {
+  ReadJob rest{job.kind, job.instance, {}, job.key_copies};
+  Remover remover(rest.request, tags);
+  for (const vidl_yfw_datatree &top : children(*job.request.root())) {
+    remover.copy(rest.request.root(), top, 0, true);
+  }
+  if (!remover.removed()) return false;
+  if (job.kind == ReadJob::Kind::amplifier) {
+    vidl_yfw_datatree *entry = rest.request.root();
+    for (const std::string &tag : {registration.top, registration.list_container, registration.list}) {
+      if (entry != nullptr) entry = child(*entry, tag);
+    }
+    if (entry != nullptr && child_count(*entry) == 1) add_key_copy(registration, rest.request, entry);
+  }
+  job = std::move(rest);
+  return true;
+}
+
+}  // namespace yfw
