@@ -3,7 +3,7 @@
 PREFIX ?= /usr/local
 JOBS ?= $(shell nproc)
 
-.PHONY: demo check bench install format clean packages
+.PHONY: demo check bench install lint format clean packages
 
 demo: packages
 	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
@@ -27,6 +27,10 @@ install: packages
 	cmake --preset release -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	cmake --build --preset release -j $(JOBS)
 	cmake --install build/release
+
+lint: packages
+	cmake --preset dev
+	git ls-files "*.cpp" | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/dev
 
 format: packages
 	git ls-files '*.cpp' '*.h' '*.hpp' | xargs clang-format -i
