@@ -1,0 +1,193 @@
+#include "commands.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <thread>
+
+#include "completion.hpp"
+#include "openconfig_request.hpp"
+#include "parts.hpp"
+#include "printable.hpp"
+#include "rpc_reply.hpp"
+#include "session.hpp"
+#include "table.hpp"
+#include "terminal.hpp"
+#include "trace.hpp"
+
+namespace ymap {
+namespace {
+
+constexpr std::size_t kLightTraceLines = 100'000;
+
+void print(const std::string &text) {
+  std::cout << text << std::flush;
+  if (!std::cout) throw UsageError("standard output cannot be written");
+}
+
+void print_warnings(const Answer &answer) {
+  for (const auto &warning : answer.warnings) std::cerr << "ymap: warning: " << printable(warning) << "\n";
+}
+
+/// All of a file; of one that is too large, enough to be refused.
+std::string read_input(const std::string &name) {
+  const bool standard = name == "-";
+  const std::string shown = standard ? "standard input" : name;
+  std::FILE *file = standard ? stdin : std::fopen(name.c_str(), "rb");
+  if (file == nullptr) throw UsageError("file " + shown + " cannot be opened: " + std::strerror(errno));
+  const std::unique_ptr<std::FILE, int (*)(std::FILE *)> owner(standard ? nullptr : file, &std::fclose);
+  std::string text;
+  std::string block(1U << 16, '\0');
+  while (text.size() <= kLargestDocument) {
+    const auto count = std::fread(block.data(), 1, block.size(), file);
+    text.append(block, 0, count);
+    if (count < block.size()) break;
+  }
+  if (std::ferror(file) != 0) throw UsageError(shown + " cannot be read: " + std::strerror(errno));
+  return text;
+}
+
+std::string render(const Data &data, Options::Format format, const Terminal &terminal) {
+  switch (format) {
+    case Options::Format::xml:
+      return print_data(data, DataFormat::xml);
+    case Options::Format::json:
+      return print_data(data, DataFormat::json);
+    case Options::Format::text:
+      break;
+  }
+  return print_table(data, terminal);
+}
+
+int get(Session &session, const Options &options) {
+  const auto kind = options.config_only ? Request::Kind::get_config : Request::Kind::get;
+  const auto request = read_request(session.schema(), kind, options.state_only, options.amplifiers);
+  const auto terminal = Terminal::of_standard_output();
+  while (true) {
+    const auto answer = session.run(request);
+    print_warnings(answer);
+    const auto text = render(answer.data, options.format, terminal);
+    if (!options.watch) {
+      print(text);
+      return kDone;
+    }
+    // Home and erase to the end; without control sequences an empty line parts the readings.
+    print(terminal.redraws ? "\033[H\033[J" + text : text + "\n");
+    std::this_thread::sleep_for(std::chrono::duration<double>(*options.watch));
+  }
+}
+
+std::vector<Assignment> assignments(const Options &options) {
+  std::vector<Assignment> list;
+  for (const auto &argument : options.arguments) {
+    const auto equals = argument.find('=');
+    Assignment assignment{argument.substr(0, equals), std::nullopt};
+    if (options.command == Options::Command::set) {
+      if (equals == std::string::npos)
+        throw UsageError("\"" + argument + "\" has no value; write LEAF=VALUE, such as target-gain=15.5");
+      assignment.value = argument.substr(equals + 1);
+    } else if (equals != std::string::npos) {
+      throw UsageError("\"" + argument + "\" has a value; unset takes the leaf alone");
+    }
+    if (assignment.leaf.empty()) throw UsageError("\"" + argument + "\" names no leaf");
+    if (std::ranges::find(list, assignment.leaf, &Assignment::leaf) != list.end())
+      throw UsageError("leaf " + assignment.leaf + " is given twice");
+    list.push_back(std::move(assignment));
+  }
+  return list;
+}
+
+int edit(Session &session, const Options &options) {
+  print_warnings(session.run(edit_request(session.schema(), options.amplifier, assignments(options))));
+  return kDone;
+}
+
+/// The reply is the result, also where it is a refusal.
+int rpc(Session &session, const Options &options) {
+  const auto text = read_input(options.file);
+  std::vector<XmlAttribute> attributes;
+  try {
+    const RpcMessage message(text);
+    attributes = message.attributes();
+    const auto request = message.request(session.schema());
+    const auto answer = session.run(request);
+    print_warnings(answer);
+    print(reply(attributes, request, answer));
+    return kDone;
+  } catch (const RpcError &error) {
+    print(error_reply(attributes, error.fault()));
+    return kRefused;
+  }
+}
+
+int translate(Session &session, const Options &options) {
+  const RpcMessage message(read_input(options.file));
+  const auto request = message.request(session.schema());
+  const auto natives = session.translate(request);
+  if (natives.empty()) std::cerr << "ymap: the request has nothing for the device\n";
+  for (const auto &native : natives) print(native_request(request.kind, native));
+  return kDone;
+}
+
+int dispatch(Session &session, const Options &options) {
+  switch (options.command) {
+    case Options::Command::get:
+      return get(session, options);
+    case Options::Command::set:
+    case Options::Command::unset:
+      return edit(session, options);
+    case Options::Command::rpc:
+      return rpc(session, options);
+    case Options::Command::translate:
+      return translate(session, options);
+    case Options::Command::completion:
+      print(bash_completion(session));
+      return kDone;
+  }
+  return kUnusable;
+}
+
+/// The plug-in's outputs while a command runs; the light trace is written when it is over, however it ends.
+class Tracing {
+ public:
+  explicit Tracing(const Options &options) : light_(options.light_trace) {
+    if (options.trace) {
+      yfw::set_log_sink(yfw::LogLevel::error, yfw::LogSink::standard_error);
+      yfw::set_log_sink(yfw::LogLevel::trace, yfw::LogSink::standard_error);
+    }
+    if (light_) yfw::set_light_trace(kLightTraceLines);
+  }
+  ~Tracing() {
+    if (light_) yfw::dump_light_trace(std::cerr);
+  }
+  Tracing(const Tracing &) = delete;
+  Tracing &operator=(const Tracing &) = delete;
+
+ private:
+  bool light_;
+};
+
+/// Commands that run nothing on the device take no folder, so that none is made for them.
+bool needs_device(Options::Command command) {
+  return command != Options::Command::translate && command != Options::Command::completion;
+}
+
+}  // namespace
+
+int run_command(const Options &options) {
+  std::filesystem::path folder;
+  if (needs_device(options.command) || !options.device.empty()) folder = device_folder(options.device);
+  Session session(find_parts(), folder);
+  const Tracing tracing(options);
+  return dispatch(session, options);
+}
+
+std::string describe(const Fault &fault) {
+  return printable(fault.tag + (fault.path.empty() ? "" : " at " + fault.path) + ": " + fault.message);
+}
+
+}  // namespace ymap

@@ -1,0 +1,304 @@
+#include "data_parser.hpp"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+namespace ymap {
+namespace {
+
+constexpr std::array<std::pair<std::string_view, uint32_t>, 5> kOperations = {{
+    {"merge", YMAP_OP_MERGE},
+    {"create", YMAP_OP_CREATE},
+    {"replace", YMAP_OP_REPLACE},
+    {"delete", YMAP_OP_DELETE},
+    {"remove", YMAP_OP_REMOVE},
+}};
+
+bool same_element(const XmlElement &one, const XmlElement &other) {
+  return one.name() == other.name() && one.ns() == other.ns();
+}
+
+/// Walks elements beside the schema. What an edit and a filter have in common is the look-up; what they allow
+/// differs.
+class DataParser {
+ public:
+  /// `where` is the path of the element around the data, for what is wrong with the tops.
+  DataParser(const Schema &schema, const std::string &where, yfw::Datatree &tree)
+      : schema_(schema), where_(where), tree_(tree), ns_(schema.ns()) {}
+
+ protected:
+  /// An element that stands where the schema has a node, and its instance path.
+  struct Located {
+    XmlElement element;
+    const lysc_node *node;
+    std::string path;
+  };
+
+  /// Elements without a namespace match any, in a filter (RFC 6241, section 6.2.1).
+  Located locate(const XmlElement &element, const lysc_node *parent, const std::string &path,
+                 bool any_namespace) const {
+    const std::string name(element.name());
+    if (element.ns() != ns_ && !(any_namespace && element.ns().empty())) {
+      throw RpcError({.tag = "unknown-namespace",
+                      .message = "element " + name + " is of namespace \"" + std::string(element.ns()) +
+                                 "\", expected \"" + ns_ + "\"",
+                      .path = path.empty() ? where_ : path,
+                      .bad_element = name,
+                      .bad_namespace = std::string(element.ns())});
+    }
+    const auto *node = schema_.child(parent, name);
+    auto here = step(path, schema_.module_name(), name);
+    if (node == nullptr) throw unknown_element(here, name);
+    if (is_list(node)) here = with_keys(here, element, node);
+    return {element, node, here};
+  }
+
+  static void check_shape(const Located &at) {
+    const auto children = at.element.children();
+    if (is_leaf(at.node)) {
+      if (!children.empty())
+        throw unknown_element(at.path + "/" + std::string(children.front().name()), children.front().name());
+    } else if (!trimmed(at.element.text()).empty()) {
+      const std::string name(at.element.name());
+      throw RpcError({.tag = "bad-element",
+                      .message = "element " + name + " holds text; it may hold elements only",
+                      .path = at.path,
+                      .bad_element = name});
+    }
+  }
+
+  [[noreturn]] static void unknown_attribute(const XmlAttribute &attribute, const Located &at,
+                                             const std::string &hint) {
+    throw RpcError({.tag = "unknown-attribute",
+                    .message = "attribute " + attribute.name + " is not known here" + hint,
+                    .path = at.path,
+                    .bad_attribute = attribute.name,
+                    .bad_element = std::string(at.element.name())});
+  }
+
+  const Schema &schema() const { return schema_; }
+  yfw::Datatree &tree() { return tree_; }
+  const std::string &ns() const { return ns_; }
+
+ private:
+  /// Only an unmistakable key is worth a predicate.
+  std::string with_keys(const std::string &path, const XmlElement &entry, const lysc_node *list) const {
+    std::string keyed = path;
+    for (const auto *node : schema_.children(list)) {
+      if (!is_key(node)) continue;
+      std::optional<std::string> value;
+      for (const auto &child : entry.children()) {
+        if (schema_.child(list, child.name()) != node) continue;
+        if (value) return path;
+        value = trimmed(child.text());
+      }
+      if (value && !value->empty()) keyed = with_key(keyed, node_name(node), *value);
+    }
+    return keyed;
+  }
+
+  const Schema &schema_;
+  std::string where_;
+  yfw::Datatree &tree_;
+  std::string ns_;
+};
+
+class EditParser : public DataParser {
+ public:
+  EditParser(const Schema &schema, const std::string &where, DefaultOperation operation, yfw::Datatree &tree)
+      : DataParser(schema, where, tree), default_operation_(operation) {}
+
+  void parse(const std::vector<XmlElement> &elements) {
+    check_once(elements, nullptr, {});
+    for (const auto &element : elements) check(locate(element, nullptr, {}, false));
+    for (const auto &element : elements) {
+      const auto at = locate(element, nullptr, {}, false);
+      if (has_effect(at, false)) add(at, tree().root(), false);
+    }
+    // Nothing at all as the new content of the datastore is a content too.
+    if (elements.empty() && default_operation_ == DefaultOperation::replace)
+      for (const auto *top : schema().children(nullptr))
+        tree().add(tree().root(), node_name(top), ns(), std::nullopt, YMAP_OP_REPLACE);
+  }
+
+ private:
+  static std::optional<uint32_t> own_operation(const XmlElement &element) {
+    for (const auto &attribute : element.attributes())
+      for (const auto &[word, operation] : kOperations)
+        if (attribute.value == word) return operation;
+    return std::nullopt;
+  }
+
+  static void check_attributes(const Located &at) {
+    for (const auto &attribute : at.element.attributes()) {
+      if (attribute.ns != kNetconfNs || attribute.name != "operation") {
+        const bool unprefixed = attribute.name == "operation" && attribute.ns.empty();
+        unknown_attribute(attribute, at,
+                          unprefixed ? "; operation needs a prefix that stands for " + std::string(kNetconfNs)
+                                     : std::string());
+      }
+      if (own_operation(at.element)) continue;
+      throw RpcError({.tag = "bad-attribute",
+                      .message = "operation \"" + attribute.value +
+                                 "\" is none of merge, create, replace, delete, remove",
+                      .path = at.path,
+                      .bad_attribute = "operation",
+                      .bad_element = std::string(at.element.name())});
+    }
+  }
+
+  /// A leaf or container stands once. Keys may not either, but that is for the plug-in to say.
+  void check_once(const std::vector<XmlElement> &siblings, const lysc_node *parent, const std::string &path) {
+    for (auto one = siblings.begin(); one != siblings.end(); ++one) {
+      const auto *node = schema().child(parent, one->name());
+      if (node == nullptr || is_list(node) || is_key(node)) continue;
+      if (std::none_of(std::next(one), siblings.end(),
+                       [&](auto &other) { return same_element(*one, other); }))
+        continue;
+      const std::string name(one->name());
+      throw RpcError({.tag = "bad-element",
+                      .message = "element " + name + " stands twice; it may stand once",
+                      .path = step(path, schema().module_name(), name),
+                      .bad_element = name});
+    }
+  }
+
+  void check(const Located &at) {
+    check_shape(at);
+    check_attributes(at);
+    if (is_leaf(at.node)) {
+      if (!is_key(at.node) && !removed_without_value(at.element))
+        checked_value(at.node, at.element.text(), {at.element.prefixes()}, at.path);
+      return;
+    }
+    const auto children = at.element.children();
+    for (const auto &child : children) check(locate(child, at.node, at.path, false));
+    check_once(children, at.node, at.path);
+  }
+
+  static bool removed_without_value(const XmlElement &leaf) {
+    const auto operation = own_operation(leaf);
+    return trimmed(leaf.text()).empty() && (operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE);
+  }
+
+  /// With the default operation "none" an element takes part only if it, one above or one below says how.
+  /// State has no effect, but the refusal of it must not get lost.
+  bool has_effect(const Located &at, bool inherited) const {
+    if (default_operation_ != DefaultOperation::none || inherited || own_operation(at.element)) return true;
+    if (!is_config(at.node)) return true;
+    const auto children = at.element.children();
+    return std::any_of(children.begin(), children.end(), [&](const XmlElement &child) {
+      return has_effect(locate(child, at.node, at.path, false), false);
+    });
+  }
+
+  void add(const Located &at, vidl_yfw_datatree *parent, bool inherited) {
+    const bool replaced = default_operation_ == DefaultOperation::replace && parent == tree().root();
+    const auto own = own_operation(at.element);
+    std::optional<std::string> value;
+    if (is_key(at.node))
+      value = at.element.text();
+    else if (is_leaf(at.node) && !removed_without_value(at.element))
+      value = checked_value(at.node, at.element.text(), {at.element.prefixes()}, at.path);
+    auto *node = tree().add(parent, at.element.name(), ns(), value,
+                            own.value_or(replaced ? YMAP_OP_REPLACE : YMAP_OP_NONE));
+    inherited = inherited || own.has_value();
+    for (const auto &child : at.element.children()) {
+      const auto below = locate(child, at.node, at.path, false);
+      if (is_key(below.node) || has_effect(below, inherited)) add(below, node, inherited);
+    }
+  }
+
+  DefaultOperation default_operation_;
+};
+
+class FilterParser : public DataParser {
+ public:
+  using DataParser::DataParser;
+
+  bool parse(const std::vector<XmlElement> &elements) {
+    bool any = false;
+    for (const auto &element : elements) {
+      const auto at = locate(element, nullptr, {}, true);
+      if (!can_match(at)) continue;
+      add(at, tree().root());
+      any = true;
+    }
+    return any;
+  }
+
+ private:
+  /// A content match leaf is one with a value; white space around it does not count (RFC 6241,
+  /// section 6.2.5).
+  static std::string_view match_value(const Located &at) {
+    return is_leaf(at.node) ? trimmed(at.element.text()) : std::string_view();
+  }
+
+  static CheckedValue checked(const Located &at) {
+    return check_value(at.node, match_value(at), {at.element.prefixes()});
+  }
+
+  /// Checks the subtree, all of it, and tells whether there can be data that it selects. A value that is not
+  /// of its leaf's type matches nothing, and then its siblings select nothing either.
+  bool can_match(const Located &at) const {
+    check_shape(at);
+    if (const auto attributes = at.element.attributes(); !attributes.empty())
+      unknown_attribute(attributes.front(), at, "; the model has none to select by");
+    if (is_leaf(at.node)) return match_value(at).empty() || checked(at).text.has_value();
+    bool content_fails = false;
+    bool selects = false;
+    bool has_selector = false;
+    for (const auto &child : at.element.children()) {
+      const auto below = locate(child, at.node, at.path, true);
+      const bool matches = can_match(below);
+      if (!match_value(below).empty()) {
+        content_fails |= !matches;
+      } else {
+        has_selector = true;
+        selects |= matches;
+      }
+    }
+    return !content_fails && (selects || !has_selector);
+  }
+
+  void add(const Located &at, vidl_yfw_datatree *parent) {
+    std::optional<std::string> value;
+    if (!match_value(at).empty()) value = checked(at).text;
+    auto *node = tree().add(parent, at.element.name(), ns(), value);
+    for (const auto &child : at.element.children()) {
+      const auto below = locate(child, at.node, at.path, true);
+      if (can_match(below)) add(below, node);
+    }
+  }
+};
+
+}  // namespace
+
+void parse_edit(const Schema &schema, const XmlElement &around, const std::string &where,
+                DefaultOperation operation, yfw::Datatree &tree) {
+  EditParser(schema, where, operation, tree).parse(around.children());
+}
+
+bool parse_filter(const Schema &schema, const XmlElement &around, const std::string &where,
+                  yfw::Datatree &tree) {
+  return FilterParser(schema, where, tree).parse(around.children());
+}
+
+std::string checked_value(const lysc_node *leaf, std::string_view value, ValueScope scope,
+                          const std::string &path) {
+  auto checked = check_value(leaf, value, scope);
+  if (!checked.text) throw RpcError({.tag = "invalid-value", .message = checked.reason, .path = path});
+  return *checked.text;
+}
+
+RpcError unknown_element(const std::string &path, std::string_view name) {
+  const std::string element(name);
+  return RpcError({.tag = "unknown-element",
+                   .message = "the model has no element " + element + " there",
+                   .path = path,
+                   .bad_element = element});
+}
+
+}  // namespace ymap

@@ -1,0 +1,21 @@
+#include <exception>
+#include <iostream>
+
+#include "commands.hpp"
+#include "options.hpp"
+#include "printable.hpp"
+#include "rpc_error.hpp"
+
+int main(int argc, char **argv) {
+  ymap::Options options;
+  try {
+    if (const auto status = ymap::parse_command_line(argc, argv, options)) return *status;
+    return ymap::run_command(options);
+  } catch (const ymap::RpcError &error) {
+    std::cerr << "ymap: error: " << ymap::describe(error.fault()) << "\n";
+    return ymap::kRefused;
+  } catch (const std::exception &error) {
+    std::cerr << "ymap: error: " << ymap::printable(error.what()) << "\n";
+    return ymap::kUnusable;
+  }
+}

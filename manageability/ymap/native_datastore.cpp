@@ -1,0 +1,77 @@
+#include "native_datastore.hpp"
+
+#include <libyang/libyang.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ymap_datatree.h"
+
+namespace ymap {
+namespace {
+
+using Operation = device::RequestNode::Operation;
+static_assert(static_cast<uint32_t>(Operation::replace) == YMAP_OP_REPLACE);
+static_assert(static_cast<uint32_t>(Operation::create) == YMAP_OP_CREATE);
+static_assert(static_cast<uint32_t>(Operation::remove_existing) == YMAP_OP_DELETE);
+static_assert(static_cast<uint32_t>(Operation::remove) == YMAP_OP_REMOVE);
+static_assert(static_cast<uint32_t>(Operation::merge) == YMAP_OP_MERGE);
+
+std::vector<device::RequestNode> device_nodes(const vidl_yfw_datatree *parent) {
+  std::vector<device::RequestNode> nodes;
+  if (!vidl_yfw_datatree_has_subtrees(parent)) return nodes;
+  nodes.reserve(parent->subtree_count);
+  for (uint32_t at = 0; at < parent->subtree_count; ++at) {
+    const auto *source = &parent->subtrees[at];
+    device::RequestNode node;
+    node.name = source->tag == nullptr ? "" : source->tag;
+    node.ns = source->namespace_ == nullptr ? "" : source->namespace_;
+    if (vidl_yfw_datatree_has_data(source) && source->data != nullptr) node.value = source->data;
+    if (vidl_yfw_datatree_has_operation(source)) node.operation = static_cast<Operation>(source->operation);
+    node.origin = source;
+    node.children = device_nodes(source);
+    nodes.push_back(std::move(node));
+  }
+  return nodes;
+}
+
+void add_answer(const lyd_node *first, vidl_yfw_datatree *parent, yfw::Datatree &answer) {
+  const lyd_node *node = nullptr;
+  LY_LIST_FOR(first, node) {
+    const char *name = node->schema->name;
+    const char *ns = node->schema->module->ns;
+    if ((node->schema->nodetype & LYD_NODE_TERM) != 0)
+      answer.add(parent, name, ns, lyd_get_value(node));
+    else
+      add_answer(lyd_child(node), answer.add(parent, name, ns), answer);
+  }
+}
+
+}  // namespace
+
+DeviceDatastore::DeviceDatastore(std::filesystem::path folder, std::filesystem::path models)
+    : folder_(std::move(folder)), models_(std::move(models)) {}
+
+device::Device &DeviceDatastore::opened() {
+  if (!device_) device_.emplace(folder_, models_);
+  return *device_;
+}
+
+void DeviceDatastore::read(const yfw::Datatree &request, yfw::Datatree &answer) {
+  const auto tree = opened().read(device_nodes(request.root()));
+  add_answer(tree.get(), answer.root(), answer);
+}
+
+void DeviceDatastore::edit(const yfw::Datatree &request) {
+  try {
+    opened().edit(device_nodes(request.root()));
+  } catch (const device::EditError &error) {
+    yfw::NativeRefusal refusal(error.what());
+    refusal.error_tag = error.error_tag;
+    refusal.node = static_cast<const vidl_yfw_datatree *>(error.origin);
+    throw refusal;
+  }
+}
+
+}  // namespace ymap

@@ -1,0 +1,186 @@
+#include "options.hpp"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <map>
+
+#include "printable.hpp"
+
+namespace ymap {
+namespace {
+
+const char *const kExamples = R"(
+Examples:
+  ymap get                                          all amplifiers, settings and operating values
+  ymap get 0/0-AMP-BST2 --config                    the settings of one
+  ymap set 0/0-AMP-BST2 target-gain=15.5 enabled=true
+  ymap rpc edit.xml                                 a NETCONF <rpc> from a file
+  ymap translate edit.xml                           what it would send to the device
+
+Exit status: 0 done, 1 the request was refused, 2 wrong usage or a broken device folder.
+Environment: YMAP_PLUGIN (plug-in library), YMAP_MODELS (folder of YANG modules), NO_COLOR.)";
+
+const char *const kGetExamples = R"(
+Examples:
+  ymap get
+  ymap get 0/0-AMP-PRE0 0/0-AMP-BST0 --state
+  ymap get -f json | jq .
+  ymap get | grep target-gain                       one line a value where it is no terminal
+  ymap get 0/0-AMP-BST2 --watch 30)";
+
+const char *const kSetExamples = R"(
+Examples:
+  ymap set 0/0-AMP-BST2 target-gain=15.5
+  ymap set 0/0-AMP-PRE0 target-gain=20 target-gain-tilt=-1.5 gain-range=MID_GAIN_RANGE enabled=true
+
+All leaves are set, or none.)";
+
+const char *const kUnsetExamples = R"(
+Examples:
+  ymap unset 0/0-AMP-BST2 target-gain-tilt gain-range)";
+
+const char *const kRpcExamples = R"(
+Examples:
+  ymap rpc request.xml
+  ymap rpc <<'END'
+  <rpc message-id="1" xmlns="urn:ietf:params:xml:ns:netconf:base:1.0">
+    <edit-config>
+      <target><running/></target>
+      <config>
+        <optical-amplifier xmlns="http://openconfig.net/yang/optical-amplfier">
+          <amplifiers><amplifier>
+            <name>0/0-AMP-BST2</name>
+            <config><target-gain>15.5</target-gain></config>
+          </amplifier></amplifiers>
+        </optical-amplifier>
+      </config>
+    </edit-config>
+  </rpc>
+  END)";
+
+const char *const kTranslateExamples = R"(
+Examples:
+  ymap translate request.xml
+  ymap translate < request.xml
+
+A read gives one native request an amplifier, an edit gives one.)";
+
+const char *const kCompletionExamples = R"(
+Examples:
+  source <(ymap completion bash)
+  ymap completion bash > ~/.local/share/bash-completion/completions/ymap)";
+
+/// The parser, bound to the options that it fills.
+class Parser {
+ public:
+  explicit Parser(Options &options) : options_(options) {
+    app_.set_version_flag("--version", std::string("ymap ") + YMAP_VERSION);
+    app_.footer(kExamples);
+    app_.require_subcommand(1);
+    app_.add_option("--device", options_.device, "Folder of the emulated device; your own without it")
+        ->type_name("DIR");
+    app_.add_flag("--trace", options_.trace, "The plug-in's log on standard error");
+    app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
+    add_get();
+    add_edit(Options::Command::set, "set", "Set leaves of an amplifier's config", "LEAF=VALUE", kSetExamples);
+    add_edit(Options::Command::unset, "unset", "Remove leaves of an amplifier's config", "LEAF",
+             kUnsetExamples);
+    add_message(Options::Command::rpc, "rpc", "Run a NETCONF <rpc>: get, get-config, edit-config",
+                kRpcExamples);
+    add_message(Options::Command::translate, "translate", "Show the native requests of an <rpc>, run nothing",
+                kTranslateExamples);
+    add_completion();
+  }
+
+  CLI::App &app() { return app_; }
+
+ private:
+  CLI::App *add(Options::Command command, const char *name, const char *description, const char *examples) {
+    auto *sub = app_.add_subcommand(name, description);
+    sub->fallthrough();
+    sub->footer(examples);
+    sub->final_callback([this, command] { options_.command = command; });
+    return sub;
+  }
+
+  void add_get() {
+    static const std::map<std::string, Options::Format> formats = {
+        {"text", Options::Format::text}, {"xml", Options::Format::xml}, {"json", Options::Format::json}};
+    auto *sub =
+        add(Options::Command::get, "get", "Read amplifiers: settings and operating values", kGetExamples);
+    sub->add_option("AMPLIFIER", options_.amplifiers, "Names of amplifiers; all without any");
+    auto *config = sub->add_flag("--config", options_.config_only, "Settings only");
+    sub->add_flag("--state", options_.state_only, "State only")->excludes(config);
+    sub->add_option_function<std::string>(
+           "-f,--format", [this](const std::string &word) { options_.format = formats.at(word); },
+           "text, xml or json")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(formats).description(""));
+    sub->add_option("--watch", options_.watch, "Read again every so many seconds, until interrupted")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 86400.0).description(""));
+  }
+
+  void add_edit(Options::Command command, const char *name, const char *description, const char *argument,
+                const char *examples) {
+    auto *sub = add(command, name, description, examples);
+    sub->add_option("AMPLIFIER", options_.amplifier, "Name of the amplifier")->required();
+    sub->add_option(argument, options_.arguments, "One or more, one transaction")->required();
+  }
+
+  void add_message(Options::Command command, const char *name, const char *description,
+                   const char *examples) {
+    add(command, name, description, examples)
+        ->add_option("FILE", options_.file, "File with the <rpc>; - or none: standard input");
+  }
+
+  void add_completion() {
+    auto *sub = add(Options::Command::completion, "completion", "Print a completion script for a shell",
+                    kCompletionExamples);
+    sub->add_option("SHELL", shell_, "bash")->required()->check(CLI::IsMember({"bash"}).description(""));
+  }
+
+  Options &options_;
+  std::string shell_;
+  CLI::App app_{"Reads and sets the amplifiers of an optical line system in OpenConfig terms.", "ymap"};
+};
+
+void collect(const CLI::App &app, const std::string &name, std::vector<CommandWords> &commands) {
+  CommandWords words{name, {}};
+  for (const auto *option : app.get_options()) {
+    for (const auto &letter : option->get_snames()) words.options.push_back("-" + letter);
+    for (const auto &word : option->get_lnames()) words.options.push_back("--" + word);
+  }
+  commands.push_back(std::move(words));
+}
+
+}  // namespace
+
+std::optional<int> parse_command_line(int argc, const char *const *argv, Options &options) {
+  Parser parser(options);
+  try {
+    parser.app().parse(argc, argv);
+    return std::nullopt;
+  } catch (const CLI::Success &wanted) {
+    return parser.app().exit(wanted);
+  } catch (const CLI::ParseError &error) {
+    const auto rest = parser.app().remaining();
+    const bool no_command = parser.app().get_subcommands().empty() && !rest.empty();
+    std::cerr << "ymap: error: "
+              << printable(no_command ? "\"" + rest.front() + "\" is no command or option" : error.what())
+              << "\nymap --help, or ymap COMMAND --help, shows the usage.\n";
+    return 2;
+  }
+}
+
+std::vector<CommandWords> command_words() {
+  Options unused;
+  Parser parser(unused);
+  std::vector<CommandWords> commands;
+  collect(parser.app(), "", commands);
+  for (const auto *sub : parser.app().get_subcommands([](const CLI::App *) { return true; }))
+    collect(*sub, sub->get_name(), commands);
+  return commands;
+}
+
+}  // namespace ymap

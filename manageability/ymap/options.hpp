@@ -1,0 +1,44 @@
+/// \file
+/// The command line.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ymap {
+
+struct Options {
+  enum class Command { get, set, unset, rpc, translate, completion };
+  enum class Format { text, xml, json };
+
+  Command command = Command::get;
+  std::string device;  ///< folder; empty: the user's own
+  bool trace = false;
+  bool light_trace = false;
+
+  std::vector<std::string> amplifiers;  ///< get
+  bool config_only = false;
+  bool state_only = false;
+  Format format = Format::text;
+  std::optional<double> watch;  ///< seconds between two reads
+
+  std::string amplifier;               ///< set, unset
+  std::vector<std::string> arguments;  ///< set: LEAF=VALUE; unset: LEAF
+
+  std::string file = "-";  ///< rpc, translate; "-" is standard input
+};
+
+/// Reads the command line into `options`. The exit status where nothing is left to do: 0 after --help and
+/// --version, 2 after a message about wrong usage.
+std::optional<int> parse_command_line(int argc, const char *const *argv, Options &options);
+
+/// A subcommand as the shell completes it.
+struct CommandWords {
+  std::string name;                  ///< empty for the tool itself
+  std::vector<std::string> options;  ///< "-f", "--format"
+};
+std::vector<CommandWords> command_words();
+
+}  // namespace ymap

@@ -1,0 +1,60 @@
+#include "printable.hpp"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace ymap {
+namespace {
+
+struct Sequence {
+  uint8_t mask, lead;  ///< of the first byte
+  std::size_t length;
+  char32_t least;  ///< smaller characters have a shorter form
+};
+constexpr std::array<Sequence, 3> kSequences = {{
+    {0xe0, 0xc0, 2, 0x80},
+    {0xf0, 0xe0, 3, 0x800},
+    {0xf8, 0xf0, 4, 0x10000},
+}};
+
+/// Length of the character that `text` begins with, 0 if it begins with none that may be shown.
+std::size_t character_length(std::string_view text) {
+  const auto first = static_cast<uint8_t>(text.front());
+  if (first < 0x80) return (first >= 0x20 && first != 0x7f) || first == '\t' || first == '\n' ? 1 : 0;
+  for (const auto &row : kSequences) {
+    if ((first & row.mask) != row.lead) continue;
+    if (text.size() < row.length) return 0;
+    char32_t code = first & static_cast<uint8_t>(~row.mask);
+    for (std::size_t at = 1; at < row.length; ++at) {
+      const auto next = static_cast<uint8_t>(text[at]);
+      if ((next & 0xc0U) != 0x80) return 0;
+      code = code << 6U | (next & 0x3fU);
+    }
+    // C1 control characters, surrogates and non-characters are no text either.
+    const bool shown = code >= row.least && code >= 0xa0 && (code < 0xd800 || code > 0xdfff) &&
+                       (code & 0xfffeU) != 0xfffe && code <= 0x10ffff;
+    return shown ? row.length : 0;
+  }
+  return 0;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  constexpr const char *digits = "0123456789abcdef";
+  std::string shown;
+  while (!text.empty()) {
+    const auto length = character_length(text);
+    if (length == 0) {
+      const auto byte = static_cast<uint8_t>(text.front());
+      shown.append("\\x").append(1, digits[byte >> 4U]).append(1, digits[byte & 0xfU]);
+    } else {
+      shown.append(text, 0, length);
+    }
+    text.remove_prefix(length == 0 ? 1 : length);
+  }
+  return shown;
+}
+
+}  // namespace ymap

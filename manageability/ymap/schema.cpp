@@ -1,0 +1,189 @@
+#include "schema.hpp"
+
+#include <libyang/libyang.h>
+#include <libyang/plugins_types.h>
+
+#include <algorithm>
+
+#include "rpc_error.hpp"
+
+namespace ymap {
+namespace {
+
+const lysc_type *real_type(const lysc_node *leaf) {
+  const lysc_type *type = reinterpret_cast<const lysc_node_leaf *>(leaf)->type;
+  while (type->basetype == LY_TYPE_LEAFREF)
+    type = reinterpret_cast<const lysc_type_leafref *>(type)->realtype;
+  return type;
+}
+
+uint8_t fraction_digits(const lysc_type *type) {
+  return reinterpret_cast<const lysc_type_dec *>(type)->fraction_digits;
+}
+
+void collect_derived(const lysc_ident *identity, std::vector<std::string> &names) {
+  LY_ARRAY_COUNT_TYPE at = 0;
+  LY_ARRAY_FOR(identity->derived, at) {
+    names.emplace_back(identity->derived[at]->name);
+    collect_derived(identity->derived[at], names);
+  }
+}
+
+/// What a value of the leaf looks like, for a person who wrote a wrong one.
+std::string expectation(const lysc_node *leaf) {
+  const auto words = value_words(leaf);
+  if (!words.empty()) {
+    std::string list;
+    for (const auto &word : words) list += (list.empty() ? "" : ", ") + word;
+    return "one of " + list;
+  }
+  const auto *type = real_type(leaf);
+  if (type->basetype == LY_TYPE_DEC64) {
+    const std::string unit(units(leaf));
+    return "a decimal number with up to " + std::to_string(fraction_digits(type)) + " fraction digits" +
+           (unit.empty() ? "" : " in " + unit);
+  }
+  if (type->basetype == LY_TYPE_UINT64) return "a non-negative integer";
+  return "a text";
+}
+
+/// Frees what a type's store callback left behind.
+struct StoredValue {
+  const ly_ctx *context;
+  const lysc_type *type;
+  lyd_value value = {};
+  ly_err_item *error = nullptr;
+  bool stored = false;
+
+  StoredValue(const ly_ctx *a_context, const lysc_type *a_type) : context(a_context), type(a_type) {}
+  StoredValue(const StoredValue &) = delete;
+  StoredValue &operator=(const StoredValue &) = delete;
+  ~StoredValue() {
+    if (stored) type->plugin->free(context, &value);
+    ly_err_free(error);
+  }
+};
+
+}  // namespace
+
+void Schema::ContextDeleter::operator()(ly_ctx *context) const {
+  ly_ctx_destroy(context);
+}
+
+Schema::Schema(const std::filesystem::path &models, const std::string &module) {
+  ly_log_options(LY_LOSTORE_LAST);
+  ly_ctx *context = nullptr;
+  const auto status =
+      ly_ctx_new(models.c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &context);
+  context_.reset(context);
+  if (status != LY_SUCCESS)
+    throw UsageError("the folder of the YANG modules " + models.string() + " cannot be read");
+  module_ = ly_ctx_load_module(context, module.c_str(), nullptr, nullptr);
+  if (module_ == nullptr) {
+    throw UsageError("YANG module " + module + " cannot be loaded from " + models.string() + ": " +
+                     (ly_errmsg(context) == nullptr ? "no reason given" : ly_errmsg(context)));
+  }
+}
+
+std::string Schema::module_name() const {
+  return module_->name;
+}
+std::string Schema::ns() const {
+  return module_->ns;
+}
+
+const lysc_node *Schema::child(const lysc_node *parent, std::string_view name) const {
+  return lys_find_child(parent, module_, name.data(), name.size(), 0, 0);
+}
+
+std::vector<const lysc_node *> Schema::children(const lysc_node *parent) const {
+  std::vector<const lysc_node *> nodes;
+  const lysc_node *node = nullptr;
+  while ((node = lys_getnext(node, parent, module_->compiled, 0)) != nullptr) nodes.push_back(node);
+  return nodes;
+}
+
+CheckedValue check_value(const lysc_node *leaf, std::string_view value, ValueScope scope) {
+  // An identity without prefix is taken as one of the leaf's own module, whatever the default namespace is:
+  // clients that put a prefix on their elements commonly put none on the value.
+  const bool xml = scope.xml_prefixes != nullptr && value.find(':') != std::string_view::npos;
+  const lysc_type *type = real_type(leaf);
+  StoredValue result(leaf->module->ctx, type);
+  const auto status = type->plugin->store(
+      leaf->module->ctx, type, value.data(), value.size(), 0, xml ? LY_VALUE_XML : LY_VALUE_JSON,
+      const_cast<void *>(scope.xml_prefixes), LYD_HINT_DATA, leaf, &result.value, nullptr, &result.error);
+  result.stored = status == LY_SUCCESS || status == LY_EINCOMPLETE;
+  if (result.stored) {
+    const char *canonical = lyd_value_get_canonical(leaf->module->ctx, &result.value);
+    return {plain_value(leaf, canonical), {}};
+  }
+  std::string reason = result.error != nullptr && result.error->msg != nullptr
+                           ? result.error->msg
+                           : "Invalid value \"" + std::string(value) + "\".";
+  return {std::nullopt, reason + " Expected " + expectation(leaf) + "."};
+}
+
+std::string plain_value(const lysc_node *leaf, std::string_view canonical) {
+  std::string text(canonical);
+  const auto *type = real_type(leaf);
+  if (type->basetype == LY_TYPE_IDENT) {
+    if (const auto colon = text.find(':'); colon != std::string::npos) text.erase(0, colon + 1);
+  } else if (type->basetype == LY_TYPE_DEC64) {
+    const auto point = text.find('.');
+    const auto digits = point == std::string::npos ? 0 : text.size() - point - 1;
+    if (point == std::string::npos) text += '.';
+    if (digits < fraction_digits(type)) text.append(fraction_digits(type) - digits, '0');
+  }
+  return text;
+}
+
+std::vector<std::string> value_words(const lysc_node *leaf) {
+  const auto *type = real_type(leaf);
+  std::vector<std::string> words;
+  if (type->basetype == LY_TYPE_BOOL) words = {"true", "false"};
+  if (type->basetype == LY_TYPE_IDENT) {
+    const auto *identity = reinterpret_cast<const lysc_type_identityref *>(type);
+    LY_ARRAY_COUNT_TYPE at = 0;
+    LY_ARRAY_FOR(identity->bases, at) {
+      collect_derived(identity->bases[at], words);
+    }
+  }
+  return words;
+}
+
+std::string_view node_name(const lysc_node *node) {
+  return node->name;
+}
+bool is_config(const lysc_node *node) {
+  return (node->flags & LYS_CONFIG_W) != 0;
+}
+bool is_leaf(const lysc_node *node) {
+  return node->nodetype == LYS_LEAF;
+}
+bool is_list(const lysc_node *node) {
+  return node->nodetype == LYS_LIST;
+}
+bool is_key(const lysc_node *node) {
+  return lysc_is_key(node);
+}
+
+std::string_view units(const lysc_node *leaf) {
+  const char *text = reinterpret_cast<const lysc_node_leaf *>(leaf)->units;
+  return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+std::string step(const std::string &path, std::string_view module, std::string_view name) {
+  std::string longer = path + "/";
+  if (path.empty()) longer.append(module).append(":");
+  return longer.append(name);
+}
+
+std::string with_key(const std::string &path, std::string_view key, std::string_view value) {
+  const char quote = value.find('\'') == std::string_view::npos ? '\'' : '"';
+  std::string longer = path + "[";
+  longer.append(key).append("=") += quote;
+  longer.append(value) += quote;
+  return longer + "]";
+}
+
+}  // namespace ymap

@@ -1,0 +1,120 @@
+#include "session.hpp"
+
+#include <libyang/libyang.h>
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+#include "openconfig_answer.hpp"
+#include "rpc_error.hpp"
+#include "ymap_datatree.h"
+
+namespace ymap {
+namespace {
+
+struct StatusTag {
+  verrno status;
+  const char *tag;  ///< RFC 6241, appendix A
+};
+constexpr StatusTag kStatusTags[] = {
+    {YMAP_ERR_INVALID_VALUE, "invalid-value"}, {YMAP_ERR_UNSUPPORTED_TAG, "operation-not-supported"},
+    {YMAP_ERR_LIST_KEY, "bad-element"},        {YMAP_ERR_BAD_NODE, "malformed-message"},
+    {YMAP_ERR_KEY_DELETE, "bad-attribute"},    {YMAP_ERR_AUGMENT_ADD, "unknown-namespace"},
+};
+
+/// The key at fault in the first list entry that has not exactly one with a value.
+struct KeyFault {
+  std::string key;
+  bool missing = false;  ///< not there at all
+};
+
+bool find_key_fault(const Schema &schema, const lysc_node *parent, const vidl_yfw_datatree *tree,
+                    KeyFault &fault) {
+  if (!vidl_yfw_datatree_has_subtrees(tree)) return false;
+  for (uint32_t at = 0; at < tree->subtree_count; ++at) {
+    const auto *entry = &tree->subtrees[at];
+    const auto *node = schema.child(parent, entry->tag);
+    if (node == nullptr || is_leaf(node)) continue;
+    for (const auto *key : schema.children(node)) {
+      if (!is_key(key)) continue;
+      uint32_t count = 0;
+      bool valued = true;
+      for (uint32_t leaf = 0; leaf < entry->subtree_count; ++leaf) {
+        if (node_name(key) != entry->subtrees[leaf].tag) continue;
+        ++count;
+        valued = valued && entry->subtrees[leaf].data != nullptr && *entry->subtrees[leaf].data != '\0';
+      }
+      fault = {std::string(node_name(key)), count == 0};
+      if (count != 1 || !valued) return true;
+    }
+    if (find_key_fault(schema, node, entry, fault)) return true;
+  }
+  return false;
+}
+
+RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Schema &schema) {
+  Fault fault = {.tag = refusal.error_tag, .message = refusal.what(), .path = refusal.path};
+  if (fault.tag.empty()) {
+    const auto *row = std::ranges::find(kStatusTags, refusal.status, &StatusTag::status);
+    fault.tag = row == std::end(kStatusTags) ? "operation-failed" : row->tag;
+  }
+  KeyFault key;
+  if (refusal.status == YMAP_ERR_LIST_KEY && find_key_fault(schema, nullptr, request.tree.root(), key)) {
+    fault.tag = key.missing ? "missing-element" : "bad-element";
+    fault.bad_element = key.key;
+  } else if (refusal.status != YMAP_ERR_INVALID_VALUE) {
+    fault.bad_element = refusal.bad_element;
+  }
+  if (refusal.status == YMAP_ERR_KEY_DELETE) {
+    fault.bad_attribute = "operation";
+    fault.bad_element = yfw::optical_amplifier().key;
+  }
+  if (refusal.status == YMAP_ERR_BAD_NODE) fault.type = "rpc";
+  return RpcError(std::move(fault));
+}
+
+yfw::Read read_of(const Request &request) {
+  return {&request.tree, request.kind == Request::Kind::get ? YMAP_REQ_GET : YMAP_REQ_GET_CONFIG,
+          request.state_only ? YMAP_CONTENT_STATE_ONLY : 0};
+}
+
+}  // namespace
+
+void DataDeleter::operator()(lyd_node *tree) const {
+  lyd_free_all(tree);
+}
+
+Session::Session(const Parts &parts, std::filesystem::path folder)
+    : schema_(parts.models, yfw::optical_amplifier().openconfig_module),
+      plugin_(yfw::optical_amplifier(), parts.plugin),
+      datastore_(std::move(folder), parts.models),
+      mapper_(plugin_, datastore_) {}
+
+Answer Session::run(const Request &request) {
+  if (request.selects_nothing) return {};
+  try {
+    if (request.kind != Request::Kind::edit)
+      return openconfig_answer(schema_, mapper_.read(read_of(request)).root());
+    // Nothing to do: every node of the edit was without effect.
+    if (vidl_yfw_datatree_has_subtrees(request.tree.root())) mapper_.edit(request.tree);
+    return {};
+  } catch (const yfw::Refusal &refusal) {
+    throw rpc_error(refusal, request, schema_);
+  }
+}
+
+std::vector<yfw::Datatree> Session::translate(const Request &request) {
+  std::vector<yfw::Datatree> natives;
+  if (request.selects_nothing) return natives;
+  try {
+    if (request.kind != Request::Kind::edit) return mapper_.translate_read(read_of(request));
+    if (vidl_yfw_datatree_has_subtrees(request.tree.root()))
+      natives.push_back(mapper_.translate_edit(request.tree));
+    return natives;
+  } catch (const yfw::Refusal &refusal) {
+    throw rpc_error(refusal, request, schema_);
+  }
+}
+
+}  // namespace ymap

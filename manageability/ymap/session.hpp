@@ -1,0 +1,54 @@
+/// \file
+/// The road of every request, whichever command it comes from.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mapper.hpp"
+#include "native_datastore.hpp"
+#include "openconfig_request.hpp"
+#include "parts.hpp"
+#include "plugin.hpp"
+#include "schema.hpp"
+
+struct lyd_node;
+
+namespace ymap {
+
+struct DataDeleter {
+  void operator()(lyd_node *tree) const;
+};
+/// OpenConfig data, first sibling; empty for no data. Must not outlive the schema.
+using Data = std::unique_ptr<lyd_node, DataDeleter>;
+
+struct Answer {
+  Data data;                          ///< of a read
+  std::vector<std::string> warnings;  ///< what the device gave and the model does not take
+};
+
+class Session {
+ public:
+  /// Loads the plug-in and the schema. The device's `folder` is opened by the first request. Throws
+  /// UsageError.
+  Session(const Parts &parts, std::filesystem::path folder);
+
+  const Schema &schema() const { return schema_; }
+  const yfw::Registration &registration() const { return plugin_.registration(); }
+
+  /// Throws RpcError when the request is refused; then nothing was stored. Throws device::FolderError.
+  Answer run(const Request &request);
+
+  /// The native requests that run() would send, in order; the device is not opened. Throws RpcError.
+  std::vector<yfw::Datatree> translate(const Request &request);
+
+ private:
+  Schema schema_;
+  yfw::Plugin plugin_;
+  DeviceDatastore datastore_;
+  yfw::Mapper mapper_;
+};
+
+}  // namespace ymap

@@ -1,0 +1,39 @@
+#include "terminal.hpp"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace ymap {
+namespace {
+
+std::string styled(std::string_view text, const char *code, bool coloured) {
+  if (!coloured) return std::string(text);
+  return std::string("\033[").append(code).append("m").append(text).append("\033[0m");
+}
+
+}  // namespace
+
+Terminal Terminal::of_standard_output() {
+  Terminal terminal;
+  terminal.aligned = isatty(STDOUT_FILENO) == 1;
+  if (!terminal.aligned) return terminal;
+  const char *no_color = std::getenv("NO_COLOR");
+  const char *term = std::getenv("TERM");
+  const bool refused = no_color != nullptr && *no_color != '\0';
+  terminal.redraws = term != nullptr && *term != '\0' && std::string_view(term) != "dumb";
+  terminal.coloured = terminal.redraws && !refused;
+  winsize size = {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) terminal.width = size.ws_col;
+  return terminal;
+}
+
+std::string Terminal::bold(std::string_view text) const {
+  return styled(text, "1", coloured);
+}
+std::string Terminal::dim(std::string_view text) const {
+  return styled(text, "2", coloured);
+}
+
+}  // namespace ymap

@@ -1,0 +1,24 @@
+/// \file
+/// What standard output can show.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ymap {
+
+struct Terminal {
+  bool aligned = false;   ///< a person reads: columns, headings
+  bool redraws = false;   ///< understands control sequences: TERM is set and not "dumb"
+  bool coloured = false;  ///< redraws, and NO_COLOR is not set
+  std::size_t width = 80;
+
+  /// The properties of standard output.
+  static Terminal of_standard_output();
+
+  std::string bold(std::string_view text) const;
+  std::string dim(std::string_view text) const;
+};
+
+}  // namespace ymap

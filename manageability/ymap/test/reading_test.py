@@ -1,0 +1,130 @@
+"""Reads: which amplifiers, which leaves, and what the values have to do with each other."""
+
+import json
+import re
+import time
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+from tool import (AMPLIFIERS, BST0, BST2, OC, OPENCONFIG, PRE0, DeviceTest, config, entries, entry, get,
+                  get_config, rpc, top)
+
+
+class Filters(DeviceTest):
+    def test_what_is_selected(self):
+        self.ok("set", PRE0, "target-gain=11", "enabled=true")
+        self.ok("set", BST0, "target-gain=12", "enabled=true")
+        self.ok("set", BST2, "target-gain=13", "enabled=false")
+        names = [f"name={name}" for name in AMPLIFIERS]
+        gains = [line for name, gain in zip(names, ("11.0", "12.0", "13.0"))
+                 for line in (name, f"config/target-gain={gain}")]
+        of_bst2 = [names[2], "config/target-gain=13.0"]
+        leaf = "<config><target-gain/></config>"
+        for title, data, expected in (
+                ("one leaf of one", entries(entry(BST2, leaf)), of_bst2),
+                ("one leaf of two", entries(entry(PRE0, leaf), entry(BST2, leaf)), gains[:2] + of_bst2),
+                ("one leaf of all", entries(entry("", leaf, key="")), gains),
+                ("one leaf of all, key selected", entries(entry("", leaf, key="<name/>")), gains),
+                ("keys", entries(entry("", key="<name/>")), names),
+                ("two trees", entries(entry(BST2, leaf)) + entries(entry(PRE0, leaf)), gains[:2] + of_bst2),
+                ("no namespace is any namespace", entries(entry(BST2, leaf)).replace(OPENCONFIG, ""), of_bst2),
+                ("by value", config(BST2, "<target-gain> 13 </target-gain><enabled/>"),
+                 of_bst2 + ["config/enabled=false"]),
+                ("by another value", config(BST2, "<target-gain>14</target-gain><enabled/>"), names[2:]),
+                ("by a value of the wrong type", config(BST2, "<target-gain>abc</target-gain><enabled/>"), []),
+                ("unmapped leaf among others", config(BST2, "<min-gain/><target-gain/>"), of_bst2),
+                ("unmapped leaf", config(BST2, "<min-gain/>"), names[2:]),
+                ("empty filter", "", []),
+                ("other half of the model", top("<supervisory-channels/>"), [])):
+            with self.subTest(title):
+                self.assertEqual(self.data(get_config(data)), expected)
+
+    def test_all_of_it(self):
+        everything = self.data(get_config())
+        for data in (top(""), top("<amplifiers/>"), entries("<amplifier/>")):
+            self.assertEqual(self.data(get_config(data)), everything)
+        self.assertEqual([line for line in everything if line.startswith("name=")],
+                         [f"name={name}" for name in AMPLIFIERS])
+
+    def test_attributes_of_the_rpc_come_back(self):
+        message = rpc("<get><filter/></get>").replace(
+            'message-id="7"', 'message-id="a&lt;b" user="x" e:note="&quot;y&quot;" xmlns:e="urn:e"')
+        reply = ElementTree.fromstring(self.ok("rpc", text=message))
+        self.assertEqual(reply.attrib, {"message-id": "a<b", "user": "x", "{urn:e}note": '"y"'})
+
+
+class OperatingValues(DeviceTest):
+    def test_configuration_state_and_statistics_belong_together(self):
+        second = 10 ** 9
+        bucket = 30 * second
+        for _ in range(3):
+            begin = time.time_ns()
+            lines = self.ok("get", "-f", "json")
+            if begin // bucket == time.time_ns() // bucket:
+                break
+        for amplifier in json.loads(lines)[
+                "openconfig-optical-amplifier:optical-amplifier"]["amplifiers"]["amplifier"]:
+            settings, state = amplifier["config"], amplifier["state"]
+            for leaf in ("name", "target-gain", "target-gain-tilt", "gain-range", "enabled"):
+                self.assertEqual(state[leaf], settings[leaf])
+            for container, leaf in (("actual-gain", "target-gain"), ("actual-gain-tilt", "target-gain-tilt")):
+                statistic = state[container]
+                self.assertEqual(statistic["instant"], settings[leaf])
+                self.assertLessEqual(float(statistic["min"]), float(statistic["avg"]))
+                self.assertLessEqual(float(statistic["avg"]), float(statistic["max"]))
+                self.assertEqual(int(statistic["interval"]), bucket)
+                for when in ("min-time", "max-time"):
+                    self.assertEqual(int(statistic[when]) // bucket, begin // bucket - 1)
+
+    def test_a_setting_shows_in_the_state(self):
+        self.ok("set", BST0, "enabled=false", "target-gain=33.3")
+        lines = self.lines(BST0, "--state")
+        self.assertEqual(lines[BST0, "state/enabled"], "false")
+        self.assertEqual(lines[BST0, "state/target-gain"], "33.30 dB")
+        time_of_day = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{3})?Z"
+        value = r"33\.\d\d dB"
+        self.assertRegex(lines[BST0, "state/actual-gain"],
+                         f"^instant 33\\.30 dB avg {value} min {value} max {value} interval 30 s "
+                         f"min-time {time_of_day} max-time {time_of_day}$")
+
+    def test_selection(self):
+        sections = {("--config",): {"config"}, ("--state",): {"state"}, (): {"config", "state"}}
+        for options, expected in sections.items():
+            for names in ((), (PRE0,), (PRE0, BST2)):
+                with self.subTest(options=options, names=names):
+                    lines = self.lines(*names, *options)
+                    self.assertEqual({leaf.split("/")[0] for _, leaf in lines}, expected)
+                    self.assertEqual({name for name, _ in lines}, set(names or AMPLIFIERS))
+        whole = self.lines()
+        for name in AMPLIFIERS:
+            alone = self.lines(name)
+            self.assertEqual([key for key in whole if key[0] == name], list(alone))
+
+    def test_one_statistic(self):
+        instant = "<state><actual-gain><instant/></actual-gain></state>"
+        gain = self.settings(BST2)[BST2, "config/target-gain"].split(" ")[0].rstrip("0")
+        self.assertEqual(self.data(get(entries(entry(BST2, instant)))),
+                         [f"name={BST2}", f"state/actual-gain/instant={gain}"])
+
+
+class Formats(DeviceTest):
+    def test_xml_and_json_hold_the_same(self):
+        xml = ElementTree.fromstring(self.ok("get", BST2, "--config", "-f", "xml"))
+        entry_of = json.loads(self.ok("get", BST2, "--config", "-f", "json"))[
+            "openconfig-optical-amplifier:optical-amplifier"]["amplifiers"]["amplifier"][0]
+        values = {node.tag.replace(OC, ""): node.text for node in xml.find(f".//{OC}config")}
+        values["gain-range"] = values["gain-range"].replace("oc-opt-amp:", "openconfig-optical-amplifier:")
+        self.assertEqual(values, {leaf: str(value).lower() if value in (True, False) else value
+                                  for leaf, value in entry_of["config"].items()})
+
+    def test_traces(self):
+        for option, line in (("--trace", r"^TRC: YFW: ctx=0x\w+,Start"),
+                             ("--light-trace", r"^#\d+: TRC: ymap_\w+:\d+ ctx=0x\w+,Start")):
+            with self.subTest(option):
+                status, out, err = self.run_tool("get", BST2, "--config", option)
+                self.assertEqual((status, out), (0, self.ok("get", BST2, "--config")))
+                self.assertTrue(re.search(line, err, re.MULTILINE), err[:300])
+
+
+if __name__ == "__main__":
+    unittest.main()
