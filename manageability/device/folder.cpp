@@ -20,7 +20,7 @@ constexpr const char *kTemporary = "running.json.new";
 constexpr const char *kLock = "running.lock";
 
 // A configuration takes a few kilobytes; a file beyond this is not one, and must not fill the memory.
-constexpr off_t kLargestFile = 64 * 1024 * 1024;
+constexpr off_t kLargestFile = off_t{64} << 20;
 
 [[noreturn]] void fail(const std::string &what, const std::filesystem::path &file, int error,
                        const std::string &remedy) {

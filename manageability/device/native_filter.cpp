@@ -123,6 +123,7 @@ lyd_node *copy(const yfw::Selected<const lyd_node *> &selected, lyd_node *parent
 
 std::vector<FilterNode> bind_filter(const Schema &schema, const std::vector<RequestNode> &request) {
   std::vector<FilterNode> filter;
+  filter.reserve(request.size());
   for (const RequestNode &node : request) filter.push_back(bind_node(schema, nullptr, true, node));
   return filter;
 }
@@ -131,6 +132,7 @@ void copy_selected(const std::vector<FilterNode> &filter, const lyd_node *data, 
                    ReadCount &count) {
   const Adapter adapter;
   std::vector<const FilterNode *> filters;
+  filters.reserve(filter.size());
   for (const FilterNode &node : filter) filters.push_back(&node);
   for (const auto &selected : yfw::SubtreeFilter(adapter).select(filters, Siblings(data))) {
     lyd_node *node = copy(selected, nullptr);

@@ -20,7 +20,7 @@ const char *environment(const char *name) {
 
 fs::path existing(const char *variable, const fs::path &otherwise, const char *what) {
   const char *named = environment(variable);
-  const fs::path path = named == nullptr ? otherwise : fs::path(named);
+  fs::path path = named == nullptr ? otherwise : fs::path(named);
   std::error_code error;
   if (fs::exists(path, error)) return path;
   throw UsageError(std::string(what) + " " + path.string() + " does not exist; " +
@@ -54,7 +54,7 @@ fs::path device_folder(const fs::path &named) {
                      (error ? "cannot be used: " + error.message() : "is no folder") +
                      "; make it with mkdir to get a new device");
   }
-  const auto folder = state_home() / "ymap" / "device";
+  auto folder = state_home() / "ymap" / "device";
   if (fs::create_directories(folder, error)) fs::permissions(folder, fs::perms::owner_all, error);
   if (error) throw UsageError("device folder " + folder.string() + " cannot be made: " + error.message());
   return folder;
