@@ -10,6 +10,8 @@
 #include <thread>
 
 #include "completion.hpp"
+#include "explain.hpp"
+#include "mapping.hpp"
 #include "openconfig_request.hpp"
 #include "parts.hpp"
 #include "printable.hpp"
@@ -133,6 +135,21 @@ int translate(Session &session, const Options &options) {
   return kDone;
 }
 
+int explain(Session &session, const Options &options) {
+  const RpcMessage message(read_input(options.file));
+  const auto explanation =
+      ymap::explain(session, message.request(session.schema()), Terminal::of_standard_output());
+  print(explanation.text);
+  return explanation.fault ? kRefused : kDone;
+}
+
+int map(Session &session, const Options &options) {
+  const auto mapping = ask_mapping(session);
+  print(options.format == Options::Format::json ? mapping_json(mapping)
+                                                : mapping_text(mapping, Terminal::of_standard_output()));
+  return kDone;
+}
+
 int dispatch(Session &session, const Options &options) {
   switch (options.command) {
     case Options::Command::get:
@@ -144,6 +161,10 @@ int dispatch(Session &session, const Options &options) {
       return rpc(session, options);
     case Options::Command::translate:
       return translate(session, options);
+    case Options::Command::explain:
+      return explain(session, options);
+    case Options::Command::map:
+      return map(session, options);
     case Options::Command::completion:
       print(bash_completion(session));
       return kDone;
@@ -173,7 +194,8 @@ class Tracing {
 
 /// Commands that run nothing on the device take no folder, so that none is made for them.
 bool needs_device(Options::Command command) {
-  return command != Options::Command::translate && command != Options::Command::completion;
+  return command != Options::Command::translate && command != Options::Command::map &&
+         command != Options::Command::completion;
 }
 
 }  // namespace

@@ -56,7 +56,12 @@ _ymap() {
   local words=
   case $previous in
     --device) COMPREPLY=($(compgen -d -- "$current")); compopt -o filenames 2>/dev/null; return ;;
-    -f | --format) COMPREPLY=($(compgen -W "text xml json" -- "$current")); return ;;
+    -f | --format)
+      words="text xml json"
+      [[ $command == map ]] && words="text json"
+      COMPREPLY=($(compgen -W "$words" -- "$current"))
+      return
+      ;;
     --watch) COMPREPLY=(); return ;;
   esac
   if [[ $current == -* ]]; then
@@ -76,7 +81,7 @@ _ymap() {
           [[ $command == set ]] && words=${_ymap_leaves// /= }= && compopt -o nospace 2>/dev/null
         fi
         ;;
-      rpc | translate) COMPREPLY=($(compgen -f -- "$current")); compopt -o filenames 2>/dev/null; return ;;
+      rpc | translate | explain) COMPREPLY=($(compgen -f -- "$current")); compopt -o filenames 2>/dev/null; return ;;
       completion) words=bash ;;
     esac
   fi

@@ -16,6 +16,8 @@ Examples:
   ymap set 0/0-AMP-BST2 target-gain=15.5 enabled=true
   ymap rpc edit.xml                                 a NETCONF <rpc> from a file
   ymap translate edit.xml                           what it would send to the device
+  ymap explain edit.xml                             how it comes to that, step by step
+  ymap map                                          the mapping, leaf by leaf
 
 Exit status: 0 done, 1 the request was refused, 2 wrong usage or a broken device folder.
 Environment: YMAP_PLUGIN (plug-in library), YMAP_MODELS (folder of YANG modules), NO_COLOR.)";
@@ -65,6 +67,22 @@ Examples:
 
 A read gives one native request an amplifier, an edit gives one.)";
 
+const char *const kExplainExamples = R"(
+Examples:
+  ymap explain request.xml
+  ymap explain request.xml | less
+
+Shows each node, the plug-in's handler for it, the native paths that it adds, what the device was asked and
+answered, and how the answer became OpenConfig. An edit is translated only, nothing is stored.)";
+
+const char *const kMapExamples = R"(
+Examples:
+  ymap map
+  ymap map | grep target-gain
+  ymap map -f json | jq '.unmapped'
+
+The plug-in is asked leaf by leaf; no device is needed.)";
+
 const char *const kCompletionExamples = R"(
 Examples:
   source <(ymap completion bash)
@@ -89,6 +107,9 @@ class Parser {
                 kRpcExamples);
     add_message(Options::Command::translate, "translate", "Show the native requests of an <rpc>, run nothing",
                 kTranslateExamples);
+    add_message(Options::Command::explain, "explain", "Tell how an <rpc> is mapped, step by step",
+                kExplainExamples);
+    add_map();
     add_completion();
   }
 
@@ -132,6 +153,17 @@ class Parser {
                    const char *examples) {
     add(command, name, description, examples)
         ->add_option("FILE", options_.file, "File with the <rpc>; - or none: standard input");
+  }
+
+  void add_map() {
+    static const std::map<std::string, Options::Format> formats = {{"text", Options::Format::text},
+                                                                   {"json", Options::Format::json}};
+    add(Options::Command::map, "map", "Show the mapping, leaf by leaf", kMapExamples)
+        ->add_option_function<std::string>(
+            "-f,--format", [this](const std::string &word) { options_.format = formats.at(word); },
+            "text or json")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(formats).description(""));
   }
 
   void add_completion() {

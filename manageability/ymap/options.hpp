@@ -10,7 +10,7 @@
 namespace ymap {
 
 struct Options {
-  enum class Command { get, set, unset, rpc, translate, completion };
+  enum class Command { get, set, unset, rpc, translate, explain, map, completion };
   enum class Format { text, xml, json };
 
   Command command = Command::get;
@@ -27,7 +27,7 @@ struct Options {
   std::string amplifier;               ///< set, unset
   std::vector<std::string> arguments;  ///< set: LEAF=VALUE; unset: LEAF
 
-  std::string file = "-";  ///< rpc, translate; "-" is standard input
+  std::string file = "-";  ///< rpc, translate, explain; "-" is standard input
 };
 
 /// Reads the command line into `options`. The exit status where nothing is left to do: 0 after --help and

@@ -88,16 +88,20 @@ void DataDeleter::operator()(lyd_node *tree) const {
 Session::Session(const Parts &parts, std::filesystem::path folder)
     : schema_(parts.models, yfw::optical_amplifier().openconfig_module),
       plugin_(yfw::optical_amplifier(), parts.plugin),
-      datastore_(std::move(folder), parts.models),
-      mapper_(plugin_, datastore_) {}
+      datastore_(std::move(folder), parts.models) {}
 
 Answer Session::run(const Request &request) {
+  return run(request, datastore_);
+}
+
+Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
+  yfw::Mapper mapper(plugin_, datastore);
   if (request.selects_nothing) return {};
   try {
     if (request.kind != Request::Kind::edit)
-      return openconfig_answer(schema_, mapper_.read(read_of(request)).root());
+      return openconfig_answer(schema_, mapper.read(read_of(request)).root());
     // Nothing to do: every node of the edit was without effect.
-    if (vidl_yfw_datatree_has_subtrees(request.tree.root())) mapper_.edit(request.tree);
+    if (vidl_yfw_datatree_has_subtrees(request.tree.root())) mapper.edit(request.tree);
     return {};
   } catch (const yfw::Refusal &refusal) {
     throw rpc_error(refusal, request, schema_);
@@ -106,11 +110,12 @@ Answer Session::run(const Request &request) {
 
 std::vector<yfw::Datatree> Session::translate(const Request &request) {
   std::vector<yfw::Datatree> natives;
+  yfw::Mapper mapper(plugin_, datastore_);
   if (request.selects_nothing) return natives;
   try {
-    if (request.kind != Request::Kind::edit) return mapper_.translate_read(read_of(request));
+    if (request.kind != Request::Kind::edit) return mapper.translate_read(read_of(request));
     if (vidl_yfw_datatree_has_subtrees(request.tree.root()))
-      natives.push_back(mapper_.translate_edit(request.tree));
+      natives.push_back(mapper.translate_edit(request.tree));
     return natives;
   } catch (const yfw::Refusal &refusal) {
     throw rpc_error(refusal, request, schema_);

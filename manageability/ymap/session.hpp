@@ -36,10 +36,14 @@ class Session {
   Session(const Parts &parts, std::filesystem::path folder);
 
   const Schema &schema() const { return schema_; }
+  const yfw::Plugin &plugin() const { return plugin_; }
   const yfw::Registration &registration() const { return plugin_.registration(); }
+  yfw::NativeDatastore &datastore() { return datastore_; }
 
   /// Throws RpcError when the request is refused; then nothing was stored. Throws device::FolderError.
   Answer run(const Request &request);
+  /// The same with another datastore in the place of the device.
+  Answer run(const Request &request, yfw::NativeDatastore &datastore);
 
   /// The native requests that run() would send, in order; the device is not opened. Throws RpcError.
   std::vector<yfw::Datatree> translate(const Request &request);
@@ -48,7 +52,6 @@ class Session {
   Schema schema_;
   yfw::Plugin plugin_;
   DeviceDatastore datastore_;
-  yfw::Mapper mapper_;
 };
 
 }  // namespace ymap
