@@ -151,6 +151,7 @@ void Device::edit(const std::vector<RequestNode> &request) {
   Tree edited(duplicate);
   apply_edit(impl_->schema, edited, request);
   impl_->folder.store(impl_->print(edited.get()));
+  Folder::mark_used(lock);
   impl_->stamp.reset();
 }
 

@@ -113,7 +113,17 @@ void Folder::fill_if_empty(std::string_view text) const {
   check_nothing_foreign();
   const Descriptor held = lock();
   // Another process may have filled it while this one waited.
-  if (!exists()) store(text);
+  if (exists()) return;
+  // A folder that was in use has lost its configuration: factory data in its place would hide that.
+  struct stat status {};
+  if (::fstat(held.get(), &status) == 0 && status.st_size != 0) fail_to_read(running_file(), ENOENT);
+  store(text);
+  mark_used(held);
+}
+
+void Folder::mark_used(const Descriptor &lock) {
+  struct stat status {};
+  if (::fstat(lock.get(), &status) == 0 && status.st_size == 0) write_all(lock.get(), "in use\n");
 }
 
 void Folder::check_nothing_foreign() const {

@@ -46,8 +46,8 @@ class Folder {
   /// Path of the running configuration.
   std::filesystem::path running_file() const;
 
-  /// Stores `text` as running configuration if the folder holds none and nothing foreign. A running
-  /// configuration that exists is left alone, and then the folder need not be writable.
+  /// Stores `text` as running configuration if the folder holds none, held none before, and nothing foreign.
+  /// A running configuration that exists is left alone, and then the folder need not be writable.
   void fill_if_empty(std::string_view text) const;
 
   Stamp stamp() const;
@@ -58,6 +58,9 @@ class Folder {
   Descriptor lock() const;
   /// Replaces the running configuration under the lock: synced before it takes the old one's place.
   void store(std::string_view text) const;
+
+  /// Notes in the lock file that the folder holds a configuration, so that its loss shows later.
+  static void mark_used(const Descriptor &lock);
 
  private:
   void write_temporary(std::string_view text) const;

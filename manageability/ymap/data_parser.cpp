@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace ymap {
@@ -158,11 +159,15 @@ class EditParser : public DataParser {
                        [&](auto &other) { return same_element(*one, other); }))
         continue;
       const std::string name(one->name());
-      throw RpcError({.tag = "bad-element",
-                      .message = "element " + name + " stands twice; it may stand once",
-                      .path = step(path, schema().module_name(), name),
-                      .bad_element = name});
+      throw stands_twice(name, step(path, schema().module_name(), name));
     }
+  }
+
+  static RpcError stands_twice(const std::string &name, const std::string &path) {
+    return RpcError({.tag = "bad-element",
+                     .message = "element " + name + " stands twice; it may stand once",
+                     .path = path,
+                     .bad_element = name});
   }
 
   void check(const Located &at) {
@@ -174,7 +179,14 @@ class EditParser : public DataParser {
       return;
     }
     const auto children = at.element.children();
-    for (const auto &child : children) check(locate(child, at.node, at.path, false));
+    std::set<std::string> entries;
+    for (const auto &child : children) {
+      const auto below = locate(child, at.node, at.path, false);
+      check(below);
+      // An entry is one by its key; without a single one it is for the plug-in to judge.
+      if (is_list(below.node) && below.path.ends_with(']') && !entries.insert(below.path).second)
+        throw stands_twice(std::string(child.name()), below.path);
+    }
     check_once(children, at.node, at.path);
   }
 

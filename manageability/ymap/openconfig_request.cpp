@@ -16,7 +16,12 @@ Request read_request(const Schema &schema, Request::Kind kind, bool state_only,
   const auto ns = schema.ns();
   auto &tree = request.tree;
   auto *container = tree.add(tree.add(tree.root(), model.top, ns), model.list_container, ns);
-  for (const auto &name : amplifiers) tree.add(tree.add(container, model.list, ns), model.key, ns, name);
+  for (const auto &name : amplifiers) {
+    // In a filter an empty key would select the keys of all.
+    if (name.empty())
+      throw RpcError({.tag = "invalid-value", .message = "the name of an amplifier is empty"});
+    tree.add(tree.add(container, model.list, ns), model.key, ns, name);
+  }
   return request;
 }
 

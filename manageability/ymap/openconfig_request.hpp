@@ -39,7 +39,7 @@ class RpcMessage {
   XmlDocument document_;
 };
 
-/// A read of `amplifiers`, of all of them if there is none.
+/// A read of `amplifiers`, of all of them if there is none. Throws RpcError for an empty name.
 Request read_request(const Schema &schema, Request::Kind kind, bool state_only,
                      const std::vector<std::string> &amplifiers);
 

@@ -162,6 +162,16 @@ Request parse_edit_config(const XmlElement &operation, const std::string &path, 
   if (!trimmed(config.text()).empty())
     refuse("bad-element", "config holds text; it may hold elements only", parameters.path_of("config"),
            "config");
+  // An operation is for elements of the data; on <config> it would be lost.
+  for (const auto &attribute : config.attributes()) {
+    throw RpcError({.type = "protocol",
+                    .tag = "unknown-attribute",
+                    .message = "attribute " + attribute.name +
+                               " is not known in config; operations stand in the elements below it",
+                    .path = parameters.path_of("config"),
+                    .bad_attribute = attribute.name,
+                    .bad_element = "config"});
+  }
   const auto default_operation = word == "replace" ? DefaultOperation::replace
                                  : word == "none"  ? DefaultOperation::none
                                                    : DefaultOperation::merge;

@@ -37,13 +37,18 @@ std::size_t end_of_tag(std::string_view xml, std::size_t begin) {
 
 /// libyang descends into elements by recursion and searches for the place of every new element and attribute,
 /// so depth and numbers are limited before it sees the text. An unfinished construct ends the count and is
-/// left for the parser to report.
-void check_limits(std::string_view xml) {
+/// left for the parser to report. Returned is the text without comments and processing instructions, which
+/// libyang takes for an error in front of a value.
+std::string within_limits(std::string_view xml) {
   struct Opaque {
     std::string_view begin, end;
+    bool is_content;
   };
-  static constexpr Opaque opaque[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+  static constexpr Opaque opaque[] = {
+      {"<!--", "-->", false}, {"<![CDATA[", "]]>", true}, {"<?", "?>", false}};
 
+  std::string content;
+  std::size_t kept = 0;  // up to here `xml` is in `content`, or left out of it
   std::size_t depth = 0;
   std::size_t elements = 0;
   for (std::size_t at = xml.find('<'); at != std::string_view::npos; at = xml.find('<', at)) {
@@ -52,15 +57,20 @@ void check_limits(std::string_view xml) {
         std::ranges::find_if(opaque, [&](const Opaque &row) { return rest.starts_with(row.begin); });
     if (skipped != std::end(opaque)) {
       const auto end = xml.find(skipped->end, at + skipped->begin.size());
-      if (end == std::string_view::npos) return;
-      at = end + skipped->end.size();
+      if (end == std::string_view::npos) break;
+      const auto next = end + skipped->end.size();
+      if (!skipped->is_content) {
+        content.append(xml.substr(kept, at - kept));
+        kept = next;
+      }
+      at = next;
       continue;
     }
     if (rest.starts_with("<!")) malformed("a document type declaration is not allowed in a NETCONF message");
     const auto end = end_of_tag(xml, at);
     if (std::min(end, xml.size()) - at > kLongestTag)
       too_big("a tag of the message is longer than " + std::to_string(kLongestTag) + " bytes");
-    if (end == std::string_view::npos) return;
+    if (end == std::string_view::npos) break;
     if (rest.starts_with("</")) {
       if (depth > 0) --depth;
     } else if (++elements > kMostElements) {
@@ -70,6 +80,7 @@ void check_limits(std::string_view xml) {
     }
     at = end + 1;
   }
+  return content.append(xml.substr(kept));
 }
 
 void check_attributes(const XmlElement &element) {
@@ -134,15 +145,14 @@ XmlDocument::XmlDocument(std::string_view text) {
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
   if (trimmed(text).empty()) malformed("the message is empty; it must be one <rpc> element");
   if (text.find('\0') != std::string_view::npos) malformed("the message contains a NUL character");
-  check_limits(text);
+  const std::string content = within_limits(text);
 
   ly_ctx *context = nullptr;
   if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY, &context) != LY_SUCCESS) throw std::bad_alloc();
   context_.reset(context);
   lyd_node *tree = nullptr;
-  const std::string terminated(text);
   const auto status =
-      lyd_parse_data_mem(context, terminated.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
+      lyd_parse_data_mem(context, content.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
   tree_.reset(tree);
   if (status != LY_SUCCESS) {
     const char *reason = ly_errmsg(context);

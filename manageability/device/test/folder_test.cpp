@@ -82,6 +82,17 @@ TEST(Folder, EmptyOneGetsFactoryData) {
   EXPECT_EQ(workplace.files(), (std::vector<std::string>{"running.json", "running.lock"}));
 }
 
+TEST(Folder, LossOfTheConfigurationShows) {
+  const Workplace workplace;
+  Device(workplace.path(), YMAP_TEST_MODELS, kNow);
+  std::filesystem::remove(workplace.path() / "running.json");
+  EXPECT_NE(folder_error([&] {
+              Device(workplace.path(), YMAP_TEST_MODELS, kNow);
+            }).find("restore it from a backup"),
+            std::string::npos);
+  EXPECT_EQ(workplace.files(), std::vector<std::string>{"running.lock"});
+}
+
 TEST(Folder, IsRefusedIfMissingOrForeign) {
   const Workplace workplace;
   const auto error = [](const std::filesystem::path &folder, const std::string &models = YMAP_TEST_MODELS) {

@@ -73,6 +73,8 @@ class Operations(DeviceTest):
                 ("delete of a leaf", edit(config(PRE0, '<target-gain nc:operation="delete"/>')), no_gain),
                 ("remove of a leaf", edit(config(PRE0, '<target-gain nc:operation="remove"/>')), no_gain),
                 ("merge", edit(config(PRE0, gain.format(' nc:operation="merge"'))), everything),
+                ("comments and instructions count for nothing",
+                 edit(config(PRE0, '<!-- dB --><target-gain><!-- > --><?x ?>1<!-- . -->5.5</target-gain>')), everything),
                 ("delete of the entry",
                  edit(entries(f'<amplifier nc:operation="delete"><name>{PRE0}</name></amplifier>')), []),
                 ("none, with an operation below", edit(

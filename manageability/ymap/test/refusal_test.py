@@ -50,6 +50,7 @@ class CommandLine(DeviceTest):
                 status, out, err = self.run_tool(*arguments)
                 self.assertEqual((status, out), (1, ""))
                 self.assertRegex(err, r"^ymap: error: invalid-value at .*\[name='.*'\]/name: .*0/0-AMP-PRE0")
+        self.assertEqual(self.run_tool("get", "")[0], 1)
         status, _, err = self.run_tool("set", PRE0, "target-gain-tilt=5.1")
         self.assertEqual(status, 1)
         self.assertIn("target-gain-tilt: Invalid argument:NALTO support range from -50 to 50", err)
@@ -101,6 +102,8 @@ class Messages(DeviceTest):
                 (top("20"), "bad-element", "/oc-opt-amp:optical-amplifier", {name: "optical-amplifier"}),
                 (config(BST2, "<target-gain>20</target-gain><target-gain>21</target-gain>"), "bad-element",
                  of_config + "/oc-opt-amp:target-gain", {name: "target-gain"}),
+                (entries(entry(PRE0, gain), entry(BST2, gain), entry(BST2, gain)), "bad-element", of_bst2,
+                 {name: "amplifier"}),
                 (config(BST2, "<gain-range>x:MID_GAIN_RANGE</gain-range>"), "invalid-value",
                  of_config + "/oc-opt-amp:gain-range", {}),
                 (config(BST2, '<target-gain nc:operation="set">20</target-gain>'), "bad-attribute",
@@ -131,6 +134,8 @@ class Messages(DeviceTest):
                  "operation-not-supported", operation + "/nc:test-option", {}),
                 (f"<edit-config>{running}<url>file:///x</url></edit-config>", "operation-not-supported",
                  operation + "/nc:url", {}),
+                (f'<edit-config>{running}<config nc:operation="delete" xmlns:nc="{NETCONF}"/></edit-config>',
+                 "unknown-attribute", operation + "/nc:config", {"bad_attribute": "operation", "bad_element": "config"}),
                 ("<get-config/>", "missing-element", "/nc:rpc/nc:get-config", {"bad_element": "source"}),
                 ('<get><filter type="xpath" select="/"/></get>', "operation-not-supported",
                  "/nc:rpc/nc:get/nc:filter", {}),
