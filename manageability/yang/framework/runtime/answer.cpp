@@ -1,31 +1,30 @@
+// Moves the parts of an answer together and prunes it in place.
 #include "answer.hpp"
 
+#include <algorithm>
 #include <vector>
 
-#include "record.hpp"
 #include "record_filter.hpp"
+#include "tree_store.hpp"
 
 namespace yfw {
 namespace {
 
-bool holds_value(const vidl_yfw_datatree &node) {
+/// Drops what has no value; false when nothing is left.
+bool keep_values(vidl_yfw_datatree &node) {
   if (child_count(node) == 0) return has_value(node);
-  for (const vidl_yfw_datatree &below : children(node)) {
-    if (holds_value(below)) return true;
-  }
-  return false;
+  filter_children(node, keep_values);
+  return child_count(node) != 0;
 }
 
-void merge_children(Datatree &to, vidl_yfw_datatree &target, const vidl_yfw_datatree &from) {
-  for (const vidl_yfw_datatree &below : children(from)) {
-    if (!holds_value(below)) continue;
-    vidl_yfw_datatree *known = child(target, tag_of(below));
-    if (child_count(below) == 0) {
-      if (known == nullptr) to.add(&target, tag_of(below), namespace_of(below), value_of(below));
-    } else {
-      if (known == nullptr) known = to.add(&target, tag_of(below), namespace_of(below));
-      merge_children(to, *known, below);
-    }
+/// Moves what `target` lacks out of `from`.
+void merge_children(Arena &arena, vidl_yfw_datatree &target, vidl_yfw_datatree &from) {
+  for (vidl_yfw_datatree &below : children(from)) {
+    vidl_yfw_datatree *known = child(target, below.tag);
+    if (known == nullptr)
+      *append_child(arena, target) = below;
+    else if (child_count(below) != 0)
+      merge_children(arena, *known, below);
   }
 }
 
@@ -33,70 +32,67 @@ void merge_children(Datatree &to, vidl_yfw_datatree &target, const vidl_yfw_data
 vidl_yfw_datatree *reach(Datatree &tree, vidl_yfw_datatree *parent, const std::string &tag,
                          const std::string &ns) {
   vidl_yfw_datatree *found = child(*parent, tag);
-  return found != nullptr ? found : tree.add(parent, tag, ns);
+  return found != nullptr ? found : add_alias(tree, parent, tag.c_str(), ns.c_str());
 }
 
-vidl_yfw_datatree *find_entry(const vidl_yfw_datatree &list, const Registration &registration,
-                              const std::string &instance) {
-  for (vidl_yfw_datatree &entry : children(list)) {
-    if (tag_of(entry) != registration.list) continue;
-    const vidl_yfw_datatree *key = child(entry, registration.key);
-    if (key != nullptr && value_of(*key) == instance) return &entry;
-  }
-  return nullptr;
+/// The key leaf of an entry of that key, or nullptr.
+vidl_yfw_datatree *find_key(const vidl_yfw_datatree &entry, const Registration &registration,
+                            const std::string &instance) {
+  if (!has_tag(entry, registration.list)) return nullptr;
+  vidl_yfw_datatree *key = child(entry, registration.key);
+  return key != nullptr && same_text(key->data == nullptr ? "" : key->data, instance.c_str()) ? key : nullptr;
 }
 
-void merge_entry(const Registration &registration, const vidl_yfw_datatree &from, const std::string &instance,
-                 Datatree &answer) {
+void merge_entry(const Registration &registration, vidl_yfw_datatree &from, vidl_yfw_datatree *key,
+                 const std::string &instance, Datatree &answer) {
   const std::string &ns = registration.openconfig_ns;
   vidl_yfw_datatree *list =
       reach(answer, reach(answer, answer.root(), registration.top, ns), registration.list_container, ns);
-  vidl_yfw_datatree *entry = find_entry(*list, registration, instance);
-  if (entry == nullptr) {
-    entry = answer.add(list, registration.list, ns);
-    vidl_yfw_datatree_set_is_key(answer.add(entry, registration.key, ns, instance));
+  keep_values(from);
+  // A key stands before the other leaves of its entry (RFC 7950, section 7.8.5).
+  std::rotate(from.subtrees, key, key + 1);
+  vidl_yfw_datatree_set_is_key(from.subtrees);
+  Arena &arena = store_of(answer).arena;
+  for (vidl_yfw_datatree &entry : children(*list)) {
+    if (find_key(entry, registration, instance) != nullptr) return merge_children(arena, entry, from);
   }
-  merge_children(answer, *entry, from);
+  *append_child(arena, *list) = from;
 }
 
-void copy_selected(const Selected<const vidl_yfw_datatree *> &selected, vidl_yfw_datatree *parent,
-                   Datatree &to) {
-  if (selected.whole) {
-    to.add_copy(parent, selected.node);
-    return;
-  }
-  vidl_yfw_datatree *copy = to.add(parent, tag_of(*selected.node), namespace_of(*selected.node));
-  for (const auto &below : selected.children) copy_selected(below, copy, to);
+void prune(vidl_yfw_datatree &parent, const std::vector<Selected<const vidl_yfw_datatree *>> &selection) {
+  auto next = selection.begin();
+  filter_children(parent, [&](vidl_yfw_datatree &node) {
+    if (next == selection.end() || next->node != &node) return false;
+    if (!next->whole) prune(node, next->children);
+    ++next;
+    return true;
+  });
 }
 
 }  // namespace
 
-void merge_answer(const Registration &registration, const Datatree &part, const std::string &instance,
+void merge_answer(const Registration &registration, Datatree part, const std::string &instance,
                   Datatree &answer) {
   for (const vidl_yfw_datatree &top : children(*part.root())) {
-    if (tag_of(top) != registration.top) continue;
+    if (!has_tag(top, registration.top)) continue;
     for (const vidl_yfw_datatree &list : children(top)) {
-      if (tag_of(list) != registration.list_container) continue;
-      for (const vidl_yfw_datatree &entry : children(list)) {
-        const vidl_yfw_datatree *key =
-            tag_of(entry) == registration.list ? child(entry, registration.key) : nullptr;
-        if (key != nullptr && value_of(*key) == instance) merge_entry(registration, entry, instance, answer);
+      if (!has_tag(list, registration.list_container)) continue;
+      for (vidl_yfw_datatree &entry : children(list)) {
+        if (vidl_yfw_datatree *key = find_key(entry, registration, instance))
+          merge_entry(registration, entry, key, instance, answer);
       }
     }
   }
+  adopt(answer, std::move(part));
 }
 
-Datatree prune_answer(const Datatree &filter, Datatree answer) {
-  if (child_count(*filter.root()) == 0) return answer;
+void prune_answer(const Datatree &filter, Datatree &answer) {
+  if (child_count(*filter.root()) == 0) return;
   const RecordAdapter adapter;
-  const SubtreeFilter<RecordAdapter> subtree(adapter);
   std::vector<const vidl_yfw_datatree *> filters;
   for (const vidl_yfw_datatree &top : children(*filter.root())) filters.push_back(&top);
-  Datatree pruned;
-  for (const auto &selected : subtree.select(filters, adapter.data_children(answer.root()))) {
-    copy_selected(selected, pruned.root(), pruned);
-  }
-  return pruned;
+  prune(*answer.root(),
+        SubtreeFilter<RecordAdapter>(adapter).select(filters, adapter.data_children(answer.root())));
 }
 
 }  // namespace yfw

@@ -9,12 +9,14 @@
 
 namespace yfw {
 
-/// Adds to `answer` the entry with that key out of one part's answer: several entries of the key become one,
+/// Moves to `answer` the entry with that key out of one part's answer: several entries of the key become one,
 /// the first value of a leaf stays, what has no value is left out. Without such an entry nothing is added.
-void merge_answer(const Registration &registration, const Datatree &part, const std::string &instance,
+/// `registration` must outlive the answer.
+void merge_answer(const Registration &registration, Datatree part, const std::string &instance,
                   Datatree &answer);
 
-/// What the filter selects of the answer (RFC 6241, section 6); a filter without a node selects everything.
-Datatree prune_answer(const Datatree &filter, Datatree answer);
+/// Leaves what the filter selects of the answer (RFC 6241, section 6); a filter without a node selects
+/// everything.
+void prune_answer(const Datatree &filter, Datatree &answer);
 
 }  // namespace yfw

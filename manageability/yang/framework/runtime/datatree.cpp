@@ -1,49 +1,110 @@
+// The public data tree, and what it owns.
 #include "datatree.hpp"
 
-#include "record.hpp"
+#include <new>
+#include <utility>
+
+#include "tree_store.hpp"
 
 namespace yfw {
+namespace {
 
-struct Datatree::Arena : yfw::Arena {
-  vidl_yfw_datatree *root = nullptr;
+TreeStore *make_store() {
+  Arena arena;
+  void *place = arena.allocate(sizeof(TreeStore));
+  auto *store = new (place) TreeStore(std::move(arena));
+  set_tag(store->root, "", nullptr);
+  extra(store->root).tree = store;
+  return store;
+}
+
+void destroy_store(TreeStore *store) {
+  while (store != nullptr) {
+    TreeStore *next = store->adopted;
+    // The arena goes last: the store lies in it.
+    const Arena arena = std::move(store->arena);
+    store->~TreeStore();
+    store = next;
+  }
+}
+
+/// Puts copies in the place of texts that belong to others.
+class TextOwner {
+ public:
+  explicit TextOwner(TreeStore &store) : store_(store) {}
+
+  void own(vidl_yfw_datatree &node) {
+    node.tag = store_.arena.copy(node.tag);
+    if (node.data != nullptr) node.data = store_.arena.copy(node.data);
+    if (node.namespace_ != last_) {
+      last_ = node.namespace_;
+      copied_ = last_ == nullptr ? nullptr : store_.share(last_);
+    }
+    node.namespace_ = copied_;
+    for (vidl_yfw_datatree &below : children(node)) own(below);
+  }
+
+ private:
+  TreeStore &store_;
+  const char *last_ = nullptr;
+  const char *copied_ = nullptr;
 };
 
-Datatree::Datatree() : arena_(std::make_unique<Arena>()) {
-  arena_->root = arena_->records(1);
-  set_tag(*arena_->root, "", nullptr);
+}  // namespace
+
+const char *TreeStore::share(std::string_view ns) {
+  for (std::size_t i = namespace_count_; i > 0; --i) {
+    if (namespaces_[i - 1] == ns) return namespaces_[i - 1].data();
+  }
+  const char *added = arena.copy(ns);
+  if (namespace_count_ < namespaces_.size()) namespaces_[namespace_count_++] = {added, ns.size()};
+  return added;
 }
-Datatree::Datatree(Datatree &&) noexcept = default;
-Datatree &Datatree::operator=(Datatree &&) noexcept = default;
-Datatree::~Datatree() = default;
+
+void adopt(Datatree &tree, Datatree part) {
+  TreeStore *last = std::exchange(part.store_, nullptr);
+  TreeStore *first = last;
+  while (last->adopted != nullptr) last = last->adopted;
+  last->adopted = std::exchange(tree.store_->adopted, first);
+}
+
+Datatree::Datatree() : store_(make_store()) {}
+Datatree::Datatree(Datatree &&other) noexcept : store_(std::exchange(other.store_, nullptr)) {}
+Datatree &Datatree::operator=(Datatree &&other) noexcept {
+  std::swap(store_, other.store_);
+  return *this;
+}
+Datatree::~Datatree() {
+  destroy_store(store_);
+}
 
 vidl_yfw_datatree *Datatree::root() {
-  return arena_->root;
+  return &store_->root;
 }
 const vidl_yfw_datatree *Datatree::root() const {
-  return arena_->root;
+  return &store_->root;
 }
 
 vidl_yfw_datatree *Datatree::add(vidl_yfw_datatree *parent, std::string_view tag, std::string_view ns,
                                  std::optional<std::string_view> value, uint32_t operation) {
-  vidl_yfw_datatree *node = append_child(*arena_, *parent);
-  set_tag(*node, arena_->copy(tag), arena_->share(ns));
-  if (value) set_data(*node, arena_->copy(*value));
+  vidl_yfw_datatree *node = append_child(store_->arena, *parent);
+  set_tag(*node, store_->arena.copy(tag), store_->share(ns));
+  if (value) set_data(*node, store_->arena.copy(*value));
   if (operation != YMAP_OP_NONE) vidl_yfw_datatree_set_operation(node, operation);
   return node;
 }
 
 vidl_yfw_datatree *Datatree::add_copy(vidl_yfw_datatree *parent, const vidl_yfw_datatree *node) {
-  vidl_yfw_datatree *copy = append_child(*arena_, *parent);
-  set_tag(*copy, arena_->copy(tag_of(*node)),
-          node->namespace_ == nullptr ? nullptr : arena_->share(node->namespace_));
-  if (vidl_yfw_datatree_has_data(node) && node->data != nullptr) set_data(*copy, arena_->copy(node->data));
-  if (vidl_yfw_datatree_has_operation(node)) vidl_yfw_datatree_set_operation(copy, node->operation);
-  if (vidl_yfw_datatree_has_status(node)) {
-    copy->node_status = node->node_status;
-    copy->presence2 |= YMAP_HAS_STATUS;
-  }
-  for (const vidl_yfw_datatree &below : children(*node)) add_copy(copy, &below);
+  vidl_yfw_datatree *copy = append_alias(store_->arena, *parent, *node);
+  TextOwner(*store_).own(*copy);
   return copy;
+}
+
+vidl_yfw_datatree *Datatree::add_shared(vidl_yfw_datatree *parent, const vidl_yfw_datatree *node) {
+  vidl_yfw_datatree *shared = append_child(store_->arena, *parent);
+  *shared = *node;
+  extra(*shared) = {};
+  return shared;
 }
 
 }  // namespace yfw

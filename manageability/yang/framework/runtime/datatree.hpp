@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -13,9 +12,12 @@
 
 namespace yfw {
 
+struct TreeStore;
+
 /// A data tree under a root with an empty tag. Records and texts live in an arena until the tree dies, so
 /// a pointer into a child array stays readable when the array grows; the grown array is the one that the
-/// parent then shows. Build depth first: finish a child before its next sibling is added.
+/// parent then shows. Build depth first: finish a child before its next sibling is added. A tree that was
+/// moved from may only be assigned to or destroyed.
 class YFW_EXPORT Datatree {
  public:
   Datatree();
@@ -34,9 +36,14 @@ class YFW_EXPORT Datatree {
   /// A deep copy of `node` and all below it as a new child of `parent` (its source may be another tree's).
   vidl_yfw_datatree *add_copy(vidl_yfw_datatree *parent, const vidl_yfw_datatree *node);
 
+  /// `node` as a new child of `parent`, what is below it and all texts shared with its tree, which must live
+  /// longer. Whoever walks this tree marks the records below in both.
+  vidl_yfw_datatree *add_shared(vidl_yfw_datatree *parent, const vidl_yfw_datatree *node);
+
  private:
-  struct Arena;
-  std::unique_ptr<Arena> arena_;
+  friend void adopt(Datatree &tree, Datatree part);
+
+  TreeStore *store_;
 };
 
 }  // namespace yfw

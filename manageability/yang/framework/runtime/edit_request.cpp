@@ -1,11 +1,11 @@
+// Moves operations to where the plug-in keeps the amplifiers apart.
 #include "edit_request.hpp"
 
 #include <algorithm>
-#include <optional>
 #include <set>
 
 #include "mapper.hpp"
-#include "record.hpp"
+#include "tree_store.hpp"
 
 namespace yfw {
 namespace {
@@ -33,7 +33,7 @@ class Normaliser {
   Datatree run(const Datatree &request) {
     for (const vidl_yfw_datatree &top : children(*request.root())) {
       if (!is(top, registration_.top)) refuse_top(top);
-      if (top_ == nullptr) top_ = result_.add(result_.root(), registration_.top, registration_.openconfig_ns);
+      if (top_ == nullptr) top_ = add(result_.root(), registration_.top);
       copy_top(top);
     }
     finish();
@@ -44,12 +44,12 @@ class Normaliser {
   /// What is to become of one amplifier entry.
   struct Entry {
     const vidl_yfw_datatree *source = nullptr;  ///< nullptr: an instance meant by an operation above
-    std::string name;
+    std::string_view name;
     uint32_t operation = YMAP_OP_NONE;
   };
 
   bool is(const vidl_yfw_datatree &node, const std::string &tag) const {
-    return is_named(node, tag, registration_.openconfig_ns);
+    return is_named(node, tag.c_str(), registration_.openconfig_ns.c_str());
   }
 
   [[noreturn]] void refuse_top(const vidl_yfw_datatree &top) const {
@@ -88,8 +88,7 @@ class Normaliser {
         continue;
       }
       const vidl_yfw_datatree *key = child(entry, registration_.key);
-      entries_.push_back(
-          {&entry, std::string(key == nullptr ? "" : value_of(*key)), effective(entry, operation)});
+      entries_.push_back({&entry, key == nullptr ? "" : value_of(*key), effective(entry, operation)});
     }
     list_seen_ = true;
     if (operation == YMAP_OP_REPLACE) concern_unlisted();
@@ -101,7 +100,7 @@ class Normaliser {
   }
 
   void concern_unlisted() {
-    std::set<std::string> listed;
+    std::set<std::string_view> listed;
     for (const Entry &entry : entries_) listed.insert(entry.name);
     for (const std::string &instance : registration_.instances) {
       if (!listed.contains(instance)) entries_.push_back({nullptr, instance, YMAP_OP_REMOVE});
@@ -110,14 +109,13 @@ class Normaliser {
 
   void finish() {
     if (entries_.empty() && strays_.empty() && !list_seen_) return;
-    const std::string &ns = registration_.openconfig_ns;
-    vidl_yfw_datatree *list = result_.add(top_, registration_.list_container, ns);
+    vidl_yfw_datatree *list = add(top_, registration_.list_container);
     for (const vidl_yfw_datatree *stray : strays_) copy_below(list, *stray, YMAP_OP_NONE);
     for (const Entry &entry : entries_) {
-      vidl_yfw_datatree *copy = result_.add(list, registration_.list, ns);
+      vidl_yfw_datatree *copy = add(list, registration_.list);
       if (entry.source == nullptr) {
-        result_.add(copy, registration_.key, ns, entry.name);
-        result_.add(copy, registration_.config, ns, std::nullopt, entry.operation);
+        set_data(*add(copy, registration_.key), entry.name.data());
+        add(copy, registration_.config, entry.operation);
       } else {
         copy_entry(copy, *entry.source, entry.operation);
       }
@@ -137,20 +135,14 @@ class Normaliser {
       copy_below(copy, below, takes ? operation : YMAP_OP_NONE);
     }
     // Without a key the plug-in refuses the entry, and must see it as it is.
-    if (deletes(operation))
-      result_.add(copy, registration_.config, registration_.openconfig_ns, std::nullopt, operation);
-    if (operation == YMAP_OP_REPLACE && !config) {
-      result_.add(copy, registration_.config, registration_.openconfig_ns, std::nullopt, YMAP_OP_REMOVE);
-    }
+    if (deletes(operation)) add(copy, registration_.config, operation);
+    if (operation == YMAP_OP_REPLACE && !config) add(copy, registration_.config, YMAP_OP_REMOVE);
   }
 
   /// XML cannot tell an empty key from one without a value: both are the latter, for the plug-in to refuse.
   void copy_key(vidl_yfw_datatree *entry, const vidl_yfw_datatree &key) {
-    if (has_value(key)) {
-      result_.add_copy(entry, &key);
-    } else {
-      result_.add(entry, tag_of(key), namespace_of(key), std::nullopt, operation_of(key));
-    }
+    vidl_yfw_datatree *copy = add(entry, key, operation_of(key));
+    if (!has_value(key)) drop_value(*copy);
   }
 
   /// A container beside the amplifiers, whose children are list entries.
@@ -162,7 +154,7 @@ class Normaliser {
       vidl_yfw_datatree *added = add(copy, entry, at_entry);
       for (const vidl_yfw_datatree &below : children(entry)) {
         const bool leaf = child_count(below) == 0;
-        if (leaf) result_.add_copy(added, &below);
+        if (leaf) add_alias(result_, added, below);
         if (!leaf && !deletes(at_entry)) copy_below(added, below, at_entry);
       }
     }
@@ -187,9 +179,18 @@ class Normaliser {
   }
 
   vidl_yfw_datatree *add(vidl_yfw_datatree *parent, const vidl_yfw_datatree &node, uint32_t operation) {
-    std::optional<std::string_view> value;
-    if (node.data != nullptr) value = value_of(node);
-    return result_.add(parent, tag_of(node), namespace_of(node), value, operation);
+    vidl_yfw_datatree *added =
+        add_alias(result_, parent, node.tag == nullptr ? "" : node.tag, node.namespace_);
+    if (node.data != nullptr) set_data(*added, node.data);
+    if (operation != YMAP_OP_NONE) vidl_yfw_datatree_set_operation(added, operation);
+    return added;
+  }
+
+  vidl_yfw_datatree *add(vidl_yfw_datatree *parent, const std::string &tag,
+                         uint32_t operation = YMAP_OP_NONE) {
+    vidl_yfw_datatree *added = add_alias(result_, parent, tag.c_str(), registration_.openconfig_ns.c_str());
+    if (operation != YMAP_OP_NONE) vidl_yfw_datatree_set_operation(added, operation);
+    return added;
   }
 
   const Registration &registration_;

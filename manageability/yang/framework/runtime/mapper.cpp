@@ -1,3 +1,4 @@
+// The road of a request: to the plug-in, to the datastore, and back.
 #include "mapper.hpp"
 
 #include <algorithm>
@@ -65,18 +66,19 @@ Refusal unknown_amplifier(const Registration &registration, const std::string &n
 // ---- Reads ----------------------------------------------------------------------------------------
 
 /// One plug-in request of a read: the on direction, and later the no direction with the same state and slots.
+/// The job must outlive it.
 class ReadRun {
  public:
-  ReadRun(const Plugin &plugin, const Read &read, const ReadJob &job)
-      : plugin_(plugin), request_(plugin.registration(), read.type, read.content_selector) {
-    const vidl_yfw_datatree *top = job.request.root()->subtrees;
-    walked_.add_copy(walked_.root(), top);
-    duplicate_.add_copy(duplicate_.root(), top);
+  ReadRun(const Plugin &plugin, const Read &read, ReadJob &job)
+      : plugin_(plugin),
+        request_(plugin.registration(), plugin.paths(), read.type, read.content_selector),
+        duplicate_(job.request.root()) {
+    add_alias(walked_, walked_.root(), *duplicate_->subtrees);
   }
 
   verrno ask() {
     return request_.run(Observer::Direction::on, plugin_.on_root(), walked_.root()->subtrees, native_.root(),
-                        duplicate_.root());
+                        duplicate_);
   }
 
   /// The OpenConfig answer made of a native one. What the plug-in rejects of it is traced and left out.
@@ -87,21 +89,22 @@ class ReadRun {
     for (const NativeModule &module : plugin_.registration().native_modules) {
       for (vidl_yfw_datatree &top : children(*native.root())) {
         if (module.ns != namespace_of(top)) continue;
-        const Walker walker = plugin_.no_root(module.name, std::string(tag_of(top)));
+        const Walker walker = plugin_.no_root(module.name, tag_of(top));
         if (walker == nullptr) continue;
-        request_.run(Observer::Direction::no, walker, &top, result.root(), duplicate_.root());
+        request_.run(Observer::Direction::no, walker, &top, result.root(), duplicate_);
       }
     }
     return result;
   }
 
   Request &request() { return request_; }
-  const Datatree &native() const { return native_; }
+  Datatree &native() { return native_; }
 
  private:
   const Plugin &plugin_;
   Request request_;
-  Datatree walked_, duplicate_, native_;
+  vidl_yfw_datatree *duplicate_;  ///< root of the job's request
+  Datatree walked_, native_;
 };
 
 /// The path of the node that the plug-in has no mapping for.
@@ -131,7 +134,7 @@ std::unique_ptr<ReadRun> ask_mapped(const Plugin &plugin, const Read &read, Read
 }
 
 /// A request that names no amplifier of the device, or has wrong keys: never accepted.
-[[noreturn]] void judge(const Plugin &plugin, const Read &read, const ReadJob &job) {
+[[noreturn]] void judge(const Plugin &plugin, const Read &read, ReadJob &job) {
   ReadRun run(plugin, read, job);
   const verrno status = run.ask();
   if (status == YMAP_ERR_INVALID_VALUE || status == YMAP_ERR_LIST_KEY) {
@@ -148,8 +151,8 @@ void for_each_part(const Plugin &plugin, const Read &read, Use use) {
     if (job.kind == ReadJob::Kind::judge) judge(plugin, read, job);
     const std::unique_ptr<ReadRun> run = ask_mapped(plugin, read, job, unmapped);
     if (run == nullptr) continue;
-    Datatree native = trim_native_read(run->native(), job.key_copies);
-    if (child_count(*native.root()) != 0) use(job, *run, std::move(native));
+    trim_native_read(run->native(), job.key_copies);
+    if (child_count(*run->native().root()) != 0) use(job, *run);
   }
 }
 
@@ -167,7 +170,7 @@ void refuse_unknown(const Registration &registration, const Datatree &request) {
   const auto &instances = registration.instances;
   for (const vidl_yfw_datatree &entry : children(*list)) {
     const vidl_yfw_datatree *key =
-        tag_of(entry) == registration.list ? child(entry, registration.key) : nullptr;
+        has_tag(entry, registration.list) ? child(entry, registration.key) : nullptr;
     if (key == nullptr || std::find(instances.begin(), instances.end(), value_of(*key)) != instances.end())
       continue;
     throw unknown_amplifier(registration, std::string(value_of(*key)));
@@ -179,8 +182,8 @@ TranslatedEdit translate(const Plugin &plugin, const Datatree &edit) {
   TranslatedEdit result{normalise_edit(registration, edit), {}};
   if (child_count(*result.walked.root()) == 0) return result;
   Datatree duplicate;
-  duplicate.add_copy(duplicate.root(), result.walked.root()->subtrees);
-  Request request(registration, YMAP_REQ_EDIT, 0);
+  add_alias(duplicate, duplicate.root(), *result.walked.root()->subtrees);
+  Request request(registration, plugin.paths(), YMAP_REQ_EDIT, 0);
   const verrno status = request.run(Observer::Direction::on, plugin.on_root(), result.walked.root()->subtrees,
                                     result.native.root(), duplicate.root());
   if (status != YMAP_OK) throw refusal_of(registration, request, status);
@@ -221,8 +224,7 @@ std::string openconfig_path(const Registration &registration, const TranslatedEd
     return full_path(registration, {});
   std::string path;
   for (const vidl_yfw_datatree *step : steps) {
-    path +=
-        (path.empty() ? "" : "/") + path_step(*step, tag_of(*step) == registration.list, registration.key);
+    path += (path.empty() ? "" : "/") + path_step(*step, has_tag(*step, registration.list), registration.key);
   }
   return full_path(registration, path);
 }
@@ -233,12 +235,13 @@ Mapper::Mapper(const Plugin &plugin, NativeDatastore &datastore) : plugin_(plugi
 
 Datatree Mapper::read(const Read &request) {
   Datatree answer;
-  for_each_part(plugin_, request, [&](const ReadJob &job, ReadRun &run, const Datatree &native) {
+  for_each_part(plugin_, request, [&](const ReadJob &job, ReadRun &run) {
     Datatree found;
-    datastore_.read(native, found);
+    datastore_.read(run.native(), found);
     merge_answer(plugin_.registration(), run.answer(found), job.instance, answer);
   });
-  return prune_answer(*request.filter, std::move(answer));
+  prune_answer(*request.filter, answer);
+  return answer;
 }
 
 void Mapper::edit(const Datatree &request) {
@@ -259,7 +262,7 @@ void Mapper::edit(const Datatree &request) {
 std::vector<Datatree> Mapper::translate_read(const Read &request) {
   std::vector<Datatree> natives;
   for_each_part(plugin_, request,
-                [&](const ReadJob &, ReadRun &, Datatree native) { natives.push_back(std::move(native)); });
+                [&](const ReadJob &, ReadRun &run) { natives.push_back(std::move(run.native())); });
   return natives;
 }
 

@@ -55,7 +55,8 @@ class YFW_EXPORT Mapper {
   /// Both must outlive the mapper. One request at a time, on one thread.
   Mapper(const Plugin &plugin, NativeDatastore &datastore);
 
-  /// The OpenConfig answer, pruned to the filter. Throws Refusal.
+  /// The OpenConfig answer, pruned to the filter. Throws Refusal. An answer or a native request may
+  /// outlive the mapper and the plug-in, but not the plug-in's registration record.
   Datatree read(const Read &request);
   /// Runs an edit whose top is optical-amplifier, operations on its nodes. Throws Refusal; then nothing is
   /// stored.

@@ -1,6 +1,9 @@
+// Trims native requests in place.
 #include "native_read.hpp"
 
-#include "record_copy.hpp"
+#include <algorithm>
+
+#include "tree_store.hpp"
 
 namespace yfw {
 namespace {
@@ -24,39 +27,31 @@ bool has_key_match(const vidl_yfw_datatree &node) {
   return false;
 }
 
-/// The outermost entry with its keys, each as a match and as a selection.
-void copy_keys(Datatree &to, vidl_yfw_datatree *parent, const vidl_yfw_datatree &node) {
-  vidl_yfw_datatree *copy = add_record(to, parent, node);
-  const bool entry = has_key_match(node);
-  for (const vidl_yfw_datatree &below : children(node)) {
-    if (!entry) {
-      copy_keys(to, copy, below);
-    } else if (is_key_match(below)) {
-      add_record(to, copy, below);
-    }
+/// Leaves the outermost entry with its keys, each as a match and as a selection.
+void keep_keys(Arena &arena, vidl_yfw_datatree &node) {
+  if (!has_key_match(node)) {
+    for (vidl_yfw_datatree &below : children(node)) keep_keys(arena, below);
+    return;
   }
-  if (!entry) return;
-  for (const vidl_yfw_datatree &below : children(node)) {
-    if (is_key_match(below)) to.add(copy, tag_of(below), namespace_of(below));
+  filter_children(node, is_key_match);
+  for (uint32_t i = 0, keys = child_count(node); i < keys; ++i) {
+    vidl_yfw_datatree *selection = append_child(arena, node);
+    set_tag(*selection, node.subtrees[i].tag, node.subtrees[i].namespace_);
   }
 }
 
 }  // namespace
 
-Datatree trim_native_read(const Datatree &request, bool key_copies) {
-  Datatree trimmed;
-  const bool any = selects(*request.root());
-  bool first = true;
-  for (const vidl_yfw_datatree &top : children(*request.root())) {
-    if (selects(top)) {
-      trimmed.add_copy(trimmed.root(), &top);
-    } else if (key_copies || (!any && first)) {
-      copy_keys(trimmed, trimmed.root(), top);
-    }
-    first = false;
-  }
-  drop_empty_values(*trimmed.root());
-  return trimmed;
+void trim_native_read(Datatree &request, bool key_copies) {
+  const Children tops = children(*request.root());
+  const bool any = std::any_of(tops.begin(), tops.end(), selects);
+  filter_children(*request.root(), [&](vidl_yfw_datatree &top) {
+    if (any && selects(top)) return true;
+    const bool keeps_keys = key_copies || (!any && &top == tops.begin());
+    if (keeps_keys) keep_keys(store_of(request).arena, top);
+    return keeps_keys;
+  });
+  drop_empty_values(*request.root());
 }
 
 }  // namespace yfw

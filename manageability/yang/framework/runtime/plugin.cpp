@@ -1,10 +1,14 @@
+// Loads a plug-in and looks up what it exports.
 #include "plugin.hpp"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <cctype>
 #include <stdexcept>
 #include <utility>
+
+#include "path_table.hpp"
 
 namespace yfw {
 namespace {
@@ -29,6 +33,37 @@ Walker find_root(void *handle, const std::filesystem::path &file, const std::str
                              "; it was built for other models");
   }
   return reinterpret_cast<Walker>(symbol);
+}
+
+/// The part of a loaded library that is not written to: its segments before the first writable one.
+struct ConstantData {
+  ElfW(Addr) base;
+  const char *begin = nullptr;
+  const char *end = nullptr;
+};
+
+int note_constant_data(dl_phdr_info *info, std::size_t, void *result) {
+  auto &data = *static_cast<ConstantData *>(result);
+  if (info->dlpi_addr != data.base) return 0;
+  for (const ElfW(Phdr) *segment = info->dlpi_phdr; segment != info->dlpi_phdr + info->dlpi_phnum;
+       ++segment) {
+    if (segment->p_type != PT_LOAD) continue;
+    if ((segment->p_flags & PF_W) != 0) break;
+    const char *begin = reinterpret_cast<const char *>(info->dlpi_addr + segment->p_vaddr);
+    if (data.begin == nullptr) data.begin = begin;
+    data.end = begin + segment->p_memsz;
+  }
+  return 1;
+}
+
+std::shared_ptr<PathTable> make_paths(void *handle) {
+  const link_map *map = nullptr;
+  ConstantData data{};
+  if (dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0) {
+    data.base = map->l_addr;
+    dl_iterate_phdr(note_constant_data, &data);
+  }
+  return std::make_shared<PathTable>(data.begin, data.end);
 }
 
 /// Closes the library again when the constructor throws.
@@ -59,6 +94,7 @@ Plugin::Plugin(const Registration &registration, const std::filesystem::path &fi
            find_root(library.handle, file, root_name(registration.no_prefix, module.name, top))});
     }
   }
+  paths_ = make_paths(library.handle);
   handle_ = std::exchange(library.handle, nullptr);
 }
 
@@ -66,7 +102,7 @@ Plugin::~Plugin() {
   dlclose(handle_);
 }
 
-Walker Plugin::no_root(const std::string &module, const std::string &top) const {
+Walker Plugin::no_root(std::string_view module, std::string_view top) const {
   for (const NoRoot &root : no_roots_) {
     if (root.module == module && root.top == top) return root.walker;
   }

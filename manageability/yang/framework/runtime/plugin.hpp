@@ -3,13 +3,17 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "export.hpp"
 #include "ymap_types.h"
 
 namespace yfw {
+
+class PathTable;
 
 using Walker = verrno (*)(yfw_map_ctx *, vidl_yfw_datatree *, vidl_yfw_datatree *);
 
@@ -50,12 +54,15 @@ class YFW_EXPORT Plugin {
   const Registration &registration() const { return registration_; }
   Walker on_root() const { return on_root_; }
   /// The root walker of a native top container, or nullptr.
-  Walker no_root(const std::string &module, const std::string &top) const;
+  Walker no_root(std::string_view module, std::string_view top) const;
+  /// The paths that the plug-in adds; output trees share their names.
+  const std::shared_ptr<PathTable> &paths() const { return paths_; }
 
  private:
   const Registration &registration_;
   void *handle_ = nullptr;
   Walker on_root_ = nullptr;
+  std::shared_ptr<PathTable> paths_;
   struct NoRoot {
     std::string module, top;
     Walker walker;

@@ -1,9 +1,10 @@
+// Splits reads, and takes out of them what has no mapping.
 #include "read_jobs.hpp"
 
 #include <algorithm>
 #include <utility>
 
-#include "record_copy.hpp"
+#include "tree_store.hpp"
 
 namespace yfw {
 namespace {
@@ -11,18 +12,18 @@ namespace {
 using Nodes = std::vector<const vidl_yfw_datatree *>;
 
 bool is_openconfig(const Registration &registration, const vidl_yfw_datatree &node, const std::string &tag) {
-  return is_named(node, tag, registration.openconfig_ns);
+  return is_named(node, tag.c_str(), registration.openconfig_ns.c_str());
 }
 
 bool has_leaf(const vidl_yfw_datatree &node, const std::string &tag) {
   for (const vidl_yfw_datatree &below : children(node)) {
-    if ((tag_of(below) == tag && child_count(below) == 0) || has_leaf(below, tag)) return true;
+    if ((has_tag(below, tag) && child_count(below) == 0) || has_leaf(below, tag)) return true;
   }
   return false;
 }
 
 void add_filter_copy(Datatree &tree, vidl_yfw_datatree *parent, const vidl_yfw_datatree &node) {
-  vidl_yfw_datatree *copy = add_record(tree, parent, node);
+  vidl_yfw_datatree *copy = add_record_alias(tree, parent, node);
   for (const vidl_yfw_datatree &below : children(node)) add_filter_copy(tree, copy, below);
 }
 
@@ -37,15 +38,16 @@ bool only_matches(const vidl_yfw_datatree &node) {
 /// left to the answer's filter: a value in the plug-in's hands would narrow what other parts of the filter
 /// select, or be refused where it can just not match.
 void add_selection(Datatree &tree, vidl_yfw_datatree *parent, const vidl_yfw_datatree &node) {
-  vidl_yfw_datatree *copy = tree.add(parent, tag_of(node), namespace_of(node));
+  vidl_yfw_datatree *copy = add_alias(tree, parent, node.tag == nullptr ? "" : node.tag, node.namespace_);
   if (only_matches(node)) return;  // RFC 6241, section 6.2.5: matches alone select all that is beside them
   for (const vidl_yfw_datatree &below : children(node)) add_selection(tree, copy, below);
 }
 
 /// Asks for config/name: the least that keeps the plug-in from filling the whole entry.
 void add_key_copy(const Registration &registration, Datatree &tree, vidl_yfw_datatree *entry) {
-  vidl_yfw_datatree *config = tree.add(entry, registration.config, registration.openconfig_ns);
-  tree.add(config, registration.key, registration.openconfig_ns);
+  const char *ns = registration.openconfig_ns.c_str();
+  vidl_yfw_datatree *config = add_alias(tree, entry, registration.config.c_str(), ns);
+  add_alias(tree, config, registration.key.c_str(), ns);
 }
 
 /// What the filter's entries ask of one instance: all of it, or some of its children.
@@ -84,8 +86,7 @@ class Splitter {
         split_list(below);
       } else {
         ReadJob job{ReadJob::Kind::other, {}, {}, false};
-        vidl_yfw_datatree *copy =
-            job.request.add(job.request.root(), registration_.top, registration_.openconfig_ns);
+        vidl_yfw_datatree *copy = add_alias(job.request, job.request.root(), registration_.top.c_str(), ns());
         add_filter_copy(job.request, copy, below);
         jobs_.push_back(std::move(job));
       }
@@ -127,9 +128,11 @@ class Splitter {
 
   vidl_yfw_datatree *add_list(ReadJob &job) const {
     Datatree &tree = job.request;
-    return tree.add(tree.add(tree.root(), registration_.top, registration_.openconfig_ns),
-                    registration_.list_container, registration_.openconfig_ns);
+    return add_alias(tree, add_alias(tree, tree.root(), registration_.top.c_str(), ns()),
+                     registration_.list_container.c_str(), ns());
   }
+
+  const char *ns() const { return registration_.openconfig_ns.c_str(); }
 
   void judge(const vidl_yfw_datatree &entry, std::string name) {
     ReadJob job{ReadJob::Kind::judge, std::move(name), {}, false};
@@ -139,9 +142,9 @@ class Splitter {
 
   void add_amplifier(std::size_t instance) {
     ReadJob job{ReadJob::Kind::amplifier, registration_.instances[instance], {}, false};
-    vidl_yfw_datatree *entry =
-        job.request.add(add_list(job), registration_.list, registration_.openconfig_ns);
-    job.request.add(entry, registration_.key, registration_.openconfig_ns, job.instance);
+    vidl_yfw_datatree *entry = add_alias(job.request, add_list(job), registration_.list.c_str(), ns());
+    set_data(*add_alias(job.request, entry, registration_.key.c_str(), ns()),
+             registration_.instances[instance].c_str());
     for (const vidl_yfw_datatree *node : wanted_[instance].nodes) {
       if (is_openconfig(registration_, *node, registration_.key)) {
         add_key_copy(registration_, job.request, entry);
@@ -166,14 +169,15 @@ class Remover {
   bool removed() const { return removed_; }
 
   void copy(vidl_yfw_datatree *parent, const vidl_yfw_datatree &node, std::size_t depth, bool on_path) {
-    on_path = on_path && depth < tags_.size() && tag_of(node) == tags_[depth];
+    on_path = on_path && depth < tags_.size() && has_tag(node, tags_[depth]);
     if (on_path && depth + 1 == tags_.size()) {
       removed_ = true;
       return;
     }
-    vidl_yfw_datatree *copy = add_record(to_, parent, node);
+    vidl_yfw_datatree *copy = add_record_alias(to_, parent, node);
     for (const vidl_yfw_datatree &below : children(node)) this->copy(copy, below, depth + 1, on_path);
-    if (child_count(node) != 0 && child_count(*copy) == 0) drop_last_child(*parent);
+    if (child_count(node) != 0 && child_count(*copy) == 0)
+      truncate_children(*parent, child_count(*parent) - 1);
   }
 
  private:
@@ -186,8 +190,10 @@ class Remover {
 
 std::vector<ReadJob> split_read(const Registration &registration, const Datatree &filter) {
   std::vector<ReadJob> jobs = Splitter(registration, filter).jobs();
-  std::stable_partition(jobs.begin(), jobs.end(),
-                        [](const ReadJob &job) { return job.kind == ReadJob::Kind::judge; });
+  if (jobs.size() > 1) {
+    std::stable_partition(jobs.begin(), jobs.end(),
+                          [](const ReadJob &job) { return job.kind == ReadJob::Kind::judge; });
+  }
   return jobs;
 }
 

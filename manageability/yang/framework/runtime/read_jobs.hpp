@@ -19,8 +19,8 @@ struct ReadJob {
     other       ///< other children of the top, which the native models have no counterpart of
   };
   Kind kind;
-  std::string instance;  ///< the amplifier named; empty for other
-  Datatree request;
+  std::string instance;     ///< the amplifier named; empty for other
+  Datatree request;         ///< its texts are the filter's and the registration's
   bool key_copies = false;  ///< asks for a leaf that repeats the key (config/name)
 };
 

@@ -1,53 +1,39 @@
 /// \file
-/// Storage of data tree records: the arena that they live in, and what the runtime keeps in each of them.
+/// Data tree records: what the runtime keeps in each of them, and how they are made, found and changed.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <cstring>
 #include <new>
+#include <string>
 #include <string_view>
-#include <vector>
 
+#include "arena.hpp"
 #include "ymap_datatree.h"
 
 namespace yfw {
 
-/// Bump allocation: nothing is freed before the arena is, so whoever holds a record or a text may go on
-/// reading.
-class Arena {
- public:
-  void *allocate(std::size_t bytes);
-  /// A terminated copy.
-  const char *copy(std::string_view text);
-  /// As copy(), but the first few texts are shared when asked for again; meant for the namespaces of a tree.
-  const char *share(std::string_view text);
-  /// `count` empty records that belong to this arena.
-  vidl_yfw_datatree *records(uint32_t count);
-
- private:
-  std::vector<std::unique_ptr<std::byte[]>> chunks_;
-  std::byte *next_ = nullptr;
-  std::size_t left_ = 0;
-  std::vector<std::string_view> shared_;
-};
+class PathTable;
+struct TreeStore;
 
 /// What the runtime keeps in the record's unused_record. The plug-in never looks there, and the presence byte
-/// beside it stays 0, so that the record still counts as empty for vidl_yfw_datatree_is_set().
+/// beside it stays 0, so that the record still counts as empty for vidl_yfw_datatree_is_set(). A record built
+/// by others holds zeros.
 struct RecordExtra {
-  uint32_t magic;            ///< kRecordMagic in a record of ours; a record built by others holds zeros
-  uint32_t capacity;         ///< records that fit into `array`
-  uint32_t hint;             ///< 1 + index of the child last found or added
-  uint32_t selected;         ///< 1 + index of the current list entry
-  uint32_t closed;           ///< children below this index are out of reach for a search
-  vidl_yfw_datatree *array;  ///< whose capacity it is: the plug-in swaps child arrays while it walks
-  Arena *arena;              ///< owner of the record
+  uint32_t capacity;  ///< records that fit into `array`
+  uint32_t hint;      ///< 1 + index of the child last found or added
+  uint32_t selected;  ///< 1 + index of the current list entry
+  uint32_t closed;    ///< children below this index are out of reach for a search
+  uint32_t named;
+  vidl_yfw_datatree *array;         ///< whose capacity it is: the plug-in swaps child arrays while it walks
   const vidl_yfw_datatree *source;  ///< the request node that a native node came from
+  const PathTable *names;           ///< the tag is a text of this table
+  uint64_t name_bits;               ///< which names the first `named` records of `array` may have
+  TreeStore *tree;                  ///< in the root of a Datatree: what it owns
 };
 static_assert(sizeof(RecordExtra) <= sizeof(vidl_yfw_datatree::unused_record));
 static_assert(offsetof(vidl_yfw_datatree, unused_record) % alignof(RecordExtra) == 0);
-
-inline constexpr uint32_t kRecordMagic = 0x59465752;
 
 inline RecordExtra &extra(vidl_yfw_datatree &node) {
   return *std::launder(reinterpret_cast<RecordExtra *>(node.unused_record));
@@ -81,9 +67,19 @@ inline std::string_view value_of(const vidl_yfw_datatree &node) {
 inline const char *namespace_of(const vidl_yfw_datatree &node) {
   return node.namespace_ == nullptr ? "" : node.namespace_;
 }
+/// Mostly decided by the address or the first character.
+inline bool same_text(const char *a, const char *b) {
+  return a == b || (*a == *b && std::strcmp(a, b) == 0);
+}
+inline bool has_tag(const vidl_yfw_datatree &node, const char *tag) {
+  return node.tag != nullptr && same_text(node.tag, tag);
+}
+inline bool has_tag(const vidl_yfw_datatree &node, const std::string &tag) {
+  return has_tag(node, tag.c_str());
+}
 /// A node without a namespace is taken for one of any.
-inline bool is_named(const vidl_yfw_datatree &node, std::string_view tag, std::string_view ns) {
-  return tag_of(node) == tag && (*namespace_of(node) == '\0' || ns == namespace_of(node));
+inline bool is_named(const vidl_yfw_datatree &node, const char *tag, const char *ns) {
+  return has_tag(node, tag) && (*namespace_of(node) == '\0' || same_text(ns, namespace_of(node)));
 }
 inline bool has_value(const vidl_yfw_datatree &node) {
   return node.data != nullptr && *node.data != '\0';
@@ -93,8 +89,29 @@ inline bool is_deletion(const vidl_yfw_datatree &node) {
          (node.operation == YMAP_OP_DELETE || node.operation == YMAP_OP_REMOVE);
 }
 
+inline void set_tag(vidl_yfw_datatree &node, const char *tag, const char *ns) {
+  node.tag = tag;
+  node.namespace_ = ns;
+  node.presence1 |= YMAP_HAS_TAG;
+}
+inline void set_data(vidl_yfw_datatree &node, const char *data) {
+  node.data = data;
+  node.presence1 |= YMAP_HAS_DATA;
+}
+
+inline void drop_value(vidl_yfw_datatree &node) {
+  node.data = nullptr;
+  node.presence1 &= static_cast<uint8_t>(~YMAP_HAS_DATA);
+}
+
+/// Drops the children from `count` on.
+void truncate_children(vidl_yfw_datatree &parent, uint32_t count);
+
 /// The first child of that name, or nullptr.
-vidl_yfw_datatree *child(const vidl_yfw_datatree &node, std::string_view tag);
+vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const char *tag);
+inline vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const std::string &tag) {
+  return child(node, tag.c_str());
+}
 
 /// A child array that moved when it grew.
 struct Grown {
@@ -109,15 +126,58 @@ struct Grown {
   }
 };
 
-/// Appends an empty record to the children of `parent`, from `arena`. Arrays grow by doubling; the old one
-/// stays readable and is told in `grown`.
-vidl_yfw_datatree *append_child(Arena &arena, vidl_yfw_datatree &parent, Grown *grown = nullptr);
+/// Room for `count` records, not yet cleared.
+inline vidl_yfw_datatree *allocate_records(Arena &arena, uint32_t count) {
+  return static_cast<vidl_yfw_datatree *>(arena.allocate(count * sizeof(vidl_yfw_datatree)));
+}
 
-/// Drops the child appended last.
-void drop_last_child(vidl_yfw_datatree &parent);
+inline void clear(vidl_yfw_datatree &record) {
+  std::memset(static_cast<void *>(&record), 0, sizeof record);
+}
 
-void set_tag(vidl_yfw_datatree &node, const char *tag, const char *ns);
-void set_data(vidl_yfw_datatree &node, const char *data);
+/// Makes `array`, of which `count` records are children and `capacity` there are, the children of `parent`.
+void own_children(vidl_yfw_datatree &parent, vidl_yfw_datatree *array, uint32_t count, uint32_t capacity);
+
+/// Makes room for more children: arrays grow from `capacity` records on by doubling.
+void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32_t capacity);
+
+/// Appends an empty record to the children of `parent`, from `arena`. When the array grows the old one stays
+/// readable and is told in `grown`.
+inline vidl_yfw_datatree *append_child(Arena &arena, vidl_yfw_datatree &parent, Grown *grown = nullptr,
+                                       uint32_t capacity = 4) {
+  RecordExtra &kept = extra(parent);
+  const uint32_t count = child_count(parent);
+  // An array of someone else's making has no known capacity and is left as it is.
+  if (count == 0 || kept.array != parent.subtrees || count >= kept.capacity)
+    grow_children(arena, parent, grown, capacity);
+  vidl_yfw_datatree_set_subtrees(&parent, kept.array, count + 1);
+  kept.hint = count + 1;
+  vidl_yfw_datatree *added = &kept.array[count];
+  clear(*added);
+  return added;
+}
+
+/// Appends a copy of `node` and all below it whose texts are those of `node`. Operations and the status are
+/// copied, marks are not.
+vidl_yfw_datatree *append_alias(Arena &arena, vidl_yfw_datatree &parent, const vidl_yfw_datatree &node);
+
+/// As append_alias(), of the record alone: no children, no operation, and of its value what is not the empty
+/// text.
+vidl_yfw_datatree *append_record_alias(Arena &arena, vidl_yfw_datatree &parent,
+                                       const vidl_yfw_datatree &node);
+
+/// Keeps the children that `keeps` says true for, in their order.
+template <typename Keeps>
+void filter_children(vidl_yfw_datatree &parent, Keeps keeps) {
+  const Children all = children(parent);
+  uint32_t kept = 0;
+  for (uint32_t i = 0; i < all.count; ++i) {
+    if (!keeps(all.first[i])) continue;
+    if (kept != i) all.first[kept] = all.first[i];
+    ++kept;
+  }
+  truncate_children(parent, kept);
+}
 
 /// Makes every node below `parent` whose value is the empty text one without a value.
 void drop_empty_values(const vidl_yfw_datatree &parent);

@@ -1,3 +1,4 @@
+// When two values are the same.
 #include "record_filter.hpp"
 
 #include <algorithm>

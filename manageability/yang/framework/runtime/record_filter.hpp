@@ -34,7 +34,7 @@ struct RecordAdapter {
   Pointers filter_children(Filter filter) const { return {children(*filter)}; }
   Pointers data_children(Data data) const { return {children(*data)}; }
   bool same_node(Filter filter, Data data) const {
-    return is_named(*filter, tag_of(*data), namespace_of(*data));
+    return is_named(*filter, data->tag == nullptr ? "" : data->tag, namespace_of(*data));
   }
   bool is_content_match(Filter filter) const { return child_count(*filter) == 0 && has_value(*filter); }
   bool equal(Filter filter, Data data) const { return same_value(value_of(*filter), value_of(*data)); }

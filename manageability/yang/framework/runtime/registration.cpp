@@ -1,3 +1,4 @@
+// What the runtime must know of the optical amplifier plug-in.
 #include "plugin.hpp"
 
 namespace yfw {

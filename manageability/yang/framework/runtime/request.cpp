@@ -1,139 +1,16 @@
+// The life of a request, its walk and its lists.
 #include "request.hpp"
 
 #include <algorithm>
 #include <cstring>
-
-#include "trace_log.hpp"
+#include <utility>
 
 namespace yfw {
-namespace {
+constinit thread_local Request *Request::running_ = nullptr;
 
-thread_local Request *running_request = nullptr;
-
-/// "/a1:ports/a1:port" ends in "port".
-std::string_view last_name(std::string_view path) {
-  return path.substr(path.find_last_of("/:") + 1);
-}
-
-}  // namespace
-
-// ---- Walk path ------------------------------------------------------------------------------------
-
-void WalkPath::push(yfw_map_state &state, vidl_yfw_datatree *node, uint32_t kind) {
-  if (depth_ == kDepth) {
-    ++beyond_;
-    return;
-  }
-  nodes_[depth_].node = node;
-  kinds_[depth_] = kind;
-  ++depth_;
-  show(state);
-}
-
-bool WalkPath::pop(yfw_map_state &state, const vidl_yfw_datatree *node) {
-  if (beyond_ > 0) {
-    --beyond_;
-    return true;
-  }
-  for (std::size_t i = depth_; i > 0; --i) {
-    if (nodes_[i - 1].node != node) continue;
-    depth_ = i - 1;
-    show(state);
-    return true;
-  }
-  return false;
-}
-
-void WalkPath::clear(yfw_map_state &state) {
-  depth_ = 0;
-  beyond_ = 0;
-  show(state);
-}
-
-vidl_yfw_datatree *WalkPath::entry() const {
-  for (std::size_t i = depth_; i > 0; --i) {
-    if (is_entry(i - 1)) return nodes_[i - 1].node;
-  }
-  return nullptr;
-}
-
-void WalkPath::follow(const Grown &grown) {
-  for (std::size_t i = 0; i < depth_; ++i) nodes_[i].node = grown.follow(nodes_[i].node);
-}
-
-void WalkPath::show(yfw_map_state &state) {
-  state.node_data = nodes_.data();
-  state.node_data_count = static_cast<uint8_t>(depth_);
-  state.current_node = depth_ > 0 ? nodes_[depth_ - 1].node : nullptr;
-  state.parent_node = depth_ > 1 ? nodes_[depth_ - 2].node : nullptr;
-}
-
-// ---- Error notes ----------------------------------------------------------------------------------
-
-void ErrorNotes::settle(const yfw_map_state &state) {
-  if (pending_ == nullptr || state.err_tag != pending_) return;
-  tag_ = std::move(pending_text_);
-  pending_ = nullptr;
-  tag_waits_ = !note_waits_;
-  note_waits_ = false;
-}
-
-void ErrorNotes::duplicated(const yfw_map_state &state, const char *copy) {
-  settle(state);
-  pending_ = copy;
-  pending_text_ = copy;
-}
-
-void ErrorNotes::released(const yfw_map_state &state, const char *text) {
-  settle(state);
-  if (pending_ == text) pending_ = nullptr;
-}
-
-void ErrorNotes::noted(const yfw_map_state &state, std::string path, std::vector<std::string> tags) {
-  settle(state);
-  path_ = std::move(path);
-  tags_ = std::move(tags);
-  if (!tag_waits_) tag_.clear();
-  note_waits_ = !tag_waits_;
-  tag_waits_ = false;
-  message_ = !reason_.empty() ? reason_ : trace_waits_ ? trace_ : std::string();
-  reason_.clear();
-  trace_waits_ = false;
-}
-
-void ErrorNotes::traced(std::string text, std::string path) {
-  trace_ = std::move(text);
-  trace_path_ = std::move(path);
-  trace_waits_ = true;
-}
-
-// ---- Path cache -----------------------------------------------------------------------------------
-
-PathCache::Start PathCache::start(vidl_yfw_datatree *tree, const char *path) {
-  if (tree != tree_) {
-    tree_ = tree;
-    steps_.clear();
-  }
-  const auto on_path = [&](const Step &step) {
-    return std::strncmp(path, path_.data(), step.end) == 0 && path[step.end] == '/';
-  };
-  while (!steps_.empty() && !on_path(steps_.back())) steps_.pop_back();
-  if (steps_.empty()) return {tree, path};
-  return {steps_.back().node, path + steps_.back().end};
-}
-
-void PathCache::step(const char *path, const char *end, vidl_yfw_datatree *node) {
-  const auto length = static_cast<std::size_t>(end - path);
-  if (length > kLongest) return;
-  const std::size_t kept = steps_.empty() ? 0 : steps_.back().end;
-  std::memcpy(path_.data() + kept, path + kept, length - kept);
-  steps_.push_back({length, node});
-}
-
-// ---- Request --------------------------------------------------------------------------------------
-
-Request::Request(const Registration &registration, uint32_t type, uint32_t content_selector)
-    : registration_(registration), outer_(running_request) {
+Request::Request(const Registration &registration, std::shared_ptr<PathTable> paths, uint32_t type,
+                 uint32_t content_selector)
+    : registration_(registration), paths_(std::move(paths)), outer_(running_) {
   request_.type = type;
   if (content_selector != 0) {
     request_.content_selection = {content_selector, 1};
@@ -141,21 +18,13 @@ Request::Request(const Registration &registration, uint32_t type, uint32_t conte
   }
   state_.request = &request_;
   ctx_.state = &state_;
-  running_request = this;
+  running_ = this;
 }
 
 Request::~Request() {
   nos_named_free(state_.err_tag);
   nos_named_free(state_.err_message);
-  running_request = outer_;
-}
-
-Request *Request::running() {
-  return running_request;
-}
-
-Request *Request::of(const yfw_map_ctx *ctx) {
-  return running_request != nullptr && ctx == &running_request->ctx_ ? running_request : nullptr;
+  running_ = outer_;
 }
 
 verrno Request::run(Observer::Direction direction, Walker walker, vidl_yfw_datatree *top,
@@ -171,22 +40,16 @@ verrno Request::run(Observer::Direction direction, Walker walker, vidl_yfw_datat
   state_.reg_dup_datatree = duplicate;
   state_.root_node = top;
   state_.pass_flags = state_.key_mode = state_.final_pass = state_.leaf_seen = 0;
+  output_arena_ = &arena_;
+  if (TreeStore *store = out == nullptr ? nullptr : store_of(*out)) {
+    output_arena_ = &store->arena;
+    store->names = paths_;
+  }
   attach_logs(ctx_, direction == Observer::Direction::on);
   if (Observer *observer = current_observer()) observer->begin(direction, top);
   const verrno status = walker(&ctx_, top, out);
   errors.finish(state_);
   return status;
-}
-
-void Request::enter(vidl_yfw_datatree *node, uint32_t kind) {
-  if (node == nullptr) return;
-  path.push(state_, node, kind);
-  if (Observer *observer = current_observer()) observer->enter(node, kind);
-}
-
-void Request::leave(vidl_yfw_datatree *node) {
-  if (!path.pop(state_, node)) return;
-  if (Observer *observer = current_observer()) observer->leave(node);
 }
 
 std::string Request::walk_text() const {
@@ -204,28 +67,35 @@ std::vector<std::string> Request::walk_tags() const {
   return tags;
 }
 
-void Request::update_current(const char *list_path) {
-  vidl_yfw_datatree *entry = path.entry();
-  // In a fill of a list container no entry was recorded: the one above it belongs to another list.
-  if (entry != nullptr && tag_of(*entry) != last_name(list_path)) entry = nullptr;
-  for (Current &current : currents_) {
-    if (current.list_path != list_path) continue;
-    current.entry = entry;
-    return;
-  }
-  currents_.push_back({list_path, entry});
+void Request::note_error_path() {
+  if (direction_ == Observer::Direction::on) errors.noted(state_, walk_text(), walk_tags());
 }
 
-vidl_yfw_datatree *Request::current(const char *list_path) const {
-  for (const Current &current : currents_) {
-    if (current.list_path == list_path) return current.entry;
+Request::Current *Request::find_current(const char *list_path) {
+  for (Current &current : currents_) {
+    if (current.list_path == list_path || std::strcmp(current.list_path, list_path) == 0) return &current;
   }
   return nullptr;
 }
 
+void Request::update_current(const char *list_path) {
+  vidl_yfw_datatree *entry = path.entry();
+  // In a fill of a list container no entry was recorded: the one above it belongs to another list.
+  if (entry != nullptr && !has_tag(*entry, paths_->find(list_path).node_name)) entry = nullptr;
+  if (Current *known = find_current(list_path)) {
+    known->entry = entry;
+    return;
+  }
+  currents_.push_back({paths_->is_constant(list_path) ? list_path : arena_.copy(list_path), entry});
+}
+
+vidl_yfw_datatree *Request::current(const char *list_path) {
+  const Current *known = find_current(list_path);
+  return known == nullptr ? nullptr : known->entry;
+}
+
 void Request::select(vidl_yfw_datatree &parent, uint32_t index) {
   extra(parent).selected = extra(parent).hint = index + 1;
-  cache.forget();
   if (direction_ == Observer::Direction::no &&
       std::find(selected_in_.begin(), selected_in_.end(), &parent) == selected_in_.end()) {
     selected_in_.push_back(&parent);
@@ -253,9 +123,8 @@ void Request::close_output(vidl_yfw_datatree *node) {
   cache.forget();
 }
 
-void Request::follow(const Grown &grown) {
-  if (grown.from == nullptr) return;
-  cache.forget();
+void Request::follow_moved(const Grown &grown) {
+  cache.follow(grown);
   path.follow(grown);
   state_.plist = grown.follow(state_.plist);
   state_.root_node = grown.follow(state_.root_node);
@@ -267,7 +136,7 @@ std::string path_step(const vidl_yfw_datatree &node, bool list_entry, const std:
   std::string step(tag_of(node));
   if (!list_entry) return step;
   for (const vidl_yfw_datatree &leaf : children(node)) {
-    if (!(leaf.is_key == 1 || tag_of(leaf) == key) || !has_value(leaf)) continue;
+    if (!(leaf.is_key == 1 || has_tag(leaf, key)) || !has_value(leaf)) continue;
     const char quote = std::strchr(leaf.data, '\'') == nullptr ? '\'' : '"';
     step.append("[").append(tag_of(leaf)).append("=") += quote;
     step.append(leaf.data) += quote;

@@ -1,4 +1,6 @@
-#include <algorithm>
+// The services that copy texts.
+#include <array>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -9,13 +11,48 @@ using namespace yfw;
 namespace {
 
 /// Copies what fits behind the first `used` characters; 0 when it was all.
-int bounded_append(char *dst, std::size_t size, std::size_t used, const char *src) {
-  const std::size_t wanted = src == nullptr ? 0 : std::strlen(src);
-  const std::size_t fits = std::min(wanted, size - used - 1);
-  if (fits != 0) std::memmove(dst + used, src, fits);
-  dst[used + fits] = '\0';
-  return fits == wanted ? 0 : 1;
+[[gnu::always_inline]] inline int bounded_append(char *dst, std::size_t size, std::size_t used,
+                                                 const char *src) {
+  const std::size_t wanted = std::strlen(src);
+  if (wanted < size - used) {
+    std::memmove(dst + used, src, wanted + 1);
+    return 0;
+  }
+  std::memmove(dst + used, src, size - used - 1);
+  dst[size - 1] = '\0';
+  return 1;
 }
+
+/// Short owned copies, which a read makes one after the other by the dozen. Which thread or request frees one
+/// does not matter.
+class OwnedTexts {
+ public:
+  /// Room for a text; nullptr when it is too long or too many are held.
+  char *take(std::size_t size) {
+    for (Place &place : places_) {
+      if (size <= kSize && !place.taken.exchange(true, std::memory_order_acquire)) return place.text;
+    }
+    return nullptr;
+  }
+
+  /// False when the text is none of these.
+  bool release(const char *text) {
+    const auto offset = reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(&places_);
+    if (offset >= sizeof places_) return false;
+    places_[offset / sizeof(Place)].taken.store(false, std::memory_order_release);
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kSize = 63;
+  struct Place {
+    char text[kSize];
+    std::atomic<bool> taken = false;
+  };
+  std::array<Place, 4> places_;
+};
+
+OwnedTexts owned_texts;
 
 struct StatusText {
   verrno status;
@@ -47,31 +84,38 @@ const char *verr_strerror(verrno status) {
 
 int yfw_strcpy_s(const char *, char *dst, size_t size, const char *src) {
   if (dst == nullptr || size == 0) return 1;
-  return bounded_append(dst, size, 0, src) | (src == nullptr ? 1 : 0);
+  if (src != nullptr) return bounded_append(dst, size, 0, src);
+  *dst = '\0';
+  return 1;
 }
 
 int yfw_strcat_s(const char *, char *dst, size_t size, const char *src) {
   if (dst == nullptr || size == 0) return 1;
   const std::size_t used = strnlen(dst, size);
+  if (used < size && src != nullptr) return bounded_append(dst, size, used, src);
   // A buffer that is not terminated is cut, so that it is a text afterwards.
-  return bounded_append(dst, size, std::min(used, size - 1), src) | (src == nullptr || used == size ? 1 : 0);
+  dst[used < size ? used : size - 1] = '\0';
+  return 1;
 }
 
 void __strcpy_to_buf(size_t size, char *dst, const char *src) {
-  if (dst != nullptr && size != 0) bounded_append(dst, size, 0, src);
+  if (dst != nullptr && size != 0) bounded_append(dst, size, 0, src == nullptr ? "" : src);
 }
 
 char *yfw_strdup(const char *text, const char *) {
   if (text == nullptr) return nullptr;
-  char *copy = strdup(text);
+  const std::size_t size = std::strlen(text) + 1;
+  char *copy = owned_texts.take(size);
+  if (copy == nullptr) copy = static_cast<char *>(std::malloc(size));
+  if (copy == nullptr) return nullptr;
+  std::memcpy(copy, text, size);
   Request *request = Request::running();
-  if (copy != nullptr && request != nullptr && !request->in_fill())
-    request->errors.duplicated(request->state(), copy);
+  if (request != nullptr && !request->in_fill()) request->errors.duplicated(request->state(), copy);
   return copy;
 }
 
 void nos_named_free(void *text) {
   if (Request *request = Request::running())
     request->errors.released(request->state(), static_cast<char *>(text));
-  std::free(text);
+  if (!owned_texts.release(static_cast<char *>(text))) std::free(text);
 }

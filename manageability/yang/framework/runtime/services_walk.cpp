@@ -1,14 +1,15 @@
+// The services that follow the walk: names, walk path, lists, expansions, error paths.
 #include <cstring>
 
 #include "request.hpp"
-#include "trace_log.hpp"
 
 using namespace yfw;
 
 // ---- Names and request kinds ----------------------------------------------------------------------
 
 int yfw_map_do_these_match(const char *a, const char *b) {
-  return a != nullptr && b != nullptr && (a == b || std::strcmp(a, b) == 0) ? 1 : 0;
+  if (a == nullptr || b == nullptr || *a != *b) return 0;
+  return a == b || std::strcmp(a, b) == 0 ? 1 : 0;
 }
 
 int yfw_map_is_request_delete(const vidl_yfw_datatree *node) {
@@ -41,7 +42,7 @@ verrno yfw_map_get_node_info(yfw_map_ctx *ctx, const char *list_path, const char
                              const char **value) {
   if (value == nullptr) return YMAP_ERR_INVALID_ARGS;
   *value = nullptr;
-  const Request *request = Request::of(ctx);
+  Request *request = Request::of(ctx);
   if (request == nullptr || list_path == nullptr || key_name == nullptr) return YMAP_ERR_INVALID_ARGS;
   const vidl_yfw_datatree *entry = request->current(list_path);
   const vidl_yfw_datatree *key = entry == nullptr ? nullptr : child(*entry, key_name);
@@ -60,9 +61,9 @@ verrno yfw_map_check_oc_leafref(yfw_map_ctx *ctx, const char *list_path, const c
   const vidl_yfw_datatree *key = child(*entry, key_tag);
   if (key == nullptr || !has_value(*key)) return YMAP_OK;  // the key rule judges that
   for (const vidl_yfw_datatree &holder : children(*entry)) {
-    if (tag_of(holder) != container) continue;
+    if (!has_tag(holder, container)) continue;
     const vidl_yfw_datatree *target = child(holder, key_tag);
-    if (target == nullptr || !has_value(*target) || value_of(*target) == value_of(*key)) continue;
+    if (target == nullptr || !has_value(*target) || same_text(target->data, key->data)) continue;
     const std::string leaf = std::string(container) + "/" + key_tag;
     request->errors.reason(leaf + " '" + target->data + "' differs from the key " + key_tag + " '" +
                            key->data + "'; both must be the same");
@@ -109,6 +110,5 @@ uint32_t yfw_map_util_itree_stack_size(yfw_map_ctx *ctx) {
 
 void yfw_oc_error_path(yfw_map_ctx *ctx) {
   Request *request = Request::of(ctx);
-  if (request == nullptr || request->in_fill() || request->direction() == Observer::Direction::no) return;
-  request->errors.noted(request->state(), request->walk_text(), request->walk_tags());
+  if (request != nullptr && !request->in_fill()) request->note_error_path();
 }

@@ -1,3 +1,4 @@
+// Log sinks, the light trace and the observer, and the services that write to them.
 #include "trace.hpp"
 
 #include <array>
@@ -12,7 +13,6 @@
 #include <vector>
 
 #include "request.hpp"
-#include "trace_log.hpp"
 
 namespace yfw {
 namespace {
@@ -38,7 +38,6 @@ struct LightTrace {
 Channel error_channel{LogLevel::error};
 Channel trace_channel{LogLevel::trace};
 LightTrace light_trace;
-Observer *observer_now = nullptr;
 
 constexpr int32_t kNothingWanted = -1;
 constexpr std::size_t kLongestMessage = 16 * 1024;
@@ -96,14 +95,12 @@ void print_tree(std::string &text, const vidl_yfw_datatree &node, std::size_t de
 
 }  // namespace
 
+Observer *observer_now = nullptr;
+
 Observer::~Observer() = default;
 
 void set_observer(Observer *observer) {
   observer_now = observer;
-}
-
-Observer *current_observer() {
-  return observer_now;
 }
 
 void set_log_sink(LogLevel level, LogSink sink, const std::filesystem::path &file) {
@@ -148,7 +145,7 @@ void attach_logs(yfw_map_ctx &ctx, bool errors) {
 using namespace yfw;
 
 int yfw_debug_should_log(const yfw_debug_cfg *cfg, int level) {
-  if (cfg == nullptr) return 0;
+  // A part of the context, so never nullptr; asked at each trace point, and mostly for nothing.
   int32_t wanted;
   std::memcpy(&wanted, cfg->opaque, sizeof wanted);
   return level <= wanted ? 1 : 0;

@@ -11,6 +11,10 @@ namespace yfw {
 /// case, as the text of a refusal.
 void attach_logs(yfw_map_ctx &ctx, bool errors);
 
-Observer *current_observer();
+/// Asked at every step of a request.
+extern Observer *observer_now;
+inline Observer *current_observer() {
+  return observer_now;
+}
 
 }  // namespace yfw

@@ -1,12 +1,17 @@
 // Microseconds per translation, through the built plug-in and runtime, with prepared trees: no device, no
-// XML.
+// XML. At the end the ratio to the same mapping written by hand with libyang.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <map>
 
 #include "native_answer.hpp"
+#include "peer.hpp"
 
 namespace {
 
@@ -97,6 +102,59 @@ void trace_point(benchmark::State &state) {
 }
 BENCHMARK(trace_point);
 
+// ---- The peer -------------------------------------------------------------------------------------
+
+yfw::bench::Peer &peer() {
+  static yfw::bench::Peer loaded(MODEL_FOLDER);
+  return loaded;
+}
+
+void peer_get_config_one(benchmark::State &state) {
+  for (auto _ : state) peer().get(false);
+}
+BENCHMARK(peer_get_config_one)->Unit(benchmark::kMicrosecond);
+
+void peer_get_one(benchmark::State &state) {
+  for (auto _ : state) peer().get(true);
+}
+BENCHMARK(peer_get_one)->Unit(benchmark::kMicrosecond);
+
+void peer_edit_four_leaves(benchmark::State &state) {
+  for (auto _ : state) peer().edit();
+}
+BENCHMARK(peer_edit_four_leaves)->Unit(benchmark::kMicrosecond);
+
+// Prints as usual, and remembers the processor time of each benchmark.
+class Reporter : public benchmark::ConsoleReporter {
+ public:
+  Reporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_ColorTabular : OO_Tabular) {}
+
+  void ReportRuns(const std::vector<Run> &runs) override {
+    for (const Run &run : runs) times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
+    ConsoleReporter::ReportRuns(runs);
+  }
+
+  void print_ratios() const {
+    std::cout << "\nTime of the peer (libyang, child walks) over ours:\n";
+    for (const char *name : {"get_config_one", "get_one", "edit_four_leaves"}) {
+      const auto ours = times_.find(name), theirs = times_.find(std::string("peer_") + name);
+      if (ours == times_.end() || theirs == times_.end()) continue;
+      std::cout << "  " << std::left << std::setw(18) << name << std::fixed << std::setprecision(1)
+                << theirs->second / ours->second << '\n';
+    }
+  }
+
+ private:
+  std::map<std::string, double> times_;
+};
+
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  Reporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  reporter.print_ratios();
+  return 0;
+}

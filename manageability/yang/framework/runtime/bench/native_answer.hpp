@@ -15,7 +15,7 @@ class PreparedDatastore : public NativeDatastore {
 
   void read(const Datatree &, Datatree &answer) override {
     const vidl_yfw_datatree *root = answer_.root();
-    for (uint32_t i = 0; i < root->subtree_count; ++i) answer.add_copy(answer.root(), &root->subtrees[i]);
+    for (uint32_t i = 0; i < root->subtree_count; ++i) answer.add_shared(answer.root(), &root->subtrees[i]);
   }
   void edit(const Datatree &) override {}
 

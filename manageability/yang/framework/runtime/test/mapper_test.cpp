@@ -133,6 +133,23 @@ TEST(Plugins, ABrokenOneIsNamed) {
 
 // ---- Reads ----------------------------------------------------------------------------------------
 
+TEST(Answers, OutliveTheirPluginAndTheNativeTrees) {
+  Datatree answer, native;
+  {
+    MemoryDatastore datastore;
+    datastore.data = parse(kInterfaces);
+    const Plugin plugin(optical_amplifier(), PLUGIN_FILE);
+    Mapper mapper(plugin, datastore);
+    const Datatree filter = parse(amplifiers("amplifier{name=0/0-AMP-BST2 config{target-gain}}"));
+    answer = mapper.read({&filter, YMAP_REQ_GET_CONFIG, 0});
+    native = std::move(mapper.translate_read({&filter, YMAP_REQ_GET_CONFIG, 0}).front());
+  }
+  EXPECT_EQ(print(answer), amplifiers("amplifier{name=0/0-AMP-BST2 config{target-gain=8.00}}"));
+  EXPECT_EQ(print(native),
+            "interface-configurations{interface-configuration{interface-name=Ots0/0/0/2 active=act "
+            "ots{ots-egress-amplifier-gain}}}");
+}
+
 TEST_F(Requests, EachAmplifierAnswersItsOwnSide) {
   const std::string pre =
       "amplifier{name=0/0-AMP-PRE0 config{name=0/0-AMP-PRE0 target-gain=15.00 enabled=true}}";

@@ -29,7 +29,7 @@ struct Services : testing::Test {
   }
 
   Datatree walked = parse("top{list{name=k1 leaf=v} list{name=k2 leaf}}"), out;
-  Request request{optical_amplifier(), YMAP_REQ_EDIT, 0};
+  Request request{optical_amplifier(), std::make_shared<PathTable>(nullptr, nullptr), YMAP_REQ_EDIT, 0};
 };
 
 verrno add(yfw_map_ctx *ctx, vidl_yfw_datatree *out, const char *path, const char *value = nullptr,
@@ -69,6 +69,16 @@ TEST(Texts, AreCopiedWithinTheirBounds) {
   EXPECT_STREQ(untouched, "");
   EXPECT_EQ(yfw_strdup(nullptr, "owner"), nullptr);
   nos_named_free(nullptr);
+}
+
+TEST(Texts, OwnedCopiesAreApartUntilTheyAreFreed) {
+  std::vector<std::pair<std::string, char *>> held;
+  for (const std::size_t length : {0U, 5U, 62U, 63U, 64U, 500U, 7U, 8U, 9U, 10U}) {
+    const std::string text(length, static_cast<char>('a' + held.size()));
+    held.emplace_back(text, yfw_strdup(text.c_str(), "test"));
+  }
+  for (const auto &[text, copy] : held) EXPECT_EQ(copy, text);
+  for (const auto &[text, copy] : held) nos_named_free(copy);
 }
 
 TEST(Names, MatchOnlyWhereBothAreGiven) {
@@ -133,15 +143,42 @@ TEST_F(Services, AddPathFollowsItsFlags) {
       // relative
       {{{"x", "1", 0, 0}, {"x", "2", 0, 0}}, "x=1"},
   };
-  for (const Row &row : rows) {
-    out = Datatree();
-    run([&](auto *ctx, auto *, auto *tree) {
-      for (const Step &step : row.steps) {
-        EXPECT_EQ(add(ctx, tree, step.path, step.value, step.list, step.leaf), YMAP_OK);
-      }
-    });
-    EXPECT_EQ(print(out), row.tree);
+  // With paths that are recognised, and with paths that are taken apart each time.
+  for (const auto end : {std::uintptr_t{0}, UINTPTR_MAX}) {
+    auto paths = std::make_shared<PathTable>(nullptr, reinterpret_cast<const void *>(end));
+    Request each{optical_amplifier(), std::move(paths), YMAP_REQ_EDIT, 0};
+    for (const Row &row : rows) {
+      out = Datatree();
+      body_now = [&](auto *ctx, auto *, auto *tree) {
+        for (const Step &step : row.steps) {
+          EXPECT_EQ(add(ctx, tree, step.path, step.value, step.list, step.leaf), YMAP_OK);
+        }
+      };
+      each.run(Observer::Direction::on, call_body, walked.root()->subtrees, out.root(), nullptr);
+      EXPECT_EQ(print(out), row.tree);
+    }
   }
+}
+
+// Constants are recognised by their address; a buffer may hold another path the next time.
+TEST_F(Services, PathsAreConstantOnlyWithinTheirRange) {
+  char texts[100][24], buffer[24] = "/l/buffer";
+  for (int i = 0; i < 100; ++i) std::snprintf(texts[i], sizeof texts[i], "/l/n%d", i);
+  Request known{optical_amplifier(), std::make_shared<PathTable>(texts, texts + 100), YMAP_REQ_EDIT, 0};
+  body_now = [&](auto *ctx, auto *, auto *tree) {
+    for (int round = 0; round < 2; ++round) {
+      for (const char *text : texts) EXPECT_EQ(add(ctx, tree, text, "v"), YMAP_OK);
+      add(ctx, tree, buffer, "v");
+      std::snprintf(buffer, sizeof buffer, "/l/n%d", 99);
+      add(ctx, tree, buffer, "other");
+      std::snprintf(buffer, sizeof buffer, "/l/changed");
+    }
+  };
+  known.run(Observer::Direction::on, call_body, walked.root()->subtrees, out.root(), nullptr);
+  const vidl_yfw_datatree *list = child(*out.root(), "l");
+  ASSERT_EQ(child_count(*list), 102U);
+  EXPECT_STREQ(child(*list, "n99")->data, "v");
+  EXPECT_NE(child(*list, "changed"), nullptr);
 }
 
 TEST_F(Services, ANewNodeTakesItsSourcesOperation) {
@@ -196,6 +233,15 @@ TEST_F(Services, ARequestNodeCanBeGivenAChild) {
     add(ctx, top, "other");
   });
   EXPECT_EQ(print(walked), "top{list{name=k1 leaf=v} list{name=k2 leaf} other}");
+}
+
+TEST(Trees, ASharedNodeIsTheSameOneAndGrowsApart) {
+  Datatree owner = parse("top{leaf=v}"), user;
+  vidl_yfw_datatree *shared = user.add_shared(user.root(), owner.root()->subtrees);
+  EXPECT_EQ(shared->subtrees, owner.root()->subtrees->subtrees);
+  user.add(shared, "added", "");
+  EXPECT_EQ(print(user), "top{leaf=v added}");
+  EXPECT_EQ(print(owner), "top{leaf=v}");
 }
 
 // ---- Lists of the output --------------------------------------------------------------------------

@@ -1,0 +1,53 @@
+/// \file
+/// Where and why a request failed.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ymap_types.h"
+
+namespace yfw {
+
+/// What the plug-in told of an error outside fills, whose status nobody hears.
+class ErrorNotes {
+ public:
+  /// An owned copy was made. It becomes the failing tag when the plug-in keeps it in err_tag.
+  void duplicated(const yfw_map_state &state, const char *copy);
+  /// `text` is about to be freed.
+  void released(const yfw_map_state &state, const char *text) {
+    if (pending_ == nullptr) return;
+    settle(state);
+    if (pending_ == text) pending_ = nullptr;
+  }
+  /// The plug-in noted the walk path.
+  void noted(const yfw_map_state &state, std::string path, std::vector<std::string> tags);
+  /// An ERR message was traced at the walk path `path`.
+  void traced(std::string text, std::string path);
+  /// A reason of the runtime's own, for a note that follows.
+  void reason(std::string text) { reason_ = std::move(text); }
+  /// To be called once, when the walk is over.
+  void finish(const yfw_map_state &state) { settle(state); }
+
+  /// The walk path of the last note, and the tag at fault where one was given; empty without a note.
+  const std::string &path() const { return path_; }
+  const std::vector<std::string> &tags() const { return tags_; }
+  const std::string &tag() const { return tag_; }
+  /// The message that belongs to the note, or empty.
+  const std::string &message() const { return message_; }
+  const std::string &last_trace() const { return trace_; }
+  const std::string &last_trace_path() const { return trace_path_; }
+
+ private:
+  void settle(const yfw_map_state &state);
+
+  std::string path_, tag_, message_, reason_, trace_, trace_path_;
+  std::vector<std::string> tags_;
+  const char *pending_ = nullptr;  ///< copy made last, not yet seen in err_tag
+  std::string pending_text_;
+  bool tag_waits_ = false;    ///< the tag came before its note
+  bool note_waits_ = false;   ///< the note came before its tag, if it has one
+  bool trace_waits_ = false;  ///< the trace came before its note
+};
+
+}  // namespace yfw
