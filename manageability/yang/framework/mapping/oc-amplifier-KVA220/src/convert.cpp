@@ -18,6 +18,25 @@ double parse_number(const char *text) {
   return number;
 }
 
+void convert_tenths(const char *tenths, char *buffer) {
+  // What devices send, up to 999 tenths; others, and the number -0, take the long way.
+  const bool negative = *tenths == '-';
+  const char *digits = tenths + (negative ? 1 : 0);
+  int number = 0;
+  size_t count = 0;
+  for (; count < 3 && digits[count] >= '0' && digits[count] <= '9'; ++count)
+    number = 10 * number + (digits[count] - '0');
+  if (count == 0 || digits[count] != '\0' || (negative && number == 0)) {
+    print_decibels(buffer, parse_number(tenths) / 10.0);
+    return;
+  }
+  if (negative) *buffer++ = '-';
+  if (number >= 100) *buffer++ = static_cast<char>('0' + number / 100);
+  const char rest[] = {static_cast<char>('0' + number / 10 % 10), '.', static_cast<char>('0' + number % 10),
+                       '0', '\0'};
+  std::memcpy(buffer, rest, sizeof rest);
+}
+
 void print_decibels(char *buffer, double decibels) {
   const auto [end, error] =
       std::to_chars(buffer, buffer + text_size - 1, decibels, std::chars_format::fixed, 2);

@@ -11,6 +11,10 @@ namespace ymap {
 /// do not depend on the locale of the process.
 double parse_number(const char *text);
 
+/// The dB of a native number of tenths: parse_number(tenths) / 10 as print_decibels() writes it. The buffers
+/// may be the same.
+void convert_tenths(const char *tenths, char *buffer);
+
 /// Writes `decibels` as printf's "%.2f" does, whatever the locale; `buffer` holds text_size bytes.
 void print_decibels(char *buffer, double decibels);
 

@@ -27,9 +27,7 @@ void tenths_to_decibels(yfw_map_ctx *ctx, const char *value, char *buffer, const
                         const char *function) {
   yfw_strcpy_s(function, buffer, text_size, value);
   TRC_ROW(ctx, function, traces.native, buffer);
-  const double decibels = parse_number(buffer) / 10.0;
-  std::memset(buffer, 0, text_size);
-  print_decibels(buffer, decibels);
+  convert_tenths(buffer, buffer);
   TRC_ROW(ctx, function, traces.openconfig, buffer);
 }
 

@@ -9,7 +9,6 @@ namespace {
 
 constexpr uint16_t has_content_selection = 1U << 15;
 constexpr uint8_t has_content_selector = 1U << 0;
-constexpr uint32_t type_unknown = 0xffffffffU;
 
 void replace_copy(char *&copy, const char *text, const char *owner) {
   if (copy != nullptr) nos_named_free(copy);
@@ -19,15 +18,7 @@ void replace_copy(char *&copy, const char *text, const char *owner) {
 
 }  // namespace
 
-yfw_map_state &state_of(yfw_map_ctx *ctx) {
-  static yfw_map_state blank{};
-  return ctx->state != nullptr ? *ctx->state : blank;
-}
-
-uint32_t request_type(yfw_map_ctx *ctx) {
-  const yfw_map_request *request = state_of(ctx).request;
-  return request != nullptr ? request->type : type_unknown;
-}
+yfw_map_state blank_state{};
 
 Kind kind_of(yfw_map_ctx *ctx, const vidl_yfw_datatree *node) {
   if (is_read(request_type(ctx))) return kind_read;

@@ -12,11 +12,20 @@ namespace ymap {
 inline constexpr size_t text_size = 200;
 inline constexpr size_t name_size = 20;
 
-/// The state record of the request; a blank one of the plug-in's own when the framework gave none.
-yfw_map_state &state_of(yfw_map_ctx *ctx);
+/// What stands in for the state record when the framework gave none.
+extern yfw_map_state blank_state;
+
+/// The state record of the request.
+inline yfw_map_state &state_of(yfw_map_ctx *ctx) {
+  return ctx->state != nullptr ? *ctx->state : blank_state;
+}
 
 /// The request type; without a request record that of an edit that is not keyed.
-uint32_t request_type(yfw_map_ctx *ctx);
+inline uint32_t request_type(yfw_map_ctx *ctx) {
+  constexpr uint32_t type_unknown = 0xffffffffU;
+  const yfw_map_request *request = state_of(ctx).request;
+  return request != nullptr ? request->type : type_unknown;
+}
 
 inline bool is_read(uint32_t type) {
   return type == YMAP_REQ_GET_CONFIG || type == YMAP_REQ_GET;

@@ -1,6 +1,8 @@
 // Names, searches and slots; see utility.h.
 #include "utility.h"
 
+#include <cctype>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +25,15 @@ bool holds(const char *text, const char *part) {
   return text != nullptr && std::strstr(text, part) != nullptr;
 }
 
+// As holds(), for a marker of three characters: each leaf asks the slots, and mostly finds its first
+// character once.
+bool holds_marker(const char *text, const char *marker) {
+  if (text == nullptr) return false;
+  for (text = std::strchr(text, marker[0]); text != nullptr; text = std::strchr(text + 1, marker[0]))
+    if (text[1] == marker[1] && text[2] == marker[2]) return true;
+  return false;
+}
+
 bool is_empty(const char *text) {
   return text != nullptr && text[0] == '\0';
 }
@@ -32,10 +43,37 @@ bool is_empty(const char *text) {
 void scan_port(const char *text, const char *prefix, int &port) {
   const size_t length = std::strlen(prefix);
   if (text == nullptr || std::strncmp(text, prefix, length) != 0) return;
+  // What devices send; signs, blanks and long numbers are strtol's.
+  const char *digits = text + length;
+  int value = 0;
+  int count = 0;
+  for (; count < 9 && digits[count] >= '0' && digits[count] <= '9'; ++count)
+    value = 10 * value + (digits[count] - '0');
+  if (count != 0 && digits[count] == '\0') {
+    port = value;
+    return;
+  }
   char *end = nullptr;
   const long number = std::strtol(text + length, &end, 10);
   if (end == text + length) return;
   port = static_cast<int>(number > INT_MAX ? INT_MAX : number < INT_MIN ? INT_MIN : number);
+}
+
+// The port of an amplifier name, -1 for other names.
+int amplifier_port(const char *amplifier_name) {
+  int port = -1;
+  const size_t length = std::strlen(amplifier_prefix);
+  if (amplifier_name == nullptr || std::strncmp(amplifier_name, amplifier_prefix, length) != 0) return port;
+  const char *word = amplifier_name + length;
+  while (std::isspace(static_cast<unsigned char>(*word)) != 0) ++word;
+  char suffix[10] = {};
+  for (size_t i = 0; i + 1 < sizeof suffix && std::isspace(static_cast<unsigned char>(word[i])) == 0; ++i) {
+    suffix[i] = word[i];
+    if (word[i] == '\0') break;
+  }
+  scan_port(suffix, pre_marker, port);
+  scan_port(suffix, bst_marker, port);
+  return port;
 }
 
 int controller_port(const char *controller_name) {
@@ -93,7 +131,10 @@ void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
     default:
       break;
   }
-  if (suffix != nullptr && out != nullptr) std::snprintf(out, ymap::name_size, "0/0-AMP-%s", suffix);
+  if (suffix == nullptr || out == nullptr) return;
+  const size_t length = std::strlen(amplifier_prefix);
+  std::memcpy(out, amplifier_prefix, length);
+  std::memcpy(out + length, suffix, sizeof "BST2");
 }
 
 int check_controller_name_ots_is_good(yfw_map_ctx *ctx, const char *controller_name, char *out) {
@@ -105,18 +146,15 @@ int check_controller_name_ots_is_valid(yfw_map_ctx *ctx, const char *controller_
 }
 
 int ampli_key_to_key(const char *amplifier_name, const char *format, char *out) {
-  int port = -1;
-  char suffix[10] = {};
-  const size_t length = std::strlen(amplifier_prefix);
-  if (amplifier_name != nullptr && std::strncmp(amplifier_name, amplifier_prefix, length) == 0)
-    std::sscanf(amplifier_name + length, "%9s", suffix);
-  scan_port(suffix, pre_marker, port);
-  scan_port(suffix, bst_marker, port);
-  return std::snprintf(out, ymap::text_size, format, port);
+  return std::snprintf(out, ymap::text_size, format, amplifier_port(amplifier_name));
 }
 
 int ampli_key_to_ots_ctrl_key(const char *amplifier_name, char *out) {
-  return ampli_key_to_key(amplifier_name, "Ots0/0/0/%d", out);
+  const size_t length = std::strlen(controller_prefix);
+  std::memcpy(out, controller_prefix, length);
+  char *end = std::to_chars(out + length, out + ymap::text_size - 1, amplifier_port(amplifier_name)).ptr;
+  *end = '\0';
+  return static_cast<int>(end - out);
 }
 
 int compare_path(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find, char *path, char *key) {
@@ -203,7 +241,8 @@ void print_data(yfw_map_ctx *ctx) {
 namespace ymap {
 
 bool is_side_named(Side side) {
-  return side == Side::ingress ? holds(amp_key_pre, pre_marker) : holds(amp_key_bst, bst_marker);
+  return side == Side::ingress ? holds_marker(amp_key_pre, pre_marker)
+                               : holds_marker(amp_key_bst, bst_marker);
 }
 
 bool is_side_selected(Side side) {

@@ -1,5 +1,5 @@
 // Hand-written functions of the performance history: which port is which amplifier, and its statistics.
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 
 #include "native_paths.h"
@@ -92,7 +92,7 @@ verrno state_actual_gain_tilt_interval_iatl_to_high(yfw_map_ctx *ctx, vidl_yfw_d
 const char *oc_interval_to_high(yfw_map_ctx *, vidl_yfw_datatree *, vidl_yfw_datatree *) {
   static char interval[text_size];
   std::memset(interval, 0, sizeof interval);
-  std::snprintf(interval, sizeof interval, "%ld", 30000000000L);
+  std::to_chars(interval, interval + sizeof interval - 1, 30000000000L);
   return interval;
 }
 

@@ -1,5 +1,5 @@
 // Hand-written transforms of the OpenConfig direction: the leaves of `config`.
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 
 #include "convert.h"
@@ -91,8 +91,7 @@ verrno tenths_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatre
       TRC(ctx, function, "End");
       return status;
     }
-    std::memset(buffer, 0, sizeof buffer);
-    std::snprintf(buffer, sizeof buffer, "%d", static_cast<int>(tenths));
+    *std::to_chars(buffer, buffer + sizeof buffer - 1, static_cast<int>(tenths)).ptr = '\0';
     TRC_ROW(ctx, function, row.native, buffer);
   }
 
