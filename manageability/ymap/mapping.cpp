@@ -126,21 +126,20 @@ class Prober {
 
   // ---- Edits: OpenConfig to native
 
-  /// The value in the native leaf that the edit adds, or nothing when it is refused.
+  /// The native leaves that the edit adds, or nothing when the plug-in refuses it.
   std::optional<std::vector<AddedPath>> edited(const ModelLeaf &leaf, const std::string &amplifier,
                                                const std::string &value) {
     recorder_.take();
-    std::optional<std::vector<AddedPath>> added;
+    std::vector<AddedPath> added;
+    std::string refused;
     try {
       const auto request =
           edit_request(session_.schema(), amplifier, {{std::string(node_name(leaf.node())), value}});
       mapper_.translate_edit(request.tree);
-      added.emplace();
     } catch (const RpcError &) {
-      return added;  // not of the leaf's type
+      return std::nullopt;  // not of the leaf's type
     } catch (const yfw::Refusal &refusal) {
-      refusals_.try_emplace(leaf.path(0), refusal.what());
-      return added;
+      refused = refusal.what();
     }
     const auto wanted = "/" + leaf.path(0);
     for (const auto &walk : recorder_.take())
@@ -148,9 +147,12 @@ class Prober {
         for_each_leaf(*walked, {}, [&](const Step &step, const std::string &path) {
           if (path != wanted) return;
           for (const auto &event : step.events)
-            if (event.kind == Event::Kind::added) added->push_back(event.added);
+            if (event.kind == Event::Kind::added) added.push_back(event.added);
         });
-    return added;
+    // A word without a native one is refused too, but the plug-in has told its leaf.
+    if (refused.empty() || !added.empty()) return added;
+    refusals_.try_emplace(leaf.path(0), refused);
+    return std::nullopt;
   }
 
   std::vector<std::string> values_to_set(const ModelLeaf &leaf, const std::string &amplifier) const {

@@ -51,7 +51,7 @@ struct MappedLeaf {
   std::vector<NativeLeaf> natives;
   Conversion conversion;
   std::optional<AcceptedRange> range;       ///< of edits
-  std::vector<std::string> unmapped_words;  ///< which an edit takes and gives no native value
+  std::vector<std::string> unmapped_words;  ///< of the model, without a native one: an edit refuses them
 };
 
 struct UnmappedLeaf {

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "mapper.hpp"
+#include "request.hpp"
 #include "tree_store.hpp"
 
 namespace yfw {
@@ -61,6 +62,34 @@ class Normaliser {
     throw refusal;
   }
 
+  [[noreturn]] void refuse_entry(const vidl_yfw_datatree &entry, const std::string &below, const char *tag,
+                                 verrno status, const std::string &reason) const {
+    Refusal refusal(reason);
+    refusal.error_tag = tag;
+    refusal.status = status;
+    refusal.path = "/" + registration_.openconfig_module + ":" + registration_.top + "/" +
+                   registration_.list_container + "/" + path_step(entry, true, registration_.key) + below;
+    throw refusal;
+  }
+
+  /// What no amplifier can do: come into being, or lose its name.
+  void refuse_against_hardware(const vidl_yfw_datatree &entry, std::string_view name,
+                               uint32_t operation) const {
+    const auto &instances = registration_.instances;
+    if (std::find(instances.begin(), instances.end(), name) == instances.end()) return;
+    if (operation == YMAP_OP_CREATE) {
+      refuse_entry(entry, "", "data-exists", YMAP_OK,
+                   registration_.list + " " + std::string(name) + " exists; only its " +
+                       registration_.config + " can be created");
+    }
+    const vidl_yfw_datatree *config = child(entry, registration_.config);
+    const vidl_yfw_datatree *copy = config == nullptr ? nullptr : child(*config, registration_.key);
+    if (copy == nullptr || !deletes(operation_of(*copy))) return;
+    refuse_entry(entry, "/" + registration_.config + "/" + registration_.key, "bad-attribute",
+                 YMAP_ERR_KEY_DELETE,
+                 "the " + registration_.key + " of an " + registration_.list + " cannot be removed");
+  }
+
   void copy_top(const vidl_yfw_datatree &top) {
     const uint32_t operation = operation_of(top);
     if (deletes(operation)) {
@@ -89,6 +118,7 @@ class Normaliser {
       }
       const vidl_yfw_datatree *key = child(entry, registration_.key);
       entries_.push_back({&entry, key == nullptr ? "" : value_of(*key), effective(entry, operation)});
+      refuse_against_hardware(entry, entries_.back().name, entries_.back().operation);
     }
     list_seen_ = true;
     if (operation == YMAP_OP_REPLACE) concern_unlisted();

@@ -177,20 +177,6 @@ void refuse_unknown(const Registration &registration, const Datatree &request) {
   }
 }
 
-TranslatedEdit translate(const Plugin &plugin, const Datatree &edit) {
-  const Registration &registration = plugin.registration();
-  TranslatedEdit result{normalise_edit(registration, edit), {}};
-  if (child_count(*result.walked.root()) == 0) return result;
-  Datatree duplicate;
-  add_alias(duplicate, duplicate.root(), *result.walked.root()->subtrees);
-  Request request(registration, plugin.paths(), YMAP_REQ_EDIT, 0);
-  const verrno status = request.run(Observer::Direction::on, plugin.on_root(), result.walked.root()->subtrees,
-                                    result.native.root(), duplicate.root());
-  if (status != YMAP_OK) throw refusal_of(registration, request, status);
-  refuse_unknown(registration, result.walked);
-  return result;
-}
-
 using Chain = std::vector<const vidl_yfw_datatree *>;
 
 /// The nodes from the top down to `target`; empty when it is not below `from`.
@@ -227,6 +213,36 @@ std::string openconfig_path(const Registration &registration, const TranslatedEd
     path += (path.empty() ? "" : "/") + path_step(*step, has_tag(*step, registration.list), registration.key);
   }
   return full_path(registration, path);
+}
+
+/// A leaf that the request gives a value and the device has none for: a word of OpenConfig's only.
+void refuse_unknown_words(const Registration &registration, const TranslatedEdit &edit,
+                          const vidl_yfw_datatree &parent) {
+  for (const vidl_yfw_datatree &node : children(parent)) {
+    refuse_unknown_words(registration, edit, node);
+    const vidl_yfw_datatree *source = extra(node).source;
+    if (child_count(node) != 0 || has_value(node) || source == nullptr || !has_value(*source)) continue;
+    if (yfw_map_is_request_delete(&node) != 0) continue;
+    Refusal refusal("the device has no counterpart for the value '" + std::string(value_of(*source)) + "'");
+    refusal.status = YMAP_ERR_INVALID_VALUE;
+    refusal.path = openconfig_path(registration, edit, &node);
+    throw refusal;
+  }
+}
+
+TranslatedEdit translate(const Plugin &plugin, const Datatree &edit) {
+  const Registration &registration = plugin.registration();
+  TranslatedEdit result{normalise_edit(registration, edit), {}};
+  if (child_count(*result.walked.root()) == 0) return result;
+  Datatree duplicate;
+  add_alias(duplicate, duplicate.root(), *result.walked.root()->subtrees);
+  Request request(registration, plugin.paths(), YMAP_REQ_EDIT, 0);
+  const verrno status = request.run(Observer::Direction::on, plugin.on_root(), result.walked.root()->subtrees,
+                                    result.native.root(), duplicate.root());
+  if (status != YMAP_OK) throw refusal_of(registration, request, status);
+  refuse_unknown(registration, result.walked);
+  refuse_unknown_words(registration, result, *result.native.root());
+  return result;
 }
 
 }  // namespace

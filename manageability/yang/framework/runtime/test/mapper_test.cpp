@@ -332,8 +332,7 @@ TEST_F(Requests, OperationsConcernTheAmplifiersNamedOnly) {
       {"optical-amplifier!replace", all},
       {"optical-amplifier{amplifiers!remove{amplifier{name=0/0-AMP-PRE0}}}", all},
       {"optical-amplifier!delete{amplifiers}", all},
-      {"optical-amplifier{amplifiers!create{amplifier{name=0/0-AMP-PRE0 config{target-gain=9 "
-       "enabled!merge=true}}}}",
+      {amplifiers("amplifier{name=0/0-AMP-PRE0 config!create{target-gain=9 enabled!merge=true}}"),
        native("0", "ots-ingress-amplifier-gain!create=90 ots-ingress-osri!merge=false")},
   };
   for (const Row &row : rows) {
@@ -364,6 +363,10 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
       {"name= config{enabled=true}", "/amplifiers/amplifier/name: List key node error."},
       {"config{enabled=true}", "/amplifiers/amplifier/name: List key node error."},
       {"", "/amplifiers: No keys specified with a list node."},
+      {"name=0/0-AMP-PRE0 config{name!remove}",
+       entry + "/config/name: the name of an amplifier cannot be removed"},
+      {"name=0/0-AMP-PRE0 config{enabled=true gain-range=LOW_GAIN_RANGE}",
+       entry + "/config/gain-range: the device has no counterpart for the value 'LOW_GAIN_RANGE'"},
       {"name=0/0-AMP-PRE0 config{foreign!create=1}",
        entry + "/config/foreign: A node of a foreign namespace cannot be created here"},
       {"name=x0/0-AMP-PRE0 config{enabled=true}",
@@ -375,6 +378,8 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
     const std::string before = "amplifier{name=0/0-AMP-BST2 config{enabled=true}} ";
     EXPECT_EQ(edit(amplifiers(before + "amplifier{" + row.entry + "}")), row.refusal);
   }
+  EXPECT_EQ(edit("optical-amplifier{amplifiers!create{amplifier{name=0/0-AMP-PRE0}}}"),
+            entry + ": amplifier 0/0-AMP-PRE0 exists; only its config can be created");
   EXPECT_EQ(edit("foreign"),
             ": 'foreign' is not a top container of openconfig-optical-amplifier; an edit begins with "
             "optical-amplifier");
@@ -382,7 +387,7 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
 
 TEST_F(Requests, ANativeRefusalIsToldOfTheOpenConfigNode) {
   const std::string request =
-      amplifiers("amplifier{name=0/0-AMP-BST2 config{enabled=true gain-range=LOW_GAIN_RANGE}}");
+      amplifiers("amplifier{name=0/0-AMP-BST2 config{enabled=true gain-range=HIGH_GAIN_RANGE}}");
   struct Row {
     const char *native;
     const char *path;
