@@ -48,4 +48,15 @@ verrno word_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree
 
 }  // namespace ymap
 
+/// Defines an exported function that is a row: `body` is called with it and the function's own name.
+#define YMAP_ROW_FUNCTION(name, Row, body, ...)                                    \
+  verrno name(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) { \
+    static constexpr Row row = __VA_ARGS__;                                        \
+    return body(ctx, node, out, row, __func__);                                    \
+  }
+
+/// A handler of a native leaf of one side whose word goes to `leaf` under config and state.
+#define YMAP_WORD_LEAF(name, side, word, leaf) \
+  YMAP_ROW_FUNCTION(name, ymap::WordToHigh, ymap::word_to_high, {side, word, OC_CONFIG leaf, OC_STATE leaf})
+
 #endif  // YMAP_NO_TRANSFORMS_H

@@ -12,8 +12,8 @@ using namespace ymap;
 constexpr TenthsTraces traces = {YMAP_TRC_TEXT("gain-native = %s"), YMAP_TRC_TEXT("gain-oc = %s")};
 
 // ots-ingress-amplifier-gain, ots-egress-amplifier-gain: config/target-gain, then state/target-gain.
-verrno target_gain_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out, Side side,
-                           const char *function) {
+verrno target_gain_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
+                           const Side &side, const char *function) {
   assert(NULL != ctx);
   TRC(ctx, function, "Start");
   if (node == nullptr || out == nullptr) return invalid_arguments(ctx, function);
@@ -38,8 +38,8 @@ verrno target_gain_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_d
 
 // ots-ingress-amplifier-tilt, ots-egress-amplifier-tilt: state/target-gain-tilt, then
 // config/target-gain-tilt. A tilt without a value is written without one.
-verrno target_gain_tilt_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out, Side side,
-                                const char *function) {
+verrno target_gain_tilt_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
+                                const Side &side, const char *function) {
   assert(NULL != ctx);
   TRC(ctx, function, "Start");
   if (node == nullptr || out == nullptr) return invalid_arguments(ctx, function);
@@ -58,36 +58,14 @@ verrno target_gain_tilt_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_
   return status;
 }
 
-constexpr WordToHigh ingress_osri = {Side::ingress, cfg_enabled_to_high, OC_CONFIG "enabled",
-                                     OC_STATE "enabled"};
-constexpr WordToHigh egress_osri = {Side::egress, cfg_enabled_to_high, OC_CONFIG "enabled",
-                                    OC_STATE "enabled"};
-constexpr WordToHigh ingress_gain_range = {Side::ingress, cfg_gain_range_to_high, OC_CONFIG "gain-range",
-                                           OC_STATE "gain-range"};
-constexpr WordToHigh egress_gain_range = {Side::egress, cfg_gain_range_to_high, OC_CONFIG "gain-range",
-                                          OC_STATE "gain-range"};
-
 }  // namespace
 
 extern "C" {
 
-verrno cfg_target_gain_ingress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
-  return target_gain_to_high(ctx, node, out, Side::ingress, __func__);
-}
-
-verrno cfg_target_gain_egress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
-  return target_gain_to_high(ctx, node, out, Side::egress, __func__);
-}
-
-verrno cfg_target_gain_tilt_ingress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                            vidl_yfw_datatree *out) {
-  return target_gain_tilt_to_high(ctx, node, out, Side::ingress, __func__);
-}
-
-verrno cfg_target_gain_tilt_egress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                           vidl_yfw_datatree *out) {
-  return target_gain_tilt_to_high(ctx, node, out, Side::egress, __func__);
-}
+YMAP_ROW_FUNCTION(cfg_target_gain_ingress_to_high, Side, target_gain_to_high, Side::ingress)
+YMAP_ROW_FUNCTION(cfg_target_gain_egress_to_high, Side, target_gain_to_high, Side::egress)
+YMAP_ROW_FUNCTION(cfg_target_gain_tilt_ingress_to_high, Side, target_gain_tilt_to_high, Side::ingress)
+YMAP_ROW_FUNCTION(cfg_target_gain_tilt_egress_to_high, Side, target_gain_tilt_to_high, Side::egress)
 
 const char *cfg_enabled_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
   return inverse_of(ctx, node, out, __func__);
@@ -97,28 +75,14 @@ const char *cfg_gain_range_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vi
   return gain_range_to_high(ctx, node, out, __func__);
 }
 
-// ots/ots-ingress-osri
-verrno YMAP_NO_OTS_CFG(leaf_lvla_ots_otsingressosri)(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                                     vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, ingress_osri, __func__);
-}
+// ots/ots-ingress-osri, ots/ots-egress-osri
+YMAP_WORD_LEAF(YMAP_NO_OTS_CFG(leaf_lvla_ots_otsingressosri), Side::ingress, cfg_enabled_to_high, "enabled")
+YMAP_WORD_LEAF(YMAP_NO_OTS_CFG(leaf_lvla_ots_otsegressosri), Side::egress, cfg_enabled_to_high, "enabled")
 
-// ots/ots-egress-osri
-verrno YMAP_NO_OTS_CFG(leaf_lvla_ots_otsegressosri)(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                                    vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, egress_osri, __func__);
-}
-
-// ots/ots-ingress-amplifier-gain-range
-verrno YMAP_NO_OTS_CFG(leaf_lvla_ots_otsingressamplifiergainrange)(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                                                   vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, ingress_gain_range, __func__);
-}
-
-// ots/ots-egress-amplifier-gain-range
-verrno YMAP_NO_OTS_CFG(leaf_lvla_ots_otsegressamplifiergainrange)(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                                                  vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, egress_gain_range, __func__);
-}
+// ots/ots-ingress-amplifier-gain-range, ots/ots-egress-amplifier-gain-range
+YMAP_WORD_LEAF(YMAP_NO_OTS_CFG(leaf_lvla_ots_otsingressamplifiergainrange), Side::ingress,
+               cfg_gain_range_to_high, "gain-range")
+YMAP_WORD_LEAF(YMAP_NO_OTS_CFG(leaf_lvla_ots_otsegressamplifiergainrange), Side::egress,
+               cfg_gain_range_to_high, "gain-range")
 
 }  // extern "C"

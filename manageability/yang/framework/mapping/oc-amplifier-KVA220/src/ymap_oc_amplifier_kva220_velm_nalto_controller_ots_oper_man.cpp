@@ -30,11 +30,6 @@ struct OperatingTenths {
         OC_CONFIG "target-gain-tilt", OC_STATE "target-gain-tilt", OC_STATE "actual-gain-tilt/instant" \
   }
 
-constexpr OperatingTenths ingress_gain = GAIN(Side::ingress);
-constexpr OperatingTenths egress_gain = GAIN(Side::egress);
-constexpr OperatingTenths ingress_tilt = TILT(Side::ingress);
-constexpr OperatingTenths egress_tilt = TILT(Side::egress);
-
 // Only the status of the instant value is reported: the two others may stand already, as configured.
 verrno operating_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
                          const OperatingTenths &row, const char *function) {
@@ -53,15 +48,6 @@ verrno operating_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_dat
   TRC(ctx, function, "End");
   return status;
 }
-
-constexpr WordToHigh ingress_gain_range = {Side::ingress, oper_gain_range_to_high, OC_CONFIG "gain-range",
-                                           OC_STATE "gain-range"};
-constexpr WordToHigh egress_gain_range = {Side::egress, oper_gain_range_to_high, OC_CONFIG "gain-range",
-                                          OC_STATE "gain-range"};
-constexpr WordToHigh ingress_osri = {Side::ingress, oper_enabled_to_high, OC_CONFIG "enabled",
-                                     OC_STATE "enabled"};
-constexpr WordToHigh egress_osri = {Side::egress, oper_enabled_to_high, OC_CONFIG "enabled",
-                                    OC_STATE "enabled"};
 
 // Selects the amplifier entry of a port in a read of state; YMAP_SKIP_NODE when the request names another
 // one.
@@ -135,23 +121,13 @@ verrno oper_name_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_dat
   return status;
 }
 
-verrno oper_target_gain_ingress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
-  return operating_to_high(ctx, node, out, ingress_gain, __func__);
-}
-
-verrno oper_target_gain_egress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
-  return operating_to_high(ctx, node, out, egress_gain, __func__);
-}
-
-verrno oper_target_gain_tilt_ingress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                             vidl_yfw_datatree *out) {
-  return operating_to_high(ctx, node, out, ingress_tilt, __func__);
-}
-
-verrno oper_target_gain_tilt_egress_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                            vidl_yfw_datatree *out) {
-  return operating_to_high(ctx, node, out, egress_tilt, __func__);
-}
+// ots-info/ingress-ampli-gain and the like: config, state and the instant value.
+YMAP_ROW_FUNCTION(oper_target_gain_ingress_to_high, OperatingTenths, operating_to_high, GAIN(Side::ingress))
+YMAP_ROW_FUNCTION(oper_target_gain_egress_to_high, OperatingTenths, operating_to_high, GAIN(Side::egress))
+YMAP_ROW_FUNCTION(oper_target_gain_tilt_ingress_to_high, OperatingTenths, operating_to_high,
+                  TILT(Side::ingress))
+YMAP_ROW_FUNCTION(oper_target_gain_tilt_egress_to_high, OperatingTenths, operating_to_high,
+                  TILT(Side::egress))
 
 const char *oper_gain_range_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
   return gain_range_to_high(ctx, node, out, __func__);
@@ -161,30 +137,16 @@ const char *oper_enabled_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl
   return inverse_of(ctx, node, out, __func__);
 }
 
-// ots-info/ingress-ampli-gain-range
-verrno YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_ingressampligainrange)(yfw_map_ctx *ctx,
-                                                                         vidl_yfw_datatree *node,
-                                                                         vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, ingress_gain_range, __func__);
-}
+// ots-info/ingress-ampli-gain-range, ots-info/egress-ampli-gain-range
+YMAP_WORD_LEAF(YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_ingressampligainrange), Side::ingress,
+               oper_gain_range_to_high, "gain-range")
+YMAP_WORD_LEAF(YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_egressampligainrange), Side::egress,
+               oper_gain_range_to_high, "gain-range")
 
-// ots-info/egress-ampli-gain-range
-verrno YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_egressampligainrange)(yfw_map_ctx *ctx,
-                                                                        vidl_yfw_datatree *node,
-                                                                        vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, egress_gain_range, __func__);
-}
-
-// ots-info/ingress-ampli-osri
-verrno YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_ingressampliosri)(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                                                    vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, ingress_osri, __func__);
-}
-
-// ots-info/egress-ampli-osri
-verrno YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_egressampliosri)(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
-                                                                   vidl_yfw_datatree *out) {
-  return word_to_high(ctx, node, out, egress_osri, __func__);
-}
+// ots-info/ingress-ampli-osri, ots-info/egress-ampli-osri
+YMAP_WORD_LEAF(YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_ingressampliosri), Side::ingress,
+               oper_enabled_to_high, "enabled")
+YMAP_WORD_LEAF(YMAP_NO_OTS_OPER(leaf_lvla_otsoper_otsinfo_egressampliosri), Side::egress,
+               oper_enabled_to_high, "enabled")
 
 }  // extern "C"

@@ -49,11 +49,8 @@ verrno statistic_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_dat
 }  // namespace
 
 // A transform is a name and the row that it writes.
-#define STATISTIC(name, side, value, leaf)                                         \
-  verrno name(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) { \
-    static constexpr Statistic row = {Side::side, Value::value, OC_STATE leaf};    \
-    return statistic_to_high(ctx, node, out, row, __func__);                       \
-  }
+#define STATISTIC(name, side, value, leaf) \
+  YMAP_ROW_FUNCTION(name, Statistic, statistic_to_high, {Side::side, Value::value, OC_STATE leaf})
 
 extern "C" {
 
