@@ -1,9 +1,12 @@
 # make demo    builds and shows the tool at work        make check   builds and runs every test
-# make bench   builds and runs the benchmarks           make install installs below PREFIX (default /usr/local)
+# make bench   builds and runs the benchmarks           make fuzz    runs each fuzzer for FUZZ_SECONDS
+# make lint    clang-tidy over all sources              make install installs below PREFIX (default /usr/local)
 PREFIX ?= /usr/local
 JOBS ?= $(shell nproc)
 
-.PHONY: demo check bench install lint format clean packages
+FUZZ_SECONDS ?= 1200
+
+.PHONY: demo check bench fuzz install lint format clean packages
 
 demo: packages
 	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
@@ -22,6 +25,15 @@ bench: packages
 	cmake --preset release -DBUILD_TESTING=OFF -DYMAP_BENCHMARKS=ON
 	cmake --build --preset release -j $(JOBS)
 	build/release/bin/ymap_bench
+
+fuzz: packages
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS) --target plugin_fuzz rpc_fuzz
+	mkdir -p build/fuzz/found/plugin build/fuzz/found/rpc
+	cd build/fuzz && bin/plugin_fuzz -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -print_final_stats=1 \
+	  found/plugin ../../manageability/fuzz/corpus/plugin
+	cd build/fuzz && bin/rpc_fuzz -max_total_time=$(FUZZ_SECONDS) -max_len=8192 -print_final_stats=1 \
+	  -dict=../../manageability/fuzz/rpc.dict found/rpc ../../manageability/fuzz/corpus/rpc
 
 install: packages
 	cmake --preset release -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)

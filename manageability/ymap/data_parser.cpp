@@ -191,7 +191,7 @@ class EditParser : public DataParser {
   }
 
   static bool removed_without_value(const XmlElement &leaf) {
-    const auto operation = own_operation(leaf);
+    const uint32_t operation = own_operation(leaf).value_or(YMAP_OP_NONE);
     return trimmed(leaf.text()).empty() && (operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE);
   }
 

@@ -25,8 +25,8 @@ struct Arena::Chunk {
 
 namespace {
 
-constexpr std::size_t kChunk = 16 * 1024;  ///< what the store keeps; larger ones go back at once
-constexpr std::size_t kLargestChunk = 256 * 1024;
+constexpr std::size_t kChunk = std::size_t{16} << 10;  ///< what the store keeps; larger ones go back at once
+constexpr std::size_t kLargestChunk = std::size_t{256} << 10;
 constexpr std::size_t kMostKept = YFW_KEEPS_CHUNKS ? 16 : 0;
 
 // Found without a call: the library is loaded with the program, or small enough for the room that is left.

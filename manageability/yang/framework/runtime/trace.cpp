@@ -40,7 +40,7 @@ Channel trace_channel{LogLevel::trace};
 LightTrace light_trace;
 
 constexpr int32_t kNothingWanted = -1;
-constexpr std::size_t kLongestMessage = 16 * 1024;
+constexpr std::size_t kLongestMessage = std::size_t{16} << 10;
 
 Channel &channel(LogLevel level) {
   return level == LogLevel::error ? error_channel : trace_channel;

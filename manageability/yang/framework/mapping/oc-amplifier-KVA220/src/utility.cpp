@@ -1,6 +1,7 @@
 // Names, searches and slots; see utility.h.
 #include "utility.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <climits>
@@ -133,7 +134,7 @@ void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
   }
   if (suffix == nullptr || out == nullptr) return;
   const size_t length = std::strlen(amplifier_prefix);
-  std::memcpy(out, amplifier_prefix, length);
+  std::copy_n(amplifier_prefix, length, out);
   std::memcpy(out + length, suffix, sizeof "BST2");
 }
 
@@ -151,7 +152,7 @@ int ampli_key_to_key(const char *amplifier_name, const char *format, char *out) 
 
 int ampli_key_to_ots_ctrl_key(const char *amplifier_name, char *out) {
   const size_t length = std::strlen(controller_prefix);
-  std::memcpy(out, controller_prefix, length);
+  std::copy_n(controller_prefix, length, out);
   char *end = std::to_chars(out + length, out + ymap::text_size - 1, amplifier_port(amplifier_name)).ptr;
   *end = '\0';
   return static_cast<int>(end - out);

@@ -94,6 +94,9 @@ class Run {
       inside_ = word_of(words);
     } else if (kind == "indent") {
       indent_ = true;
+    } else if (kind == "untraced") {
+      recorder.log_errors = recorder.log_traces = false;
+      scenario_.ctx.ltrace_on = 0;
     } else if (kind == "show") {
       shown_.push_back(word_of(words));
     } else if (kind == "on") {
@@ -120,8 +123,17 @@ class Run {
     if (what == "tree") recorder.line("tree " + print_tree(*root_));
     if (what == "pushed") recorder.line("pushed " + print_tree(*pushed_));
     if (what == "slots") recorder.line("slots " + Scenario::slot_texts());
-    if (what != "state") return;
     std::ostringstream text;
+    if (what == "left") {
+      const yfw_map_state &state = scenario_.state;
+      text << "left pass=" << (state.pass_flags & (YMAP_PASS_FIRST | YMAP_PASS_SECOND))
+           << " final=" << state.final_pass << " key_mode=" << state.key_mode
+           << " output=" << int{state.output_list_count} << " path=" << recorder.walk_depth()
+           << " stack=" << recorder.stack_depth() << " forgotten=" << recorder.forgotten()
+           << " failed=" << recorder.failed();
+      recorder.line(text.str());
+    }
+    if (what != "state") return;
     text << "state pass_flags=" << std::hex << scenario_.state.pass_flags
          << " final_pass=" << scenario_.state.final_pass << " key_mode=" << scenario_.state.key_mode
          << " leaf_seen=" << scenario_.state.leaf_seen << " list_entry_op=" << scenario_.ctx.list_entry_op

@@ -10,10 +10,11 @@
 ///     enter LIST DEPTH              the call is made on the first node of that depth; it and what is above
 ///                                   it stand on the walk path, and it is the list's current entry
 ///     view full|walk|calls|adds     full is the default
+///     untraced                      both outputs of the trace points are off
 ///     indent                        two blanks a step of the walk path
 ///     inside PATH                   only what happens between entering and leaving that container, and the
-///     end show tree|pushed|slots|state  lines at the end about what the call leaves behind on TREE the node;
-///     all lines after this one, up to the next `==`, are expected
+///     end show tree|pushed|slots|state|left  lines at the end about what the call leaves behind on TREE the
+///     node; all lines after this one, up to the next `==`, are expected
 ///
 /// A `#` begins a comment line. Indentation of expected lines counts with `indent` only.
 #ifndef YMAP_TEST_CASE_FILE_HPP

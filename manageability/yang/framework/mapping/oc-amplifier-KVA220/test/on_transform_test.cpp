@@ -99,44 +99,6 @@ TEST(ConfigToLow, StatusIsThatOfTheLastAdd) {
   }
 }
 
-TEST(ConfigToLow, EnumerationsByExactText) {
-  struct Value {
-    const char *function;
-    const char *node;
-    const char *result;
-    const char *trace;
-  };
-  const Value values[] = {
-      {"cfg_gain_range_to_low", "x=MID_GAIN_RANGE", "\"normal\"", "TRC gain_range = MID_GAIN_RANGE\n"},
-      {"cfg_gain_range_to_low", "x=HIGH_GAIN_RANGE", "\"extended\"", "TRC gain_range = HIGH_GAIN_RANGE\n"},
-      {"cfg_gain_range_to_low", "x=LOW_GAIN_RANGE", "NULL", "TRC gain_range = LOW_GAIN_RANGE\n"},
-      {"cfg_gain_range_to_low", "x=MID_GAIN_RANGES", "NULL", "TRC gain_range = MID_GAIN_RANGES\n"},
-      {"cfg_gain_range_to_low", "x", "NULL", "TRC gain_range = (null)\n"},
-      {"cfg_enabled_to_low", "x=true", "\"false\"", ""},
-      {"cfg_enabled_to_low", "x=false", "\"true\"", ""},
-      {"cfg_enabled_to_low", "x=True", "NULL", ""},
-      {"cfg_enabled_to_low", "x", "NULL", ""},
-      {"cfg_enabled_to_low", "x=true!unset", "NULL", ""},
-      {"cfg_gain_range_to_low", "x=MID_GAIN_RANGE!unset", "NULL", "TRC gain_range = MID_GAIN_RANGE\n"},
-      {"oper_enabled_to_low", "x=true", "\"false\"", ""},
-      {"oper_enabled_to_low", "x=false", "\"true\"", ""},
-      {"oper_enabled_to_low", "x=yes", "\"true\"", ""},
-      {"oper_enabled_to_low", "x", "NULL", ""},
-      {"oper_enabled_to_low", "x=true!unset", "NULL", ""},
-  };
-  for (const Value &value : values) {
-    for (std::string name : {std::string(value.function), std::string("oper_gain_range_to_low")}) {
-      if (name != value.function && std::string(value.function) != "cfg_gain_range_to_low") continue;
-      Scenario scenario;
-      scenario.recorder.view = View::full;
-      scenario.recorder.self = name;
-      EXPECT_EQ(scenario.call_text(name, scenario.recorder.forest().plant(value.node)),
-                ">\n" + std::string(value.trace) + "= " + value.result + "\n")
-          << value.node;
-    }
-  }
-}
-
 // ---- State and statistics ----
 
 TEST(StateToLow, EveryLeafOfTheTable) {

@@ -144,9 +144,12 @@ void Recorder::query(const std::string &text) {
 
 verrno Recorder::reach(const std::string &service) {
   const std::pair<std::string, int> here{service, ++counts_[service]};
+  if (const auto failure = failures_.find(here); failure != failures_.end()) {
+    ++failed_;
+    return failure->second;
+  }
   if (const auto push = pushes_.find(here); push != pushes_.end()) stack_.push_back(push->second);
-  const auto failure = failures_.find(here);
-  return failure == failures_.end() ? YMAP_OK : failure->second;
+  return YMAP_OK;
 }
 
 void Recorder::enter(vidl_yfw_datatree *node, uint32_t kind) {
@@ -166,6 +169,7 @@ void Recorder::leave(const vidl_yfw_datatree *node) {
   if (last == walk_.rend()) {
     line("!! leaves " + forest_.path(node) + ", which is not on the walk path");
   } else {
+    forgotten_ += static_cast<size_t>(last - walk_.rbegin());
     walk_.erase(std::next(last).base(), walk_.end());
   }
   line("leave " + fold_path(forest_.path(node)));
@@ -194,6 +198,7 @@ std::string Recorder::disown(void *text) {
 
 void Recorder::asked_level(const yfw_debug_cfg *cfg, int level) {
   settle_pending();
+  ++asked_;
   if (ctx_ == nullptr || cfg != &ctx_->debug_cfg) line("!! should_log asked with another configuration");
   if (level != 0 && level != 3) line("!! should_log asked for level " + std::to_string(level));
   asked_level_ = level;

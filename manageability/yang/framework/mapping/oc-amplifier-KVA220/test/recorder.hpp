@@ -57,9 +57,11 @@ class Recorder {
   bool indent = false;          ///< two blanks a step of the walk path
   bool log_errors = true;       ///< answers of yfw_debug_should_log
   bool log_traces = true;
-  /// Makes the n-th call (from 1) of a service answer `status`.
+  /// Makes the n-th call (from 1) of a service answer `status`: a copy or an owned text then stays empty, an
+  /// entry off the output list.
   void fail(const std::string &service, int nth, verrno status) { failures_[{service, nth}] = status; }
-  /// Pushes an expansion entry within the n-th call of a service, as the framework does in a handler.
+  /// Pushes an expansion entry within the n-th call of a service, unless that fails, as the framework does in
+  /// a handler.
   void push_in(const std::string &service, int nth, const yfw_itree_entry &entry) {
     pushes_[{service, nth}] = entry;
   }
@@ -73,6 +75,9 @@ class Recorder {
   size_t stack_depth() const { return stack_.size(); }
   const std::vector<std::string> &light_lines() const { return light_lines_; }
   int formatted() const { return formatted_; }
+  int asked() const { return asked_; }
+  int failed() const { return failed_; }           ///< calls that were made to fail
+  size_t forgotten() const { return forgotten_; }  ///< nodes that others took off the walk path with them
   void forget_sites() { sites_.clear(); }
 
   // ---- What the services do ----
@@ -113,6 +118,9 @@ class Recorder {
   const uint32_t *pending_site_ = nullptr;
   int asked_level_ = -1;
   int formatted_ = 0;
+  int asked_ = 0;  ///< for a level
+  int failed_ = 0;
+  size_t forgotten_ = 0;
   uint32_t light_number_ = 0;
 };
 

@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstdio>
 #include <sstream>
 #include <stdexcept>
 
@@ -11,7 +11,10 @@ namespace ymap_test {
 
 namespace {
 
+constexpr size_t kSlotSize = 200;
+
 void *library = nullptr;
+std::string library_file;
 
 char *&slot(const char *name) {
   return *static_cast<char **>(symbol(name));
@@ -33,9 +36,10 @@ void have_slot_buffers(Scenario &scenario) {
 
 }  // namespace
 
-void load_plugin() {
+void load_plugin(const std::string &file) {
   if (library != nullptr) return;
-  library = dlopen(YMAP_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+  library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  library_file = file;
   if (library == nullptr) throw std::runtime_error(dlerror());
 }
 
@@ -44,7 +48,7 @@ bool unload_plugin() {
   dlclose(library);
   library = nullptr;
   Recorder::instance().forget_sites();
-  void *still = dlopen(YMAP_PLUGIN, RTLD_NOW | RTLD_NOLOAD);
+  void *still = dlopen(library_file.c_str(), RTLD_NOW | RTLD_NOLOAD);
   if (still != nullptr) dlclose(still);
   return still == nullptr;
 }
@@ -96,8 +100,8 @@ Scenario::~Scenario() {
 
 Scenario &Scenario::slots(const char *pre, const char *bst) {
   have_slot_buffers(*this);
-  if (pre != nullptr) std::strcpy(slot("amp_key_pre"), pre);
-  if (bst != nullptr) std::strcpy(slot("amp_key_bst"), bst);
+  if (pre != nullptr) std::snprintf(slot("amp_key_pre"), kSlotSize, "%s", pre);
+  if (bst != nullptr) std::snprintf(slot("amp_key_bst"), kSlotSize, "%s", bst);
   if (pre == nullptr) kept_pre_ = std::exchange(slot("amp_key_pre"), nullptr);
   if (bst == nullptr) kept_bst_ = std::exchange(slot("amp_key_bst"), nullptr);
   return *this;

@@ -17,8 +17,8 @@ inline const std::string kOtsCfg = "ymap_no_oc_amplifier_kva220_velmnaltocontrol
 inline const std::string kOtsOper = "ymap_no_oc_amplifier_kva220_velmnaltocontrollerotsoper_";
 inline const std::string kPm = "ymap_no_oc_amplifier_kva220_velmnaltopmengineoper_";
 
-/// Loads the plug-in; again after unload_plugin. Throws std::runtime_error with the loader's message.
-void load_plugin();
+/// Loads the plug-in, unless one is loaded. Throws std::runtime_error with the loader's message.
+void load_plugin(const std::string &file = YMAP_PLUGIN);
 /// Closes it; true when the loader really let go of it.
 bool unload_plugin();
 /// Address of an exported name; throws std::runtime_error when there is none.

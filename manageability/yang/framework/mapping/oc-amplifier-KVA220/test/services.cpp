@@ -194,11 +194,14 @@ const char *verr_strerror(verrno status) {
 
 int yfw_strcpy_s(const char *caller, char *dst, size_t size, const char *src) {
   recorder().query("copy " + plain(caller) + " " + std::to_string(size) + " " + quote(src));
-  return copy_bounded(dst, size, src);
+  if (recorder().reach("copy") == YMAP_OK) return copy_bounded(dst, size, src);
+  dst[0] = '\0';
+  return 1;
 }
 
 int yfw_strcat_s(const char *caller, char *dst, size_t size, const char *src) {
   recorder().query("append " + plain(caller) + " " + std::to_string(size) + " " + quote(src));
+  if (recorder().reach("append") != YMAP_OK) return 1;
   const size_t used = strnlen(dst, size);
   return copy_bounded(dst + used, size - used, src);
 }
@@ -210,7 +213,7 @@ void __strcpy_to_buf(size_t size, char *dst, const char *src) {
 
 char *yfw_strdup(const char *text, const char *owner) {
   recorder().line("own " + quote(text) + " for " + plain(owner));
-  return recorder().own(text == nullptr ? "" : text);
+  return recorder().reach("own") == YMAP_OK ? recorder().own(text == nullptr ? "" : text) : nullptr;
 }
 
 void nos_named_free(void *text) {

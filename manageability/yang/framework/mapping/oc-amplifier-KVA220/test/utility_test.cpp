@@ -39,13 +39,15 @@ TEST(Trace, OutputsAreIndependent) {
     EXPECT_EQ(scenario.call_text("cfg_enabled_to_low", nullptr),
               std::string(row.lines) + "error-path\n= NULL\n");
     EXPECT_EQ(scenario.recorder.formatted(), row.outputs);
+    // Two trace points, each asks once.
+    EXPECT_EQ(scenario.recorder.asked(), 2);
   }
 }
 
 TEST(Trace, LightTraceIsCutAt249Characters) {
   Scenario scenario;
-  scenario.recorder.view = View::full;
   scenario.slots("", "");
+  scenario.recorder.view = View::full;
   const std::string value(10000, '7');
   scenario.call("cfg_gain_range_to_high", scenario.recorder.forest().plant("x"));
   scenario.recorder.drop_lines();
