@@ -1,3 +1,4 @@
+// Reads and edits of the device: configuration and live values as one tree, edits under the folder's lock.
 #include "device.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// Native edits by node operation, applied to a copy.
 #include "edit.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// The configuration that a device leaves the factory with.
 #include "factory.hpp"
 
 namespace device {

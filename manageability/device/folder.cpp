@@ -1,3 +1,4 @@
+// The folder of a device: what is stored survives a kill at any moment.
 #include "folder.hpp"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Operating values and 30-second history, made from the configuration and the time.
 #include "live.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// Native subtree filters over libyang trees.
 #include "native_filter.hpp"
 
 #include <libyang/libyang.h>

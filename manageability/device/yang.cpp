@@ -1,3 +1,4 @@
+// The native YANG modules, and what libyang says of them.
 #include "yang.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// Trees out of bytes; see forest.hpp.
 #include "forest.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The least framework that behaves; see framework.hpp.
 #include "framework.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The subcommands: from options to what is printed.
 #include "commands.hpp"
 
 #include <algorithm>

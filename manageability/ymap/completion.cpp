@@ -1,3 +1,4 @@
+// The bash completion script, its words asked of the parser, the schema and the plug-in.
 #include "completion.hpp"
 
 #include "openconfig_request.hpp"

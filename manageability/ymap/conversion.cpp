@@ -1,3 +1,4 @@
+// What turns one side's values into the other's, told from samples.
 #include "conversion.hpp"
 
 #include <algorithm>

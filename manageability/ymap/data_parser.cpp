@@ -1,3 +1,4 @@
+// OpenConfig data in a message, checked against the schema: edits and filters.
 #include "data_parser.hpp"
 
 #include <algorithm>

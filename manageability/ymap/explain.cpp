@@ -1,3 +1,4 @@
+// The story of one request: what was walked, asked, answered and dropped.
 #include "explain.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// Errors that no command handles become a line and an exit status here.
 #include <exception>
 #include <iostream>
 

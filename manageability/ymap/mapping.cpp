@@ -1,3 +1,4 @@
+// The mapping, found by running each leaf of the model through the plug-in.
 #include "mapping.hpp"
 
 #include <cmath>

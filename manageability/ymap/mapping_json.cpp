@@ -1,3 +1,4 @@
+// The mapping as JSON.
 #include <cstdio>
 
 #include "mapping.hpp"

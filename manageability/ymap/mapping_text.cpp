@@ -1,3 +1,4 @@
+// The mapping as tables.
 #include <algorithm>
 #include <functional>
 #include <iterator>

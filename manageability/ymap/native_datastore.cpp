@@ -1,3 +1,4 @@
+// Framework records to device requests, and the device's answers back.
 #include "native_datastore.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// Framework trees as indented text.
 #include "native_text.hpp"
 
 #include <array>

@@ -1,3 +1,4 @@
+// Framework answers to OpenConfig data; what the model does not take is left out with a warning.
 #include "openconfig_answer.hpp"
 
 #include <libyang/libyang.h>

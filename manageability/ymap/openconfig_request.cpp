@@ -1,3 +1,4 @@
+// Requests from the words of the command line.
 #include "openconfig_request.hpp"
 
 #include "data_parser.hpp"

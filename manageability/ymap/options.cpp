@@ -1,3 +1,4 @@
+// The command line's options and help.
 #include "options.hpp"
 
 #include <CLI/CLI.hpp>

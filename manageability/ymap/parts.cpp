@@ -1,3 +1,4 @@
+// Finds the plug-in, the models and the user's device folder.
 #include "parts.hpp"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Text from outside that must not steer a terminal.
 #include "printable.hpp"
 
 #include <array>

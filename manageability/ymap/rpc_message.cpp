@@ -1,3 +1,4 @@
+// The envelope of a NETCONF <rpc> and the parameters of its operations (RFC 6241, section 7).
 #include <algorithm>
 #include <array>
 #include <initializer_list>

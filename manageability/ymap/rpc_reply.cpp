@@ -1,3 +1,4 @@
+// NETCONF replies, errors among them (RFC 6241, section 4.3 and appendix A).
 #include "rpc_reply.hpp"
 
 #include <libyang/libyang.h>

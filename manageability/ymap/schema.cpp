@@ -1,3 +1,4 @@
+// The OpenConfig module as libyang has compiled it.
 #include "schema.hpp"
 
 #include <libyang/libyang.h>

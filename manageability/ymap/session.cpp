@@ -1,3 +1,4 @@
+// Requests through the mapper, and its refusals as NETCONF errors.
 #include "session.hpp"
 
 #include <libyang/libyang.h>

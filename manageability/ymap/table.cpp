@@ -1,3 +1,4 @@
+// Amplifiers as a table on a terminal, as lines elsewhere.
 #include "table.hpp"
 
 #include <libyang/libyang.h>

@@ -1,3 +1,4 @@
+// What standard output is and can.
 #include "terminal.hpp"
 
 #include <sys/ioctl.h>

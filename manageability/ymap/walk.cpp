@@ -1,3 +1,4 @@
+// The events of a walk as a tree of its nodes.
 #include "walk.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A walk as indented text.
 #include "walk_text.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// XML from outside, its size and depth limited before libyang parses it.
 #include "xml_document.hpp"
 
 #include <libyang/libyang.h>

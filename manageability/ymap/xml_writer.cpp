@@ -1,3 +1,4 @@
+// XML out, indented and escaped.
 #include "xml_writer.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// What the tests of the device share; see support.hpp.
 #include "support.hpp"
 
 #include <libyang/libyang.h>

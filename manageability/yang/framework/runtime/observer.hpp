@@ -11,7 +11,8 @@
 namespace yfw {
 
 /// Called while a request runs, on its thread, after the step was done. Every text and node is valid during
-/// the call only. The nodes of `tree` are native in the on direction and OpenConfig in the no direction.
+/// the call only, but a node that was entered until it is left. The nodes of `tree` are native in the on
+/// direction and OpenConfig in the no direction.
 class YFW_EXPORT Observer {
  public:
   enum class Direction { on, no };

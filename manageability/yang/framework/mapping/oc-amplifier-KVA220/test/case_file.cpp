@@ -1,3 +1,4 @@
+// Scenario files; see case_file.hpp.
 #include "case_file.hpp"
 
 #include <fstream>

@@ -1,3 +1,4 @@
+// Runs the suite over the recording framework.
 #include <gtest/gtest.h>
 
 #include "scenario.hpp"

@@ -1,3 +1,4 @@
+// Service calls as lines of text; see recorder.hpp.
 #include "recorder.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A request and what became of it; see scenario.hpp.
 #include "scenario.hpp"
 
 #include <dlfcn.h>

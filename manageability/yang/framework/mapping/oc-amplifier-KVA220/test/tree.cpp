@@ -1,3 +1,4 @@
+// Trees as they are written and printed; see tree.hpp.
 #include "tree.hpp"
 
 #include <algorithm>
