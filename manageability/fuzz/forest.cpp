@@ -143,14 +143,15 @@ const char *Forest::text(Bytes &bytes) {
   const uint8_t choice = bytes.byte();
   if (choice < 0xc0) return keep(kValues[choice % std::size(kValues)]);
   if (choice < 0xd0) return nullptr;
-  if (choice < 0xe0) return keep(std::string(bytes.word() * 2 % kLongest, static_cast<char>(choice + 'A')));
+  if (choice < 0xe0)
+    return keep(std::string(std::size_t{bytes.word()} * 2 % kLongest, static_cast<char>(choice + 'A')));
   if (choice < 0xf0) {
     const auto &words = below(kGrammar[bytes.below(std::size(kGrammar))][0]);
     return keep(words[bytes.below(words.size())]);
   }
   std::string junk;
   for (size_t length = bytes.byte() % 64; length > 0; --length) junk += static_cast<char>(bytes.byte());
-  return keep(junk.c_str());
+  return keep(junk);
 }
 
 vidl_yfw_datatree *Forest::tree(Bytes &bytes) {
