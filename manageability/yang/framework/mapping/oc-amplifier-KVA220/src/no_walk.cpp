@@ -1,6 +1,7 @@
 // The walking patterns of the native direction; see no_walk.h.
 #include "no_walk.h"
 
+#include "children.h"
 #include "request.h"
 #include "trace.h"
 
@@ -37,47 +38,32 @@ verrno dispatch_child(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *chi
   return row.augments(ctx, child, out);
 }
 
-verrno dispatch(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *children, uint32_t count,
-                vidl_yfw_datatree *out) {
+verrno dispatch(yfw_map_ctx *ctx, const NoRow &row, const Children &children, vidl_yfw_datatree *out) {
   const uint32_t type = request_type(ctx);
   verrno status = YMAP_OK;
-  for (uint32_t i = 0; i < count && status == YMAP_OK; ++i)
-    status = dispatch_child(ctx, row, &children[i], out, type);
+  for (uint32_t i = 0; i < children.count && status == YMAP_OK; ++i)
+    status = dispatch_child(ctx, row, &children.array[i], out, type);
   return status;
 }
 
-// Reads the children of a node; false for children that are announced and not there.
-bool get_children(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, vidl_yfw_datatree **children,
-                  uint32_t *count, const char *function) {
-  *count = 0;
-  if (vidl_yfw_datatree_has_subtrees(node)) *count = vidl_yfw_datatree_get_subtrees(node, children);
-  if (*count == 0 || *children != nullptr) return true;
-  ERR(ctx, function, "Failed to get subtrees!");
-  TRC(ctx, function, "End");
-  return false;
-}
-
-void mark_keys(const NoRow &row, vidl_yfw_datatree *children, uint32_t count) {
-  for (uint32_t i = 0; i < count; ++i)
+void mark_keys(const NoRow &row, const Children &children) {
+  for (uint32_t i = 0; i < children.count; ++i)
     for (const char *const *key = row.key_tags; *key != nullptr; ++key)
-      if (yfw_map_do_these_match(vidl_yfw_datatree_get_tag(&children[i]), *key) != 0)
-        vidl_yfw_datatree_set_is_key(&children[i]);
+      if (yfw_map_do_these_match(vidl_yfw_datatree_get_tag(&children.array[i]), *key) != 0)
+        vidl_yfw_datatree_set_is_key(&children.array[i]);
 }
 
 }  // namespace
 
 verrno walk_no_container(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *node,
                          vidl_yfw_datatree *out) {
-  assert(NULL != ctx);
-  TRC(ctx, row.name, "Start");
-  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
-  vidl_yfw_datatree *children = nullptr;
-  uint32_t count = 0;
-  if (!get_children(ctx, node, &children, &count, row.name)) return YMAP_ERR_BAD_NODE;
+  verrno status = YMAP_OK;
+  Children children;
+  if (!begin_walk(ctx, node, out, row.name, children, status)) return status;
 
   yfw_map_add_to_node_hierarchy(ctx, node, YMAP_WALK_CONTAINER);
-  verrno status = row.cont_handler(ctx, node, count, out);
-  if (status == YMAP_OK) status = dispatch(ctx, row, children, count, out);
+  status = row.cont_handler(ctx, node, children.count, out);
+  if (status == YMAP_OK) status = dispatch(ctx, row, children, out);
   yfw_map_remove_from_node_hierarchy(ctx, node);
   TRC(ctx, row.name, "End");
   return status;
@@ -85,18 +71,15 @@ verrno walk_no_container(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *
 
 verrno walk_no_list_entry(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *node,
                           vidl_yfw_datatree *out) {
-  assert(NULL != ctx);
-  TRC(ctx, row.name, "Start");
-  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
-  vidl_yfw_datatree *children = nullptr;
-  uint32_t count = 0;
-  if (!get_children(ctx, node, &children, &count, row.name)) return YMAP_ERR_BAD_NODE;
-  if (count == 0) ERR(ctx, row.name, "No keys specified with a list node.");
+  verrno status = YMAP_OK;
+  Children children;
+  if (!begin_walk(ctx, node, out, row.name, children, status)) return status;
+  if (children.count == 0) ERR(ctx, row.name, "No keys specified with a list node.");
 
   yfw_map_add_to_node_hierarchy(ctx, node, YMAP_WALK_LIST_ENTRY);
-  verrno status = yfw_map_update_current_list_node(ctx, row.list_path);
+  status = yfw_map_update_current_list_node(ctx, row.list_path);
   if (status == YMAP_OK) {
-    mark_keys(row, children, count);
+    mark_keys(row, children);
     status = row.handler(ctx, node, out);
     if (status == YMAP_SKIP_NODE) {
       yfw_map_remove_from_node_hierarchy(ctx, node);
@@ -111,7 +94,7 @@ verrno walk_no_list_entry(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree 
   const uint8_t before = state.output_list_count;
   yfw_add_to_output_list_ctx(ctx, node, out);
   const uint8_t after = state.output_list_count;
-  if (status == YMAP_OK) status = dispatch(ctx, row, children, count, out);
+  if (status == YMAP_OK) status = dispatch(ctx, row, children, out);
   yfw_map_remove_from_node_hierarchy(ctx, node);
   if (before < after) yfw_remove_from_output_list_ctx(ctx, node, out);
   TRC(ctx, row.name, "End");
@@ -133,12 +116,9 @@ verrno walk_no_leaf(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *node,
 
 verrno walk_no_augment(yfw_map_ctx *ctx, const NoRow &top, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
                        NodeFunction *augments, const char *function) {
-  assert(NULL != ctx);
-  TRC(ctx, function, "Start");
-  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, function);
-  vidl_yfw_datatree *children = nullptr;
-  uint32_t count = 0;
-  if (!get_children(ctx, node, &children, &count, function)) return YMAP_ERR_BAD_NODE;
+  verrno status = YMAP_OK;
+  Children children;
+  if (!begin_walk(ctx, node, out, function, children, status)) return status;
   const char *tag = vidl_yfw_datatree_get_tag(node);
   if (tag == nullptr) {
     ERR(ctx, function, "Tag name is not available!");
@@ -147,7 +127,6 @@ verrno walk_no_augment(yfw_map_ctx *ctx, const NoRow &top, vidl_yfw_datatree *no
   }
 
   TRC(ctx, function, "Processing tag '%s'", tag);
-  verrno status = YMAP_OK;
   if (yfw_map_do_these_match(tag, top.tag) != 0) {
     status = top.walk(ctx, top, node, out);
   } else if (yfw_map_do_these_match(top.module->ns, vidl_yfw_datatree_get_namespace(node)) != 0) {

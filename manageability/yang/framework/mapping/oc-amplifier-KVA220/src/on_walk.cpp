@@ -7,20 +7,6 @@
 
 namespace ymap {
 
-Children children_of(const vidl_yfw_datatree *node) {
-  Children children;
-  if (vidl_yfw_datatree_has_subtrees(node))
-    children.count = vidl_yfw_datatree_get_subtrees(node, &children.array);
-  return children;
-}
-
-bool are_children_missing(yfw_map_ctx *ctx, const Children &children, const char *function) {
-  if (children.count == 0 || children.array != nullptr) return false;
-  ERR(ctx, function, "Failed to get subtrees!");
-  TRC(ctx, function, "End");
-  return true;
-}
-
 void clear_leaf_seen(yfw_map_state &state) {
   state.leaf_seen &= ~(YMAP_LEAF_ALL_VALUED | YMAP_LEAF_UNVALUED | YMAP_LEAF_VALUED);
 }
@@ -162,12 +148,9 @@ bool walk_passes(ContainerWalk &walk, verrno &status) {
 
 verrno walk_container(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
                       Variant variant) {
-  assert(NULL != ctx);
-  TRC(ctx, row.name, "Start");
-  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
-
-  const Children own = children_of(node);
-  if (are_children_missing(ctx, own, row.name)) return YMAP_ERR_BAD_NODE;
+  verrno status = YMAP_OK;
+  Children own;
+  if (!begin_walk(ctx, node, out, row.name, own, status)) return status;
 
   yfw_map_state &state = state_of(ctx);
   if (variant == Variant::config && state.final_pass != 1 && own.count != 0 &&
@@ -188,7 +171,6 @@ verrno walk_container(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree *nod
 
   if (vidl_yfw_datatree_get_operation(node) == YMAP_OP_REPLACE) open_replace(walk, own);
 
-  verrno status = YMAP_OK;
   if (walk_passes(walk, status)) {
     leave_path(walk);
     return YMAP_OK;

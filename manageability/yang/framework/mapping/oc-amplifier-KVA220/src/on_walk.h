@@ -4,6 +4,7 @@
 #ifndef YMAP_ON_WALK_H
 #define YMAP_ON_WALK_H
 
+#include "children.h"
 #include "exports.h"
 
 namespace ymap {
@@ -42,16 +43,6 @@ OnPattern walk_on_key;
 OnPattern walk_on_leaf;
 
 // Shared by the container and list entry patterns, which stand in units of their own.
-
-/// Children of a node as its presence bit tells them.
-struct Children {
-  vidl_yfw_datatree *array = nullptr;
-  uint32_t count = 0;
-};
-Children children_of(const vidl_yfw_datatree *node);
-
-/// True for children that are announced and not there: "Failed to get subtrees!" and "End" are traced.
-bool are_children_missing(yfw_map_ctx *ctx, const Children &children, const char *function);
 
 /// Forgets what leaves were seen, but not that a valued one was seen at all.
 void clear_leaf_seen(yfw_map_state &state);

@@ -307,13 +307,10 @@ void end_walk(EntryWalk &walk) {
 
 verrno walk_on_list_entry(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree *node,
                           vidl_yfw_datatree *out) {
-  assert(NULL != ctx);
-  TRC(ctx, row.name, "Start");
-  if (node == nullptr || out == nullptr) return invalid_arguments(ctx, row.name);
-
-  const Children own = children_of(node);
+  verrno status = YMAP_OK;
+  Children own;
+  if (!begin_walk(ctx, node, out, row.name, own, status)) return status;
   EntryWalk walk{ctx, row, node, out, state_of(ctx), request_type(ctx), own, own};
-  if (are_children_missing(ctx, walk.own, row.name)) return YMAP_ERR_BAD_NODE;
   if (walk.own.count == 0 && is_key_missing(walk)) return YMAP_ERR_BAD_NODE;
 
   if (walk.state.final_pass != 1) {
@@ -321,7 +318,7 @@ verrno walk_on_list_entry(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree 
     vidl_yfw_datatree_set_walk_mark(vidl_yfw_datatree_get_walk_info(node), YMAP_MARK_LIST_ENTRY);
     if (is_read(walk.type)) clear_leaf_seen(walk.state);
   }
-  verrno status = yfw_map_update_current_list_node(ctx, row.list_path);
+  status = yfw_map_update_current_list_node(ctx, row.list_path);
 
   if (status == YMAP_OK) {
     const verrno leafref = prescan(walk);
