@@ -10,7 +10,7 @@
 namespace yfw {
 namespace {
 
-/// Drops what has no value; false when nothing is left.
+/// False when nothing is left.
 bool keep_values(vidl_yfw_datatree &node) {
   if (child_count(node) == 0) return has_value(node);
   filter_children(node, keep_values);
@@ -48,7 +48,6 @@ void merge_entry(const Registration &registration, vidl_yfw_datatree &from, vidl
   const std::string &ns = registration.openconfig_ns;
   vidl_yfw_datatree *list =
       reach(answer, reach(answer, answer.root(), registration.top, ns), registration.list_container, ns);
-  keep_values(from);
   // A key stands before the other leaves of its entry (RFC 7950, section 7.8.5).
   std::rotate(from.subtrees, key, key + 1);
   vidl_yfw_datatree_set_is_key(from.subtrees);
@@ -70,6 +69,10 @@ void prune(vidl_yfw_datatree &parent, const std::vector<Selected<const vidl_yfw_
 }
 
 }  // namespace
+
+void drop_hollow(Datatree &answer) {
+  filter_children(*answer.root(), keep_values);
+}
 
 void merge_answer(const Registration &registration, Datatree part, const std::string &instance,
                   Datatree &answer) {

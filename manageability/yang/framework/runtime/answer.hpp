@@ -9,8 +9,11 @@
 
 namespace yfw {
 
+/// Takes the leaves without a value out of an answer, and the containers that hold no others.
+void drop_hollow(Datatree &answer);
+
 /// Moves to `answer` the entry with that key out of one part's answer: several entries of the key become one,
-/// the first value of a leaf stays, what has no value is left out. Without such an entry nothing is added.
+/// the first value of a leaf stays. Without such an entry nothing is added.
 /// `registration` must outlive the answer.
 void merge_answer(const Registration &registration, Datatree part, const std::string &instance,
                   Datatree &answer);

@@ -2,9 +2,11 @@
 /// Memory of trees and requests: allocated piece by piece, freed as a whole.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace yfw {
@@ -52,6 +54,43 @@ class Arena {
   Chunk *chunks_ = nullptr;
   std::byte *next_ = nullptr;
   std::size_t left_ = 0;
+};
+
+/// A short list of plain values that live as long as the arena it grows in.
+template <typename T>
+class ArenaList {
+  static_assert(std::is_trivially_copyable_v<T>);
+
+ public:
+  void push_back(Arena &arena, const T &value) {
+    if (size_ == capacity_) grow(arena);
+    first_[size_++] = value;
+  }
+  void pop_back() { --size_; }
+  /// Leaves the first `size`.
+  void truncate(std::size_t size) { size_ = size; }
+  void clear() { size_ = 0; }
+
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  T *begin() { return first_; }
+  T *end() { return first_ + size_; }
+  const T &back() const { return first_[size_ - 1]; }
+
+ private:
+  void grow(Arena &arena) {
+    capacity_ = capacity_ == 0 ? 4 : 2 * capacity_;
+    auto *larger = static_cast<T *>(arena.allocate(capacity_ * sizeof(Place)));
+    std::copy_n(first_, size_, larger);
+    first_ = larger;
+  }
+
+  struct Place {
+    T value;
+  };
+
+  T *first_ = nullptr;
+  std::size_t size_ = 0, capacity_ = 0;
 };
 
 }  // namespace yfw

@@ -13,6 +13,7 @@ TreeStore *make_store() {
   Arena arena;
   void *place = arena.allocate(sizeof(TreeStore));
   auto *store = new (place) TreeStore(std::move(arena));
+  clear(store->root);
   set_tag(store->root, "", nullptr);
   extra(store->root).tree = store;
   return store;

@@ -117,7 +117,8 @@ class Normaliser {
         continue;
       }
       const vidl_yfw_datatree *key = child(entry, registration_.key);
-      entries_.push_back({&entry, key == nullptr ? "" : value_of(*key), effective(entry, operation)});
+      entries_.push_back(store_of(result_).arena,
+                         {&entry, key == nullptr ? "" : value_of(*key), effective(entry, operation)});
       refuse_against_hardware(entry, entries_.back().name, entries_.back().operation);
     }
     list_seen_ = true;
@@ -126,14 +127,15 @@ class Normaliser {
 
   void concern_all(uint32_t operation) {
     for (const std::string &instance : registration_.instances)
-      entries_.push_back({nullptr, instance, operation});
+      entries_.push_back(store_of(result_).arena, {nullptr, instance, operation});
   }
 
   void concern_unlisted() {
     std::set<std::string_view> listed;
     for (const Entry &entry : entries_) listed.insert(entry.name);
     for (const std::string &instance : registration_.instances) {
-      if (!listed.contains(instance)) entries_.push_back({nullptr, instance, YMAP_OP_REMOVE});
+      if (!listed.contains(instance))
+        entries_.push_back(store_of(result_).arena, {nullptr, instance, YMAP_OP_REMOVE});
     }
   }
 
@@ -226,7 +228,7 @@ class Normaliser {
   const Registration &registration_;
   Datatree result_;
   vidl_yfw_datatree *top_ = nullptr;
-  std::vector<Entry> entries_;
+  ArenaList<Entry> entries_;
   std::vector<const vidl_yfw_datatree *> strays_;  ///< nodes beside the entries, for the plug-in to judge
   bool list_seen_ = false;
 };

@@ -13,6 +13,11 @@ void ErrorNotes::settle(const yfw_map_state &state) {
   note_waits_ = false;
 }
 
+void ErrorNotes::release_pending(const yfw_map_state &state, const char *text) {
+  settle(state);
+  if (pending_ == text) pending_ = nullptr;
+}
+
 void ErrorNotes::duplicated(const yfw_map_state &state, const char *copy) {
   settle(state);
   pending_ = copy;

@@ -16,9 +16,7 @@ class ErrorNotes {
   void duplicated(const yfw_map_state &state, const char *copy);
   /// `text` is about to be freed.
   void released(const yfw_map_state &state, const char *text) {
-    if (pending_ == nullptr) return;
-    settle(state);
-    if (pending_ == text) pending_ = nullptr;
+    if (pending_ != nullptr) release_pending(state, text);
   }
   /// The plug-in noted the walk path.
   void noted(const yfw_map_state &state, std::string path, std::vector<std::string> tags);
@@ -40,6 +38,7 @@ class ErrorNotes {
 
  private:
   void settle(const yfw_map_state &state);
+  void release_pending(const yfw_map_state &state, const char *text);
 
   std::string path_, tag_, message_, reason_, trace_, trace_path_;
   std::vector<std::string> tags_;

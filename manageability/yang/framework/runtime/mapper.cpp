@@ -72,13 +72,11 @@ class ReadRun {
   ReadRun(const Plugin &plugin, const Read &read, ReadJob &job)
       : plugin_(plugin),
         request_(plugin.registration(), plugin.paths(), read.type, read.content_selector),
-        duplicate_(job.request.root()) {
-    add_alias(walked_, walked_.root(), *duplicate_->subtrees);
-  }
+        duplicate_(job.request.root()),
+        walked_(copy_record_tree(request_.arena(), *duplicate_->subtrees)) {}
 
   verrno ask() {
-    return request_.run(Observer::Direction::on, plugin_.on_root(), walked_.root()->subtrees, native_.root(),
-                        duplicate_);
+    return request_.run(Observer::Direction::on, plugin_.on_root(), walked_, native_.root(), duplicate_);
   }
 
   /// The OpenConfig answer made of a native one. What the plug-in rejects of it is traced and left out.
@@ -88,10 +86,12 @@ class ReadRun {
     drop_empty_values(*native.root());
     for (const NativeModule &module : plugin_.registration().native_modules) {
       for (vidl_yfw_datatree &top : children(*native.root())) {
+        const auto is_top = [&top](const std::string &tag) { return has_tag(top, tag); };
+        if (std::none_of(module.tops.begin(), module.tops.end(), is_top)) continue;
         if (module.ns != namespace_of(top)) continue;
         const Walker walker = plugin_.no_root(module.name, tag_of(top));
-        if (walker == nullptr) continue;
         request_.run(Observer::Direction::no, walker, &top, result.root(), duplicate_);
+        answer_is_hollow_ = answer_is_hollow_ || request_.added_hollow();
       }
     }
     return result;
@@ -99,12 +99,15 @@ class ReadRun {
 
   Request &request() { return request_; }
   Datatree &native() { return native_; }
+  bool answer_is_hollow() const { return answer_is_hollow_; }
 
  private:
   const Plugin &plugin_;
   Request request_;
   vidl_yfw_datatree *duplicate_;  ///< root of the job's request
-  Datatree walked_, native_;
+  vidl_yfw_datatree *walked_;     ///< its copy
+  Datatree native_;
+  bool answer_is_hollow_ = false;
 };
 
 /// The path of the node that the plug-in has no mapping for.
@@ -114,23 +117,24 @@ std::vector<std::string> unmapped_node(const ErrorNotes &errors) {
   return tags;
 }
 
-/// Asks the plug-in, without the nodes that it has no mapping for; nullptr when nothing is left to ask.
-/// `unmapped` collects them, so that the next amplifier's request goes without them at once.
-std::unique_ptr<ReadRun> ask_mapped(const Plugin &plugin, const Read &read, ReadJob &job,
-                                    std::vector<std::vector<std::string>> &unmapped) {
+/// Asks the plug-in, without the nodes that it has no mapping for, and calls `use` with the request unless
+/// nothing is left to ask. `unmapped` collects them, so that the next amplifier's request goes without them
+/// at once.
+template <typename Use>
+void ask_mapped(const Plugin &plugin, const Read &read, ReadJob &job,
+                std::vector<std::vector<std::string>> &unmapped, Use use) {
   const Registration &registration = plugin.registration();
   for (const auto &tags : unmapped) remove_nodes(registration, job, tags);
   for (int round = 0; child_count(*job.request.root()) != 0; ++round) {
-    auto run = std::make_unique<ReadRun>(plugin, read, job);
-    const verrno status = run->ask();
-    if (status == YMAP_OK) return run;
-    const std::vector<std::string> tags = unmapped_node(run->request().errors);
+    ReadRun run(plugin, read, job);
+    const verrno status = run.ask();
+    if (status == YMAP_OK) return use(run);
+    const std::vector<std::string> tags = unmapped_node(run.request().errors);
     if (status != YMAP_ERR_UNSUPPORTED_TAG || round == kRounds || !remove_nodes(registration, job, tags)) {
-      throw refusal_of(registration, run->request(), status);
+      throw refusal_of(registration, run.request(), status);
     }
     unmapped.push_back(tags);
   }
-  return nullptr;
 }
 
 /// A request that names no amplifier of the device, or has wrong keys: never accepted.
@@ -145,14 +149,14 @@ std::unique_ptr<ReadRun> ask_mapped(const Plugin &plugin, const Read &read, Read
 
 /// Calls `use` for each plug-in request of a read with the native request to send.
 template <typename Use>
-void for_each_part(const Plugin &plugin, const Read &read, Use use) {
+void for_each_part(const Plugin &plugin, const Read &read, ReadPlan &plan, Use use) {
   std::vector<std::vector<std::string>> unmapped;
-  for (ReadJob &job : split_read(plugin.registration(), *read.filter)) {
+  for (ReadJob &job : plan.jobs) {
     if (job.kind == ReadJob::Kind::judge) judge(plugin, read, job);
-    const std::unique_ptr<ReadRun> run = ask_mapped(plugin, read, job, unmapped);
-    if (run == nullptr) continue;
-    trim_native_read(run->native(), job.key_copies);
-    if (child_count(*run->native().root()) != 0) use(job, *run);
+    ask_mapped(plugin, read, job, unmapped, [&](ReadRun &run) {
+      trim_native_read(run.native(), job.key_copies);
+      if (child_count(*run.native().root()) != 0) use(job, run);
+    });
   }
 }
 
@@ -234,11 +238,14 @@ TranslatedEdit translate(const Plugin &plugin, const Datatree &edit) {
   const Registration &registration = plugin.registration();
   TranslatedEdit result{normalise_edit(registration, edit), {}};
   if (child_count(*result.walked.root()) == 0) return result;
-  Datatree duplicate;
-  add_alias(duplicate, duplicate.root(), *result.walked.root()->subtrees);
+  vidl_yfw_datatree *walked = result.walked.root()->subtrees;
   Request request(registration, plugin.paths(), YMAP_REQ_EDIT, 0);
-  const verrno status = request.run(Observer::Direction::on, plugin.on_root(), result.walked.root()->subtrees,
-                                    result.native.root(), duplicate.root());
+  vidl_yfw_datatree duplicate;
+  clear(duplicate);
+  set_tag(duplicate, "", nullptr);
+  own_children(duplicate, copy_record_tree(request.arena(), *walked), 1, 1);
+  const verrno status =
+      request.run(Observer::Direction::on, plugin.on_root(), walked, result.native.root(), &duplicate);
   if (status != YMAP_OK) throw refusal_of(registration, request, status);
   refuse_unknown(registration, result.walked);
   refuse_unknown_words(registration, result, *result.native.root());
@@ -251,12 +258,15 @@ Mapper::Mapper(const Plugin &plugin, NativeDatastore &datastore) : plugin_(plugi
 
 Datatree Mapper::read(const Read &request) {
   Datatree answer;
-  for_each_part(plugin_, request, [&](const ReadJob &job, ReadRun &run) {
+  ReadPlan plan = split_read(plugin_.registration(), *request.filter);
+  for_each_part(plugin_, request, plan, [&](const ReadJob &job, ReadRun &run) {
     Datatree found;
     datastore_.read(run.native(), found);
-    merge_answer(plugin_.registration(), run.answer(found), job.instance, answer);
+    Datatree part = run.answer(found);
+    if (run.answer_is_hollow()) drop_hollow(part);
+    merge_answer(plugin_.registration(), std::move(part), job.instance, answer);
   });
-  prune_answer(*request.filter, answer);
+  if (!plan.exact) prune_answer(*request.filter, answer);
   return answer;
 }
 
@@ -277,7 +287,8 @@ void Mapper::edit(const Datatree &request) {
 
 std::vector<Datatree> Mapper::translate_read(const Read &request) {
   std::vector<Datatree> natives;
-  for_each_part(plugin_, request,
+  ReadPlan plan = split_read(plugin_.registration(), *request.filter);
+  for_each_part(plugin_, request, plan,
                 [&](const ReadJob &, ReadRun &run) { natives.push_back(std::move(run.native())); });
   return natives;
 }

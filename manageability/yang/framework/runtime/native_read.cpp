@@ -44,14 +44,14 @@ void keep_keys(Arena &arena, vidl_yfw_datatree &node) {
 
 void trim_native_read(Datatree &request, bool key_copies) {
   const Children tops = children(*request.root());
-  const bool any = std::any_of(tops.begin(), tops.end(), selects);
+  const auto selecting = std::count_if(tops.begin(), tops.end(), selects);
+  if (selecting == tops.count) return;
   filter_children(*request.root(), [&](vidl_yfw_datatree &top) {
-    if (any && selects(top)) return true;
-    const bool keeps_keys = key_copies || (!any && &top == tops.begin());
+    if (selecting != 0 && selects(top)) return true;
+    const bool keeps_keys = key_copies || (selecting == 0 && &top == tops.begin());
     if (keeps_keys) keep_keys(store_of(request).arena, top);
     return keeps_keys;
   });
-  drop_empty_values(*request.root());
 }
 
 }  // namespace yfw

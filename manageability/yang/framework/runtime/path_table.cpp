@@ -21,65 +21,77 @@ void for_each_component(std::string_view path, Use use) {
 
 }  // namespace
 
-PathTable::PathTable(const void *begin, const void *end) : begin_(begin), end_(end), slots_(kFirstSlots) {}
+PathTable::PathTable(const void *begin, const void *end)
+    : begin_(begin), end_(end), slots_(std::make_unique<Slot[]>(kFirstSlots)), last_slot_(kFirstSlots - 1) {}
 
 const Path &PathTable::add(const char *path) {
-  if (2 * (paths_.size() + 1) > slots_.size()) grow();
+  if (2 * (paths_.size() + 1) > last_slot_) grow();
   auto added = std::make_unique<Path>();
   added->source = path;
-  added->lasting = true;
-  std::string parent;
+  PathStep *above = nullptr;
   for_each_component(path, [&](std::string_view name) {
-    if (!added->names.empty()) parent.append(added->names.back().text) += '/';
-    added->names.push_back(intern(name));
+    above = &reach(above, name);
+    added->steps.push_back(above);
   });
-  added->parent = intern(parent).text;
-  name_node(*added);
-  std::size_t at = place_of(path);
-  while (slots_[at] != nullptr) at = (at + 1) & (slots_.size() - 1);
-  slots_[at] = added.get();
+  finish(*added);
+  place(*added);
   paths_.push_back(std::move(added));
   return *paths_.back();
 }
 
 const Path &PathTable::take_apart(const char *path) {
-  other_.names.clear();
+  other_.steps.clear();
+  other_steps_.clear();
   other_text_.clear();
   other_text_.reserve(std::char_traits<char>::length(path) + 1);  // the names point into it
   for_each_component(path, [&](std::string_view name) {
     const std::size_t at = other_text_.size();
     other_text_.append(name) += '\0';
-    other_.names.push_back({other_text_.data() + at, 0});
+    other_steps_.push_back({other_text_.data() + at});
   });
-  name_node(other_);
+  for (PathStep &step : other_steps_) {
+    step.above = other_.steps.empty() ? nullptr : other_.steps.back();
+    other_.steps.push_back(&step);
+  }
+  finish(other_);
   return other_;
 }
 
-void PathTable::name_node(Path &path) {
-  path.node_name = path.names.empty() ? "" : path.names.back().text;
+void PathTable::finish(Path &path) {
+  path.last = path.steps.empty() ? nullptr : path.steps.back();
+  path.node_name = path.last == nullptr ? "" : path.last->text;
   if (const char *colon = std::strrchr(path.node_name, ':')) path.node_name = colon + 1;
 }
 
 const char *PathTable::add_namespace(const char *ns) {
   if (!is_constant(ns) || namespaces_.size() == kNamespaces) return nullptr;
-  namespaces_.push_back({ns, intern(ns).text});
+  namespaces_.push_back({ns, intern(ns)});
   return namespaces_.back().text;
 }
 
-PathName PathTable::intern(std::string_view text) {
-  // Names that come one after the other are mostly siblings, and get bits of their own.
-  const uint64_t bit = uint64_t{1} << (texts_.size() % 64);
-  const auto &known = *texts_.emplace(text, bit).first;
-  return {known.first.c_str(), known.second};
+const char *PathTable::intern(std::string_view text) {
+  return texts_.emplace(text).first->c_str();
+}
+
+PathStep &PathTable::reach(PathStep *above, std::string_view name) {
+  const char *text = intern(name);
+  const auto [found, added] = steps_.try_emplace({above, text}, PathStep{text, above, this});
+  PathStep &step = found->second;
+  uint32_t &siblings = above == nullptr ? first_steps_ : above->below;
+  if (added) step.bit = uint64_t{1} << (siblings++ % 64);
+  return step;
 }
 
 void PathTable::grow() {
-  slots_.assign(2 * slots_.size(), nullptr);
-  for (const auto &path : paths_) {
-    std::size_t at = place_of(path->source);
-    while (slots_[at] != nullptr) at = (at + 1) & (slots_.size() - 1);
-    slots_[at] = path.get();
-  }
+  last_slot_ = 2 * last_slot_ + 1;
+  slots_ = std::make_unique<Slot[]>(last_slot_ + 1);
+  for (const auto &path : paths_) place(*path);
+}
+
+void PathTable::place(const Path &path) {
+  std::size_t at = place_of(path.source);
+  while (slots_[at].source != nullptr) at = (at + 1) & last_slot_;
+  slots_[at] = {path.source, &path};
 }
 
 }  // namespace yfw

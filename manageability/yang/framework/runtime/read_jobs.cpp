@@ -60,31 +60,37 @@ class Splitter {
  public:
   Splitter(const Registration &registration, const Datatree &filter)
       : registration_(registration), wanted_(registration.instances.size()) {
-    if (child_count(*filter.root()) == 0) want_all();
+    if (child_count(*filter.root()) == 0) want_all(*filter.root());
     for (const vidl_yfw_datatree &top : children(*filter.root())) {
-      if (is_openconfig(registration_, top, registration_.top)) split_top(top);
+      if (is_openconfig(registration_, top, registration_.top))
+        split_top(top);
+      else
+        exact_ = false;
     }
   }
 
-  std::vector<ReadJob> jobs() {
+  ReadPlan plan() {
     for (std::size_t i = 0; i < wanted_.size(); ++i) {
       if (wanted_[i].whole) wanted_[i].nodes.clear();
       if (wanted_[i].whole || !wanted_[i].nodes.empty()) add_amplifier(i);
     }
-    return std::move(jobs_);
+    return {std::move(jobs_), exact_};
   }
 
  private:
-  void want_all() {
+  /// What a container without children asks for. One with a value matches nothing.
+  void want_all(const vidl_yfw_datatree &container) {
+    exact_ = exact_ && !has_value(container);
     for (Wanted &wanted : wanted_) wanted.whole = true;
   }
 
   void split_top(const vidl_yfw_datatree &top) {
-    if (child_count(top) == 0) want_all();
+    if (child_count(top) == 0) want_all(top);
     for (const vidl_yfw_datatree &below : children(top)) {
       if (is_openconfig(registration_, below, registration_.list_container)) {
         split_list(below);
       } else {
+        exact_ = false;
         ReadJob job{ReadJob::Kind::other, {}, {}, false};
         vidl_yfw_datatree *copy = add_alias(job.request, job.request.root(), registration_.top.c_str(), ns());
         add_filter_copy(job.request, copy, below);
@@ -94,13 +100,27 @@ class Splitter {
   }
 
   void split_list(const vidl_yfw_datatree &list) {
-    if (child_count(list) == 0) want_all();
+    if (child_count(list) == 0) want_all(list);
     for (const vidl_yfw_datatree &entry : children(list)) {
-      if (is_openconfig(registration_, entry, registration_.list)) split_entry(entry);
+      if (!is_openconfig(registration_, entry, registration_.list))
+        exact_ = false;
+      else if (const vidl_yfw_datatree *key = lone_key(entry))
+        split_named(entry, value_of(*key), {});
+      else
+        split_entry(entry);
     }
   }
 
+  /// The key with a value that is all an entry holds, as most do; else nullptr.
+  const vidl_yfw_datatree *lone_key(const vidl_yfw_datatree &entry) const {
+    if (child_count(entry) != 1) return nullptr;
+    const vidl_yfw_datatree *key = entry.subtrees;
+    const bool matches = child_count(*key) == 0 && has_value(*key);
+    return matches && is_openconfig(registration_, *key, registration_.key) ? key : nullptr;
+  }
+
   void split_entry(const vidl_yfw_datatree &entry) {
+    exact_ = false;
     Nodes keys, others;
     for (const vidl_yfw_datatree &below : children(entry)) {
       (is_openconfig(registration_, below, registration_.key) ? keys : others).push_back(&below);
@@ -110,15 +130,20 @@ class Splitter {
       for (Wanted &wanted : wanted_) want(wanted, others.empty() ? keys : others);
     } else if (keys.empty()) {
       for (Wanted &wanted : wanted_) want(wanted, others);
+    } else if (keys.size() > 1) {
+      judge(entry, std::string(value_of(*keys.front())));
     } else {
-      const auto &instances = registration_.instances;
-      const auto named = std::find(instances.begin(), instances.end(), value_of(*keys.front()));
-      if (keys.size() > 1 || named == instances.end()) {
-        judge(entry, std::string(value_of(*keys.front())));
-      } else {
-        want(wanted_[static_cast<std::size_t>(named - instances.begin())], others);
-      }
+      split_named(entry, value_of(*keys.front()), others);
     }
+  }
+
+  void split_named(const vidl_yfw_datatree &entry, std::string_view name, const Nodes &nodes) {
+    const auto &instances = registration_.instances;
+    const auto named = std::find(instances.begin(), instances.end(), name);
+    if (named == instances.end())
+      judge(entry, std::string(name));
+    else
+      want(wanted_[static_cast<std::size_t>(named - instances.begin())], nodes);
   }
 
   static void want(Wanted &wanted, const Nodes &nodes) {
@@ -159,6 +184,7 @@ class Splitter {
   const Registration &registration_;
   std::vector<Wanted> wanted_;
   std::vector<ReadJob> jobs_;
+  bool exact_ = true;
 };
 
 /// Copies a request but for the nodes at one place.
@@ -188,13 +214,13 @@ class Remover {
 
 }  // namespace
 
-std::vector<ReadJob> split_read(const Registration &registration, const Datatree &filter) {
-  std::vector<ReadJob> jobs = Splitter(registration, filter).jobs();
-  if (jobs.size() > 1) {
-    std::stable_partition(jobs.begin(), jobs.end(),
+ReadPlan split_read(const Registration &registration, const Datatree &filter) {
+  ReadPlan plan = Splitter(registration, filter).plan();
+  if (plan.jobs.size() > 1) {
+    std::stable_partition(plan.jobs.begin(), plan.jobs.end(),
                           [](const ReadJob &job) { return job.kind == ReadJob::Kind::judge; });
   }
-  return jobs;
+  return plan;
 }
 
 bool remove_nodes(const Registration &registration, ReadJob &job, const std::vector<std::string> &tags) {

@@ -24,8 +24,15 @@ struct ReadJob {
   bool key_copies = false;  ///< asks for a leaf that repeats the key (config/name)
 };
 
-/// The jobs of a filter: those to be judged first, then the amplifiers in the order of the instances.
-std::vector<ReadJob> split_read(const Registration &registration, const Datatree &filter);
+struct ReadPlan {
+  /// Those to be judged first, then the amplifiers in the order of the instances.
+  std::vector<ReadJob> jobs;
+  /// The filter names amplifiers and nothing else: it selects just what the jobs ask for.
+  bool exact;
+};
+
+/// The jobs of a filter.
+ReadPlan split_read(const Registration &registration, const Datatree &filter);
 
 /// Takes the nodes at `tags` (from the top down) out of the request, and the containers that become empty by
 /// that: an empty container would select all of itself. An amplifier of which only the key is left is asked

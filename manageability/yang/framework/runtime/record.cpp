@@ -6,21 +6,36 @@
 namespace yfw {
 namespace {
 
-/// `copy` may hold anything.
-void alias_node(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
-  clear(copy);
-  set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
-  if (vidl_yfw_datatree_has_data(&node) && node.data != nullptr) set_data(copy, node.data);
-  if (vidl_yfw_datatree_has_operation(&node)) vidl_yfw_datatree_set_operation(&copy, node.operation);
-  if (vidl_yfw_datatree_has_status(&node)) {
-    copy.node_status = node.node_status;
-    copy.presence2 |= YMAP_HAS_STATUS;
-  }
-  const Children below = children(node);
-  if (below.count == 0) return;
+/// Makes a record that was copied bit by bit from another tree's one of this tree's, without marks.
+void adopt_record(vidl_yfw_datatree &copy) {
+  extra(copy) = {};
+  copy.walk_info = {};
+  copy.is_key = 0;
+  copy.unused_presence = 0;
+  copy.presence1 &= YMAP_HAS_TAG | YMAP_HAS_DATA | YMAP_HAS_OPERATION | YMAP_HAS_SUBTREES;
+  copy.presence2 &= YMAP_HAS_STATUS;
+  if (!vidl_yfw_datatree_has_operation(&copy)) copy.operation = YMAP_OP_NONE;
+  if (copy.tag == nullptr) set_tag(copy, "", copy.namespace_);
+  if (!vidl_yfw_datatree_has_data(&copy)) copy.data = nullptr;
+}
+
+/// Puts copies in the place of children that belong to another tree.
+void alias_children(Arena &arena, vidl_yfw_datatree &parent) {
+  const Children below = children(parent);
+  if (below.count == 0) return vidl_yfw_datatree_clear_subtrees(&parent);
   vidl_yfw_datatree *array = allocate_records(arena, below.count);
-  for (uint32_t i = 0; i < below.count; ++i) alias_node(arena, array[i], below.first[i]);
-  own_children(copy, array, below.count, below.count);
+  std::memcpy(static_cast<void *>(array), below.first, below.count * sizeof(vidl_yfw_datatree));
+  own_children(parent, array, below.count, below.count);
+  for (vidl_yfw_datatree &copy : children(parent)) {
+    adopt_record(copy);
+    if (vidl_yfw_datatree_has_subtrees(&copy)) alias_children(arena, copy);
+  }
+}
+
+void alias_node(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+  std::memcpy(static_cast<void *>(&copy), &node, sizeof copy);
+  adopt_record(copy);
+  alias_children(arena, copy);
 }
 
 }  // namespace
@@ -32,13 +47,6 @@ vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const char *tag) {
   return nullptr;
 }
 
-void own_children(vidl_yfw_datatree &parent, vidl_yfw_datatree *array, uint32_t count, uint32_t capacity) {
-  RecordExtra &kept = extra(parent);
-  kept.capacity = capacity;
-  kept.array = array;
-  vidl_yfw_datatree_set_subtrees(&parent, array, count);
-}
-
 void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32_t capacity) {
   const uint32_t count = child_count(parent);
   capacity = std::max(capacity, count * 2);
@@ -48,6 +56,12 @@ void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32
     if (grown != nullptr) *grown = {parent.subtrees, count, larger};
   }
   own_children(parent, larger, count, capacity);
+}
+
+vidl_yfw_datatree *copy_record_tree(Arena &arena, const vidl_yfw_datatree &node) {
+  vidl_yfw_datatree *copy = allocate_records(arena, 1);
+  alias_node(arena, *copy, node);
+  return copy;
 }
 
 vidl_yfw_datatree *append_alias(Arena &arena, vidl_yfw_datatree &parent, const vidl_yfw_datatree &node) {
@@ -75,8 +89,8 @@ void truncate_children(vidl_yfw_datatree &parent, uint32_t count) {
 
 void drop_empty_values(const vidl_yfw_datatree &parent) {
   for (vidl_yfw_datatree &node : children(parent)) {
-    if (child_count(node) != 0) drop_empty_values(node);
     if (node.data != nullptr && *node.data == '\0') drop_value(node);
+    if (vidl_yfw_datatree_has_subtrees(&node)) drop_empty_values(node);
   }
 }
 

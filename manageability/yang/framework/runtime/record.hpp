@@ -14,7 +14,7 @@
 
 namespace yfw {
 
-class PathTable;
+struct PathStep;
 struct TreeStore;
 
 /// What the runtime keeps in the record's unused_record. The plug-in never looks there, and the presence byte
@@ -28,8 +28,8 @@ struct RecordExtra {
   uint32_t named;
   vidl_yfw_datatree *array;         ///< whose capacity it is: the plug-in swaps child arrays while it walks
   const vidl_yfw_datatree *source;  ///< the request node that a native node came from
-  const PathTable *names;           ///< the tag is a text of this table
-  uint64_t name_bits;               ///< which names the first `named` records of `array` may have
+  const PathStep *step;             ///< where the node stands, when its tag is that step's own text
+  uint64_t name_bits;               ///< which steps below it the first `named` records of `array` may be
   TreeStore *tree;                  ///< in the root of a Datatree: what it owns
 };
 static_assert(sizeof(RecordExtra) <= sizeof(vidl_yfw_datatree::unused_record));
@@ -131,34 +131,62 @@ inline vidl_yfw_datatree *allocate_records(Arena &arena, uint32_t count) {
   return static_cast<vidl_yfw_datatree *>(arena.allocate(count * sizeof(vidl_yfw_datatree)));
 }
 
+/// In parts that a compiler clears with a few wide stores: for a record as a whole it takes a string
+/// instruction, which is slow to start.
 inline void clear(vidl_yfw_datatree &record) {
-  std::memset(static_cast<void *>(&record), 0, sizeof record);
+  static_assert(sizeof record == 3 * 64 + 8);
+  auto *bytes = reinterpret_cast<std::byte *>(&record);
+  std::memset(bytes, 0, 64);
+  std::memset(bytes + 64, 0, 64);
+  std::memset(bytes + 128, 0, 64);
+  std::memset(bytes + 192, 0, 8);
 }
 
 /// Makes `array`, of which `count` records are children and `capacity` there are, the children of `parent`.
-void own_children(vidl_yfw_datatree &parent, vidl_yfw_datatree *array, uint32_t count, uint32_t capacity);
+inline void own_children(vidl_yfw_datatree &parent, vidl_yfw_datatree *array, uint32_t count,
+                         uint32_t capacity) {
+  extra(parent).capacity = capacity;
+  extra(parent).array = array;
+  vidl_yfw_datatree_set_subtrees(&parent, array, count);
+}
+
+/// Gives a parent without children an array for `capacity` of them.
+inline void begin_children(Arena &arena, vidl_yfw_datatree &parent, uint32_t capacity) {
+  own_children(parent, allocate_records(arena, capacity), 0, capacity);
+  extra(parent).named = 0;
+  extra(parent).name_bits = 0;
+}
 
 /// Makes room for more children: arrays grow from `capacity` records on by doubling.
 void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32_t capacity);
+
+/// Appends an empty record to the children of `parent` where there is room; else nullptr. An array of someone
+/// else's making has no known capacity.
+inline vidl_yfw_datatree *append_if_room(vidl_yfw_datatree &parent) {
+  RecordExtra &kept = extra(parent);
+  const uint32_t count = parent.subtree_count;
+  if (!vidl_yfw_datatree_has_subtrees(&parent) || kept.array != parent.subtrees || count >= kept.capacity)
+    return nullptr;
+  kept.hint = parent.subtree_count = count + 1;
+  vidl_yfw_datatree *added = &parent.subtrees[count];
+  clear(*added);
+  return added;
+}
 
 /// Appends an empty record to the children of `parent`, from `arena`. When the array grows the old one stays
 /// readable and is told in `grown`.
 inline vidl_yfw_datatree *append_child(Arena &arena, vidl_yfw_datatree &parent, Grown *grown = nullptr,
                                        uint32_t capacity = 4) {
-  RecordExtra &kept = extra(parent);
-  const uint32_t count = child_count(parent);
-  // An array of someone else's making has no known capacity and is left as it is.
-  if (count == 0 || kept.array != parent.subtrees || count >= kept.capacity)
-    grow_children(arena, parent, grown, capacity);
-  vidl_yfw_datatree_set_subtrees(&parent, kept.array, count + 1);
-  kept.hint = count + 1;
-  vidl_yfw_datatree *added = &kept.array[count];
-  clear(*added);
-  return added;
+  if (vidl_yfw_datatree *added = append_if_room(parent)) return added;
+  grow_children(arena, parent, grown, capacity);
+  return append_if_room(parent);
 }
 
-/// Appends a copy of `node` and all below it whose texts are those of `node`. Operations and the status are
-/// copied, marks are not.
+/// A copy of `node` and all below it whose texts are those of `node`. Operations and the status are copied,
+/// marks are not.
+vidl_yfw_datatree *copy_record_tree(Arena &arena, const vidl_yfw_datatree &node);
+
+/// As copy_record_tree(), as a new child of `parent`.
 vidl_yfw_datatree *append_alias(Arena &arena, vidl_yfw_datatree &parent, const vidl_yfw_datatree &node);
 
 /// As append_alias(), of the record alone: no children, no operation, and of its value what is not the empty

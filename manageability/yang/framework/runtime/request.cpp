@@ -2,6 +2,7 @@
 #include "request.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -10,7 +11,7 @@ constinit thread_local Request *Request::running_ = nullptr;
 
 Request::Request(const Registration &registration, std::shared_ptr<PathTable> paths, uint32_t type,
                  uint32_t content_selector)
-    : registration_(registration), paths_(std::move(paths)), outer_(running_) {
+    : memo(*paths), registration_(registration), paths_(std::move(paths)), outer_(running_) {
   request_.type = type;
   if (content_selector != 0) {
     request_.content_selection = {content_selector, 1};
@@ -29,17 +30,20 @@ Request::~Request() {
 
 verrno Request::run(Observer::Direction direction, Walker walker, vidl_yfw_datatree *top,
                     vidl_yfw_datatree *out, vidl_yfw_datatree *duplicate) {
+  static std::atomic<uint64_t> walks = 0;
+  walk_ = ++walks;
   direction_ = direction;
   path.clear(state_);
-  cache.forget();
+  memo.restart();
   currents_.clear();
   outputs_.clear();
-  expansions.clear();
+  expansions_.clear();
   state_.output_list_count = 0;
   state_.plist = nullptr;
   state_.reg_dup_datatree = duplicate;
   state_.root_node = top;
   state_.pass_flags = state_.key_mode = state_.final_pass = state_.leaf_seen = 0;
+  added_hollow_ = false;
   output_arena_ = &arena_;
   if (TreeStore *store = out == nullptr ? nullptr : store_of(*out)) {
     output_arena_ = &store->arena;
@@ -71,47 +75,54 @@ void Request::note_error_path() {
   if (direction_ == Observer::Direction::on) errors.noted(state_, walk_text(), walk_tags());
 }
 
-Request::Current *Request::find_current(const char *list_path) {
+Request::Current *Request::find_current(const Path &list, const char *list_path) {
   for (Current &current : currents_) {
-    if (current.list_path == list_path || std::strcmp(current.list_path, list_path) == 0) return &current;
+    const bool constants = current.list != nullptr && list.source != nullptr;
+    if (constants ? current.list == list.last : std::strcmp(current.list_path, list_path) == 0)
+      return &current;
   }
   return nullptr;
 }
 
 void Request::update_current(const char *list_path) {
+  const Path &path_of_list = paths_->find(list_path);
   vidl_yfw_datatree *entry = path.entry();
   // In a fill of a list container no entry was recorded: the one above it belongs to another list.
-  if (entry != nullptr && !has_tag(*entry, paths_->find(list_path).node_name)) entry = nullptr;
-  if (Current *known = find_current(list_path)) {
+  if (entry != nullptr && !has_tag(*entry, path_of_list.node_name)) entry = nullptr;
+  if (Current *known = find_current(path_of_list, list_path)) {
     known->entry = entry;
     return;
   }
-  currents_.push_back({paths_->is_constant(list_path) ? list_path : arena_.copy(list_path), entry});
+  const bool constant = path_of_list.source != nullptr;
+  currents_.push_back(
+      arena_, {constant ? path_of_list.last : nullptr, constant ? list_path : arena_.copy(list_path), entry});
 }
 
 vidl_yfw_datatree *Request::current(const char *list_path) {
-  const Current *known = find_current(list_path);
+  const Current *known = find_current(paths_->find(list_path), list_path);
   return known == nullptr ? nullptr : known->entry;
 }
 
-void Request::select(vidl_yfw_datatree &parent, uint32_t index) {
+void Request::select(vidl_yfw_datatree &parent, uint32_t index, const PathStep &list) {
   extra(parent).selected = extra(parent).hint = index + 1;
+  memo.forget_from(list);
   if (direction_ == Observer::Direction::no &&
       std::find(selected_in_.begin(), selected_in_.end(), &parent) == selected_in_.end()) {
-    selected_in_.push_back(&parent);
+    selected_in_.push_back(arena_, &parent);
   }
 }
 
 void Request::open_output(vidl_yfw_datatree *node) {
   if (node == nullptr || outputs_.size() == UINT8_MAX) return;
-  outputs_.push_back(node);
+  outputs_.push_back(arena_, node);
   state_.output_list_count = static_cast<uint8_t>(outputs_.size());
 }
 
 void Request::close_output(vidl_yfw_datatree *node) {
-  const auto found = std::find(outputs_.rbegin(), outputs_.rend(), node);
-  if (found == outputs_.rend()) return;
-  outputs_.erase(std::next(found).base(), outputs_.end());
+  std::size_t count = outputs_.size();
+  while (count > 0 && outputs_.begin()[count - 1] != node) --count;
+  if (count == 0) return;
+  outputs_.truncate(count - 1);
   state_.output_list_count = static_cast<uint8_t>(outputs_.size());
   if (!outputs_.empty()) return;
   // What the next native entry adds before it has selected an output entry must not land in this one's.
@@ -120,16 +131,30 @@ void Request::close_output(vidl_yfw_datatree *node) {
     extra(*parent).selected = extra(*parent).hint = 0;
   }
   selected_in_.clear();
-  cache.forget();
+  memo.forget();
 }
 
-void Request::follow_moved(const Grown &grown) {
-  cache.follow(grown);
+vidl_yfw_datatree *Request::append_growing(vidl_yfw_datatree &parent, uint32_t capacity) {
+  if (child_count(parent) == 0) {
+    begin_children(*output_arena_, parent, capacity);
+    return append_if_room(parent);
+  }
+  Grown grown;
+  vidl_yfw_datatree *added = append_child(*output_arena_, parent, &grown, capacity);
+  memo.forget();
   path.follow(grown);
   state_.plist = grown.follow(state_.plist);
   state_.root_node = grown.follow(state_.root_node);
   for (Current &current : currents_) current.entry = grown.follow(current.entry);
-  for (vidl_yfw_datatree *&parent : selected_in_) parent = grown.follow(parent);
+  for (vidl_yfw_datatree *&selected : selected_in_) selected = grown.follow(selected);
+  return added;
+}
+
+const char *Request::keep_other_namespace(const char *ns) {
+  const char *kept = paths_->find_namespace(ns);
+  if (kept == nullptr) return output_arena_->copy(ns);
+  last_namespace_ = ns;
+  return kept_namespace_ = kept;
 }
 
 std::string path_step(const vidl_yfw_datatree &node, bool list_entry, const std::string &key) {

@@ -39,6 +39,12 @@ class Request {
   yfw_map_state &state() { return state_; }
   bool in_fill() const { return state_.final_pass == 1; }
   Observer::Direction direction() const { return direction_; }
+  /// A number of this run() only, never 0.
+  uint64_t walk() const { return walk_; }
+  /// True for the very tag of the node walked last: a text that stays as it is until the walk is over.
+  bool is_walked_tag(const char *text) const {
+    return state_.current_node != nullptr && state_.current_node->tag == text;
+  }
 
   void enter(vidl_yfw_datatree *node, uint32_t kind) {
     if (node == nullptr) return;
@@ -60,41 +66,50 @@ class Request {
   void update_current(const char *list_path);
   vidl_yfw_datatree *current(const char *list_path);
 
-  /// Makes a child the current entry of its list in an output tree.
-  void select(vidl_yfw_datatree &parent, uint32_t index);
+  /// Makes a child the current entry of its list in an output tree, at `list` of its paths.
+  void select(vidl_yfw_datatree &parent, uint32_t index, const PathStep &list);
   void open_output(vidl_yfw_datatree *node);
   void close_output(vidl_yfw_datatree *node);
 
-  /// Keeps every pointer of the runtime's into a child array that moved.
-  void follow(const Grown &grown) {
-    if (grown.from != nullptr) follow_moved(grown);
-  }
+  void expand(const yfw_itree_entry &entry) { expansions_.push_back(arena_, entry); }
+  ArenaList<yfw_itree_entry> &expansions() { return expansions_; }
+
+  /// Appends a record to a child array of an output tree that is full; what the runtime knows of the array
+  /// moves with it. Arrays begin with `capacity` records.
+  vidl_yfw_datatree *append_growing(vidl_yfw_datatree &parent, uint32_t capacity);
 
   PathTable &paths() { return *paths_; }
   /// A namespace that lives as long as the output tree; nullptr stays nullptr.
   const char *keep_namespace(const char *ns) {
     if (ns == nullptr || ns == last_namespace_) return ns == nullptr ? nullptr : kept_namespace_;
-    const char *kept = paths_->find_namespace(ns);
-    if (kept == nullptr) return output_arena_->copy(ns);
-    last_namespace_ = ns;
-    return kept_namespace_ = kept;
+    return keep_other_namespace(ns);
   }
   /// Where what is added to output trees lives.
   Arena &output_arena() { return *output_arena_; }
+  /// For what lives as long as the request.
+  Arena &arena() { return arena_; }
+  /// In reads an empty value says no more than none.
+  bool is_read() const { return request_.type == YMAP_REQ_GET_CONFIG || request_.type == YMAP_REQ_GET; }
+  /// A node without a value was added since the last run() began: perhaps it got no children either. The
+  /// registered list's entries do not count, they are known by their keys.
+  bool added_hollow() const { return added_hollow_; }
+  void note_hollow(const vidl_yfw_datatree &node) {
+    added_hollow_ = added_hollow_ || !has_tag(node, registration_.list);
+  }
 
   WalkPath path;
   ErrorNotes errors;
-  PathCache cache;
-  std::vector<yfw_itree_entry> expansions;
+  PathMemo memo;
 
  private:
   struct Current {
+    const PathStep *list;  ///< nullptr when the path is no constant
     const char *list_path;
     vidl_yfw_datatree *entry;
   };
 
-  void follow_moved(const Grown &grown);
-  Current *find_current(const char *list_path);
+  const char *keep_other_namespace(const char *ns);
+  Current *find_current(const Path &list, const char *list_path);
 
   // A call less for each service: the library is loaded with the program, or small enough for the room left.
   [[gnu::tls_model("initial-exec")]] static constinit thread_local Request *running_;
@@ -104,16 +119,19 @@ class Request {
   yfw_map_request request_{};
   const Registration &registration_;
   std::shared_ptr<PathTable> paths_;
-  Arena arena_;  ///< for what is added to trees that are not ours
+  Arena arena_;  ///< for lists of its own, and for what is added to trees that are not the runtime's
   Arena *output_arena_ = &arena_;
   const char *last_namespace_ = nullptr;  ///< a constant of the plug-in
   const char *kept_namespace_ = nullptr;
   Observer::Direction direction_ = Observer::Direction::on;
+  uint64_t walk_ = 0;
+  bool added_hollow_ = false;
   Request *outer_ = nullptr;
-  std::vector<Current> currents_;
-  std::vector<const vidl_yfw_datatree *> outputs_;
+  ArenaList<Current> currents_;
+  ArenaList<const vidl_yfw_datatree *> outputs_;
+  ArenaList<yfw_itree_entry> expansions_;
   /// Parents of the entries selected since the output list was empty.
-  std::vector<vidl_yfw_datatree *> selected_in_;
+  ArenaList<vidl_yfw_datatree *> selected_in_;
 };
 
 /// One step of a data path: the tag, and for a list entry its keys ("amplifier[name='0/0-AMP-PRE0']"). Keys

@@ -11,14 +11,20 @@ using namespace yfw;
 namespace {
 
 /// Copies what fits behind the first `used` characters; 0 when it was all.
-[[gnu::always_inline]] inline int bounded_append(char *dst, std::size_t size, std::size_t used,
-                                                 const char *src) {
+inline int bounded_append(char *dst, std::size_t size, std::size_t used, const char *src) {
+  const std::size_t room = size - used;
+  // Paths are put together of names and slashes.
+  if (src[0] != '\0' && src[1] == '\0' && room > 1) {
+    dst[used] = src[0];
+    dst[used + 1] = '\0';
+    return 0;
+  }
   const std::size_t wanted = std::strlen(src);
-  if (wanted < size - used) {
+  if (wanted < room) {
     std::memmove(dst + used, src, wanted + 1);
     return 0;
   }
-  std::memmove(dst + used, src, size - used - 1);
+  std::memmove(dst + used, src, room - 1);
   dst[size - 1] = '\0';
   return 1;
 }
@@ -27,11 +33,25 @@ namespace {
 /// does not matter.
 class OwnedTexts {
  public:
-  /// Room for a text; nullptr when it is too long or too many are held.
-  char *take(std::size_t size) {
+  /// A copy; nullptr when the text is too long or too many are held. `walk`: of a walk that keeps the text as
+  /// it is, or 0.
+  char *copy(const char *text, std::size_t size, uint64_t walk) {
+    if (size > kSize) return nullptr;
     for (Place &place : places_) {
-      if (size <= kSize && !place.taken.exchange(true, std::memory_order_acquire)) return place.text;
+      if (place.taken.exchange(true, std::memory_order_acquire)) continue;
+      place.source = text;
+      place.walk = walk;
+      return static_cast<char *>(std::memcpy(place.text, text, size));
     }
+    return nullptr;
+  }
+
+  /// The same copy once more, when nothing else was copied to its place since it was freed.
+  char *copy_again(const char *text, uint64_t walk) {
+    Place &place = places_.front();
+    if (place.taken.exchange(true, std::memory_order_acquire)) return nullptr;
+    if (place.source == text && place.walk == walk) return place.text;
+    place.taken.store(false, std::memory_order_release);
     return nullptr;
   }
 
@@ -44,15 +64,32 @@ class OwnedTexts {
   }
 
  private:
-  static constexpr std::size_t kSize = 63;
+  static constexpr std::size_t kSize = 47;
   struct Place {
     char text[kSize];
     std::atomic<bool> taken = false;
+    const char *source = nullptr;
+    uint64_t walk = 0;
   };
+  static_assert(sizeof(Place) == 64, "places are told apart by a shift");
   std::array<Place, 4> places_;
 };
 
 OwnedTexts owned_texts;
+
+/// An owned copy, noted as the failing tag unless a fill runs; nullptr when memory is short.
+[[gnu::noinline]] char *copy_anew(Request *request, const char *text) {
+  const std::size_t size = std::strlen(text) + 1;
+  const bool is_tag = request != nullptr && request->is_walked_tag(text);
+  char *copy = owned_texts.copy(text, size, is_tag ? request->walk() : 0);
+  if (copy == nullptr) {
+    copy = static_cast<char *>(std::malloc(size));
+    if (copy == nullptr) return nullptr;
+    std::memcpy(copy, text, size);
+  }
+  if (request != nullptr && !request->in_fill()) request->errors.duplicated(request->state(), copy);
+  return copy;
+}
 
 struct StatusText {
   verrno status;
@@ -104,18 +141,17 @@ void __strcpy_to_buf(size_t size, char *dst, const char *src) {
 
 char *yfw_strdup(const char *text, const char *) {
   if (text == nullptr) return nullptr;
-  const std::size_t size = std::strlen(text) + 1;
-  char *copy = owned_texts.take(size);
-  if (copy == nullptr) copy = static_cast<char *>(std::malloc(size));
-  if (copy == nullptr) return nullptr;
-  std::memcpy(copy, text, size);
   Request *request = Request::running();
-  if (request != nullptr && !request->in_fill()) request->errors.duplicated(request->state(), copy);
-  return copy;
+  // A fill rejects leaf after leaf under the tag of the one node that is walked as all of them.
+  if (request != nullptr && request->in_fill() && request->is_walked_tag(text)) {
+    if (char *again = owned_texts.copy_again(text, request->walk())) return again;
+  }
+  return copy_anew(request, text);
 }
 
 void nos_named_free(void *text) {
-  if (Request *request = Request::running())
+  if (Request *request = Request::running()) {
     request->errors.released(request->state(), static_cast<char *>(text));
+  }
   if (!owned_texts.release(static_cast<char *>(text))) std::free(text);
 }

@@ -8,31 +8,33 @@ namespace {
 
 constexpr uint32_t kNoChild = UINT32_MAX;
 
-bool named(const vidl_yfw_datatree &node, PathName name, const PathTable &table) {
-  if (node.tag == name.text) return true;
-  if (name.bit != 0 && extra(node).names == &table) return false;
-  return node.tag != nullptr && std::strcmp(node.tag, name.text) == 0;
+bool named(const vidl_yfw_datatree &node, const PathStep &step) {
+  if (node.tag == step.text) return true;
+  // Texts of one table are alike exactly when their addresses are.
+  const PathStep *own = extra(node).step;
+  if (own != nullptr && own->table == step.table) return false;
+  return node.tag != nullptr && std::strcmp(node.tag, step.text) == 0;
 }
 
-/// True when the bits say that no child has the name.
-bool is_new_name(const vidl_yfw_datatree &parent, uint32_t count, PathName name) {
+/// True when the bits, which tell the steps below one step apart, say that no child has the name.
+bool is_new_name(const vidl_yfw_datatree &parent, const PathStep &step) {
   const RecordExtra &kept = extra(parent);
-  return (kept.name_bits & name.bit) == 0 && kept.named == count && kept.array == parent.subtrees &&
-         name.bit != 0;
+  return (kept.name_bits & step.bit) == 0 && kept.named == parent.subtree_count && kept.step == step.above &&
+         kept.array == parent.subtrees && step.bit != 0;
 }
 
-void note_name(vidl_yfw_datatree &parent, PathName name) {
+void note_name(vidl_yfw_datatree &parent, const PathStep &step) {
   RecordExtra &kept = extra(parent);
-  if (name.bit == 0 || kept.named + 1 != parent.subtree_count) return;
-  kept.name_bits |= name.bit;
+  if (kept.named + 1 != parent.subtree_count || kept.step != step.above) return;
+  kept.name_bits |= step.bit;
   ++kept.named;
 }
 
-uint32_t search_children(vidl_yfw_datatree &parent, PathName name, const PathTable &table) {
+[[gnu::noinline]] uint32_t search_children(vidl_yfw_datatree &parent, const PathStep &step) {
   const uint32_t count = child_count(parent);
   RecordExtra &kept = extra(parent);
   const auto is_at = [&](uint32_t place) {
-    return place - 1 < count && named(parent.subtrees[place - 1], name, table);
+    return place - 1 < count && named(parent.subtrees[place - 1], step);
   };
   if (is_at(kept.hint)) return kept.hint - 1;
   if (is_at(kept.selected)) return (kept.hint = kept.selected) - 1;
@@ -43,28 +45,65 @@ uint32_t search_children(vidl_yfw_datatree &parent, PathName name, const PathTab
 }
 
 /// Index of the child a path component means: of a list its current entry, else the one added last.
-inline uint32_t find_child(Request &request, vidl_yfw_datatree &parent, PathName name) {
+inline uint32_t find_child(vidl_yfw_datatree &parent, const PathStep &step) {
+  if (is_new_name(parent, step)) return kNoChild;
+  const RecordExtra &kept = extra(parent);
   const uint32_t count = child_count(parent);
-  if (count == 0 || is_new_name(parent, count, name)) return kNoChild;
-  const uint32_t hint = extra(parent).hint - 1;
-  if (hint < count && parent.subtrees[hint].tag == name.text) return hint;
-  return search_children(parent, name, request.paths());
+  const uint32_t hint = kept.hint - 1;
+  if (hint < count && parent.subtrees[hint].tag == step.text) return hint;
+  // A leaf among leaves, whose tags are the table's own texts: then their addresses tell.
+  if (kept.named == count && kept.step == step.above && step.table != nullptr && kept.selected == 0) {
+    for (uint32_t i = count; i > kept.closed; --i) {
+      if (parent.subtrees[i - 1].tag == step.text) return i - 1;
+    }
+    return kNoChild;
+  }
+  return count == 0 ? kNoChild : search_children(parent, step);
 }
 
 /// An ancestor mostly has one child, or a list of them.
 constexpr uint32_t kAncestorCapacity = 2;
 constexpr uint32_t kParentCapacity = 8;
 
-[[gnu::always_inline]] inline vidl_yfw_datatree &add_child(Request &request, vidl_yfw_datatree &parent,
-                                                           PathName name, const char *ns, uint32_t capacity) {
-  Grown grown;
-  Arena &arena = request.output_arena();
-  vidl_yfw_datatree *node = append_child(arena, parent, &grown, capacity);
-  request.follow(grown);
-  set_tag(*node, name.bit != 0 ? name.text : arena.copy(name.text), request.keep_namespace(ns));
-  if (name.bit != 0) extra(*node).names = &request.paths();
-  note_name(parent, name);
+/// Appends a child of any name.
+[[gnu::noinline]] vidl_yfw_datatree &add_child(Request &request, vidl_yfw_datatree &parent,
+                                               const PathStep &step, const char *ns, uint32_t capacity) {
+  vidl_yfw_datatree *node = append_if_room(parent);
+  if (node == nullptr) node = request.append_growing(parent, capacity);
+  if (step.table != nullptr) {
+    set_tag(*node, step.text, request.keep_namespace(ns));
+    extra(*node).step = &step;
+    note_name(parent, step);
+  } else {
+    set_tag(*node, request.output_arena().copy(step.text), request.keep_namespace(ns));
+  }
   return *node;
+}
+
+/// The usual case of add_child(), after a look whether there is such a child: the bits say no, and there is
+/// room. Else nullptr, and whether there is one is to be seen.
+[[gnu::always_inline]] inline vidl_yfw_datatree *add_new_name(Request &request, vidl_yfw_datatree &parent,
+                                                              const PathStep &step, const char *ns,
+                                                              uint32_t capacity) {
+  RecordExtra &kept = extra(parent);
+  if (parent.subtrees == nullptr) begin_children(request.output_arena(), parent, capacity);
+  const uint32_t count = parent.subtree_count;
+  if (!is_new_name(parent, step) || count >= kept.capacity) return nullptr;
+  kept.hint = kept.named = parent.subtree_count = count + 1;
+  kept.name_bits |= step.bit;
+  vidl_yfw_datatree *node = &parent.subtrees[count];
+  clear(*node);
+  set_tag(*node, step.text, request.keep_namespace(ns));
+  extra(*node).step = &step;
+  return node;
+}
+
+/// The child of that name, added where it is missing.
+inline vidl_yfw_datatree &reach(Request &request, vidl_yfw_datatree &parent, const PathStep &step,
+                                const char *ns) {
+  if (vidl_yfw_datatree *node = add_new_name(request, parent, step, ns, kAncestorCapacity)) return *node;
+  const uint32_t found = find_child(parent, step);
+  return found != kNoChild ? parent.subtrees[found] : add_child(request, parent, step, ns, kAncestorCapacity);
 }
 
 inline void give_value(Request &request, vidl_yfw_datatree &node, const char *value) {
@@ -82,60 +121,102 @@ struct Wanted {
   const char *ns;
   const char *value;
   const vidl_yfw_datatree *source;
-  bool always_new;  ///< a list entry
-  bool list;        ///< an entry or a whole list: it becomes the list's current entry
+  int list_flag;  ///< an entry or a whole list: it becomes the list's current entry
+  int leaf_flag;  ///< with the other: the whole list
 };
 
-inline vidl_yfw_datatree &place_last(Request &request, vidl_yfw_datatree &parent, PathName name,
-                                     const Wanted &wanted) {
-  const uint32_t found = wanted.always_new ? kNoChild : find_child(request, parent, name);
-  if (found != kNoChild) {
-    vidl_yfw_datatree &node = parent.subtrees[found];
-    if (!has_value(node) && wanted.value != nullptr && *wanted.value != '\0') {
-      give_value(request, node, wanted.value);
-      if (wanted.source != nullptr) vidl_yfw_datatree_set_operation(&node, YMAP_OP_NONE);
-      take_operation(node, wanted.source);
-    }
-    return node;
-  }
-  vidl_yfw_datatree &node =
-      add_child(request, parent, name, wanted.ns, wanted.list ? kAncestorCapacity : kParentCapacity);
-  if (wanted.value != nullptr) give_value(request, node, wanted.value);
+/// Adds to a node what an add brings of value and source.
+[[gnu::always_inline]] inline void fit_out(Request &request, vidl_yfw_datatree &node, const Wanted &wanted) {
+  if (wanted.value != nullptr)
+    give_value(request, node, wanted.value);
+  else
+    request.note_hollow(node);
   take_operation(node, wanted.source);
-  if (wanted.list) request.select(parent, child_count(parent) - 1);
+}
+
+/// A node that stands already keeps its value, and takes one where it has none.
+inline void fill_in(Request &request, vidl_yfw_datatree &node, const Wanted &wanted) {
+  if (wanted.value == nullptr || *wanted.value == '\0' || has_value(node)) return;
+  give_value(request, node, wanted.value);
+  if (wanted.source != nullptr) vidl_yfw_datatree_set_operation(&node, YMAP_OP_NONE);
+  take_operation(node, wanted.source);
+}
+
+/// A leaf that may stand already, a whole list, or a list entry.
+[[gnu::noinline]] vidl_yfw_datatree &place_any(Request &request, vidl_yfw_datatree &parent, PathStep &step,
+                                               const Wanted &wanted) {
+  const bool always_new = wanted.list_flag != 0 && wanted.leaf_flag == 0;
+  const uint32_t found = always_new ? kNoChild : find_child(parent, step);
+  if (found != kNoChild) {
+    fill_in(request, parent.subtrees[found], wanted);
+    return parent.subtrees[found];
+  }
+  vidl_yfw_datatree &node = add_child(request, parent, step, wanted.ns,
+                                      wanted.list_flag != 0 ? kAncestorCapacity : kParentCapacity);
+  fit_out(request, node, wanted);
+  if (wanted.list_flag != 0) request.select(parent, parent.subtree_count - 1, step);
+  return node;
+}
+
+inline vidl_yfw_datatree &place_last(Request &request, vidl_yfw_datatree &parent, PathStep &step,
+                                     const Wanted &wanted) {
+  if (wanted.list_flag == 0) {
+    if (vidl_yfw_datatree *known = request.memo.find(step)) {
+      fill_in(request, *known, wanted);
+      return *known;
+    }
+    if (vidl_yfw_datatree *node = add_new_name(request, parent, step, wanted.ns, kParentCapacity)) {
+      fit_out(request, *node, wanted);
+      request.memo.note(step, node);
+      return *node;
+    }
+  }
+  vidl_yfw_datatree &node = place_any(request, parent, step, wanted);
+  request.memo.note(step, &node);
   return node;
 }
 
 /// The record above the last name of a path, with what is missing added.
 vidl_yfw_datatree &descend(Request &request, vidl_yfw_datatree &tree, const Path &path, const char *ns) {
-  std::size_t depth = request.cache.start(&tree, path);
-  vidl_yfw_datatree *node = depth == 0 ? &tree : request.cache.above(depth);
-  for (; depth + 1 < path.names.size(); ++depth) {
-    const PathName name = path.names[depth];
-    const uint32_t found = find_child(request, *node, name);
-    node =
-        found != kNoChild ? &node->subtrees[found] : &add_child(request, *node, name, ns, kAncestorCapacity);
-    request.cache.step(depth + 1, node);
+  PathStep *const *const last = path.steps.data() + path.steps.size() - 1;
+  PathStep *const *step = last;
+  vidl_yfw_datatree *node = nullptr;
+  while (node == nullptr && step != path.steps.data()) node = request.memo.find(**--step);
+  if (node == nullptr)
+    node = &tree;
+  else
+    ++step;
+  for (; step != last; ++step) {
+    node = &reach(request, *node, **step, ns);
+    request.memo.note(**step, node);
   }
   return *node;
+}
+
+inline vidl_yfw_datatree &parent_of(Request &request, vidl_yfw_datatree &tree, const Path &path,
+                                    const char *ns) {
+  request.memo.look_at(tree);
+  const PathStep *above = path.last->above;
+  if (above == nullptr) return tree;
+  vidl_yfw_datatree *known = request.memo.find(*above);
+  return known != nullptr ? *known : descend(request, tree, path, ns);
 }
 
 verrno add_path(Request &request, vidl_yfw_datatree &tree, const char *text, const Wanted &wanted,
                 vidl_yfw_datatree **created) {
   const Path &path = request.paths().find(text);
-  if (path.names.empty()) return YMAP_ERR_INVALID_ARGS;
-  vidl_yfw_datatree *known = request.cache.parent(&tree, path);
-  vidl_yfw_datatree &parent = known != nullptr ? *known : descend(request, tree, path, wanted.ns);
-  vidl_yfw_datatree &node = place_last(request, parent, path.names.back(), wanted);
+  if (path.last == nullptr) return YMAP_ERR_INVALID_ARGS;
+  vidl_yfw_datatree &parent = parent_of(request, tree, path, wanted.ns);
+  vidl_yfw_datatree &node = place_last(request, parent, *path.last, wanted);
   if (created != nullptr) *created = &node;
   return YMAP_OK;
 }
 
-uint32_t find_entry(Request &request, vidl_yfw_datatree &parent, PathName list, const char *key_name,
+uint32_t find_entry(vidl_yfw_datatree &parent, const PathStep &list, const char *key_name,
                     const char *key_value) {
   for (uint32_t i = 0; i < child_count(parent); ++i) {
     const vidl_yfw_datatree &entry = parent.subtrees[i];
-    if (!named(entry, list, request.paths())) continue;
+    if (!named(entry, list)) continue;
     const vidl_yfw_datatree *key = child(entry, key_name);
     if (key != nullptr && value_of(*key) == key_value) return i;
   }
@@ -145,20 +226,20 @@ uint32_t find_entry(Request &request, vidl_yfw_datatree &parent, PathName list, 
 verrno search_or_add(Request &request, vidl_yfw_datatree &out, vidl_yfw_datatree **plist,
                      const char *list_path, const char *key_value, const char *key_name, const char *ns) {
   const Path &path = request.paths().find(list_path);
-  if (path.names.empty()) return YMAP_ERR_INVALID_ARGS;
-  vidl_yfw_datatree &parent = descend(request, out, path, ns);
-  const PathName list = path.names.back();
-  const uint32_t found = find_entry(request, parent, list, key_name, key_value);
+  if (path.last == nullptr) return YMAP_ERR_INVALID_ARGS;
+  vidl_yfw_datatree &parent = parent_of(request, out, path, ns);
+  const PathStep &list = *path.last;
+  const uint32_t found = find_entry(parent, list, key_name, key_value);
   if (found != kNoChild) {
-    request.select(parent, found);
+    request.select(parent, found, *path.last);
     *plist = &parent.subtrees[found];
     return YMAP_OK;
   }
   vidl_yfw_datatree &entry = add_child(request, parent, list, ns, kAncestorCapacity);
-  vidl_yfw_datatree &key = add_child(request, entry, {key_name, 0}, ns, kParentCapacity);
+  vidl_yfw_datatree &key = add_child(request, entry, PathStep{key_name}, ns, kParentCapacity);
   give_value(request, key, key_value);
   vidl_yfw_datatree_set_is_key(&key);
-  request.select(parent, child_count(parent) - 1);
+  request.select(parent, child_count(parent) - 1, *path.last);
   *plist = &entry;
   return YMAP_OK;
 }
@@ -174,7 +255,8 @@ verrno yfw_map_datatree_add_path_flagged(yfw_map_ctx *ctx, vidl_yfw_datatree *tr
   if (created != nullptr) *created = nullptr;
   Request *request = Request::of(ctx);
   if (request == nullptr || tree == nullptr || path == nullptr) return YMAP_ERR_INVALID_ARGS;
-  const Wanted wanted{ns, value, source, list_flag != 0 && leaf_flag == 0, list_flag != 0};
+  const bool is_empty = value != nullptr && *value == '\0' && request->is_read();
+  const Wanted wanted{ns, is_empty ? nullptr : value, source, list_flag, leaf_flag};
   const verrno status = add_path(*request, *tree, path, wanted, created);
   if (Observer *observer = current_observer()) observer->added(tree, path, value, status);
   return status;

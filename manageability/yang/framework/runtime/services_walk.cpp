@@ -87,23 +87,24 @@ void yfw_remove_from_output_list_ctx(yfw_map_ctx *ctx, vidl_yfw_datatree *node, 
 
 void yfw_map_util_itree_stack_push(yfw_map_ctx *ctx, vidl_yfw_datatree *nodes, uint32_t count,
                                    yfw_itree_callback callback) {
-  if (Request *request = Request::of(ctx)) request->expansions.push_back({nodes, count, callback});
+  if (Request *request = Request::of(ctx)) request->expand({nodes, count, callback});
 }
 
 void yfw_map_util_itree_stack_pop(yfw_map_ctx *ctx) {
   Request *request = Request::of(ctx);
-  if (request != nullptr && !request->expansions.empty()) request->expansions.pop_back();
+  if (request != nullptr && !request->expansions().empty()) request->expansions().pop_back();
 }
 
 void yfw_map_util_itree_stack_peak(yfw_map_ctx *ctx, yfw_itree_entry *out) {
   if (out == nullptr) return;
-  const Request *request = Request::of(ctx);
-  *out = request != nullptr && !request->expansions.empty() ? request->expansions.back() : yfw_itree_entry{};
+  Request *request = Request::of(ctx);
+  *out =
+      request != nullptr && !request->expansions().empty() ? request->expansions().back() : yfw_itree_entry{};
 }
 
 uint32_t yfw_map_util_itree_stack_size(yfw_map_ctx *ctx) {
-  const Request *request = Request::of(ctx);
-  return request == nullptr ? 0 : static_cast<uint32_t>(request->expansions.size());
+  Request *request = Request::of(ctx);
+  return request == nullptr ? 0 : static_cast<uint32_t>(request->expansions().size());
 }
 
 // ---- Errors ---------------------------------------------------------------------------------------

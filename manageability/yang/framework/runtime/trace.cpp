@@ -1,6 +1,7 @@
 // Log sinks, the light trace and the observer, and the services that write to them.
 #include "trace.hpp"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -39,7 +40,8 @@ Channel error_channel{LogLevel::error};
 Channel trace_channel{LogLevel::trace};
 LightTrace light_trace;
 
-constexpr int32_t kNothingWanted = -1;
+/// What a request's debug_cfg holds: for each level whether its messages are wanted.
+using WantedLevels = std::array<uint8_t, sizeof(yfw_debug_cfg::opaque)>;
 constexpr std::size_t kLongestMessage = std::size_t{16} << 10;
 
 Channel &channel(LogLevel level) {
@@ -128,10 +130,11 @@ void dump_light_trace(std::ostream &out) {
 }
 
 void attach_logs(yfw_map_ctx &ctx, bool errors) {
-  int32_t wanted = kNothingWanted;
-  if (errors || error_channel.sink != LogSink::none) wanted = static_cast<int32_t>(LogLevel::error);
-  if (trace_channel.sink != LogSink::none) wanted = static_cast<int32_t>(LogLevel::trace);
-  std::memcpy(ctx.debug_cfg.opaque, &wanted, sizeof wanted);
+  WantedLevels wanted{};
+  if (errors || error_channel.sink != LogSink::none) wanted[static_cast<std::size_t>(LogLevel::error)] = 1;
+  if (trace_channel.sink != LogSink::none)
+    std::fill_n(wanted.begin(), static_cast<int>(LogLevel::trace) + 1, 1);
+  std::memcpy(ctx.debug_cfg.opaque, wanted.data(), wanted.size());
   ctx.err_log = &error_channel;
   ctx.trc_log = &trace_channel;
   ctx.ltrace = &light_trace;
@@ -145,10 +148,9 @@ void attach_logs(yfw_map_ctx &ctx, bool errors) {
 using namespace yfw;
 
 int yfw_debug_should_log(const yfw_debug_cfg *cfg, int level) {
-  // A part of the context, so never nullptr; asked at each trace point, and mostly for nothing.
-  int32_t wanted;
-  std::memcpy(&wanted, cfg->opaque, sizeof wanted);
-  return level <= wanted ? 1 : 0;
+  // A part of the context, so never nullptr; asked at each trace point, and mostly for nothing. Levels beyond
+  // the known ones come round to some of these.
+  return cfg->opaque[static_cast<unsigned>(level) % std::size(cfg->opaque)];
 }
 
 void _nos_dt_log_filter_adv(void *log, int, int, int, int, int, uint32_t *, const char *format, ...) {

@@ -10,12 +10,14 @@
 
 namespace yfw {
 
+class PathTable;
+
 /// Lives in its own arena.
 struct TreeStore {
   explicit TreeStore(Arena own) : arena(std::move(own)) {}
 
   Arena arena;
-  vidl_yfw_datatree root{};
+  vidl_yfw_datatree root;                  ///< cleared by whoever makes the store
   std::shared_ptr<const PathTable> names;  ///< whose texts the records share, if any
   TreeStore *adopted = nullptr;            ///< trees whose records stand in this one too
 

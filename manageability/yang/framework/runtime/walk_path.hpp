@@ -2,12 +2,12 @@
 /// The walk path of a request, and the part of an output path that stands already.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 
 #include "path_table.hpp"
 #include "record.hpp"
+#include "tree_store.hpp"
 
 namespace yfw {
 
@@ -24,8 +24,9 @@ class WalkPath {
     }
     nodes_[depth_].node = node;
     entries_[depth_] = kind == YMAP_WALK_LIST_ENTRY;
-    ++depth_;
-    show(state);
+    state.node_data_count = static_cast<uint8_t>(++depth_);
+    state.parent_node = state.current_node;
+    state.current_node = node;
   }
 
   /// Drops `node` and whatever was left on top of it; false when it is not on the path.
@@ -34,18 +35,18 @@ class WalkPath {
       --beyond_;
       return true;
     }
-    for (std::size_t i = depth_; i > 0; --i) {
-      if (nodes_[i - 1].node != node) continue;
-      depth_ = i - 1;
-      show(state);
-      return true;
-    }
-    return false;
+    std::size_t depth = depth_;
+    while (depth > 0 && nodes_[depth - 1].node != node) --depth;
+    if (depth == 0) return false;
+    depth_ = depth - 1;
+    show(state);
+    return true;
   }
 
   void clear(yfw_map_state &state) {
     depth_ = 0;
     beyond_ = 0;
+    state.node_data = nodes_.data();
     show(state);
   }
 
@@ -67,7 +68,6 @@ class WalkPath {
 
  private:
   void show(yfw_map_state &state) {
-    state.node_data = nodes_.data();
     state.node_data_count = static_cast<uint8_t>(depth_);
     state.current_node = depth_ > 0 ? nodes_[depth_ - 1].node : nullptr;
     state.parent_node = depth_ > 1 ? nodes_[depth_ - 2].node : nullptr;
@@ -80,51 +80,50 @@ class WalkPath {
   std::size_t beyond_ = 0;
 };
 
-/// The records above the path added last, so that the next one starts where the two part. A list entry is
-/// never known longer than it is the current one: another is selected by adding the list's own path.
-class PathCache {
+/// Which steps of which paths are known to stand in the output tree, so that an add does not come down from
+/// the root again. What is known of a step below a list holds for the list's current entry.
+class PathMemo {
  public:
-  /// The record above the last name of `path` where the path before had the same; else nullptr.
-  vidl_yfw_datatree *parent(const vidl_yfw_datatree *tree, const Path &path) const {
-    return tree == tree_ && path.lasting && depth_ != 0 && path.parent == path_->parent &&
-                   depth_ + 1 == path.names.size()
-               ? nodes_[depth_ - 1]
-               : nullptr;
+  explicit PathMemo(PathTable &paths) : paths_(paths) { forget(); }
+
+  /// To be called before each look at `tree`: nothing is known of any other one. Of a request node nothing is
+  /// kept, since the plug-in swaps its children while it walks.
+  void look_at(const vidl_yfw_datatree &tree) {
+    if (&tree == tree_) return;
+    tree_ = &tree;
+    keeps_ = store_of(tree) != nullptr;
+    forget();
   }
-  /// How many of the names above the last one of `path` are known to stand in `tree`.
-  std::size_t start(const vidl_yfw_datatree *tree, const Path &path) {
-    if (tree != tree_ || !path.lasting) depth_ = 0;
-    if (depth_ != 0 && path.parent != path_->parent) {
-      std::size_t common = 0;
-      const std::size_t most = std::min(depth_, path.names.size() - 1);
-      while (common < most && path.names[common].text == path_->names[common].text) ++common;
-      depth_ = common;
+  /// nullptr when it is not known whether a record stands there.
+  vidl_yfw_datatree *find(const PathStep &step) const {
+    return step.generation == generation_ ? step.node : nullptr;
+  }
+  void note(PathStep &step, vidl_yfw_datatree *node) const {
+    if (!keeps_) return;
+    step.node = node;
+    step.generation = generation_;
+  }
+  /// When records move.
+  void forget() { generation_ = paths_.next_generation(); }
+  /// When a list gets another current entry: what is known of the steps above its own stays.
+  void forget_from(const PathStep &list) {
+    const uint64_t before = generation_;
+    forget();
+    for (PathStep *step = list.above; step != nullptr; step = step->above) {
+      if (step->generation == before) step->generation = generation_;
     }
-    tree_ = tree;
-    path_ = &path;
-    return depth_;
   }
-
-  /// The record of the name before `depth`.
-  vidl_yfw_datatree *above(std::size_t depth) const { return nodes_[depth - 1]; }
-
-  /// `node` stands at the first `depth` names of the path that was started last.
-  void step(std::size_t depth, vidl_yfw_datatree *node) {
-    if (!path_->lasting || depth != depth_ + 1 || depth > nodes_.size()) return;
-    nodes_[depth - 1] = node;
-    depth_ = depth;
-  }
-
-  void forget() { depth_ = 0; }
-  void follow(const Grown &grown) {
-    for (std::size_t i = 0; i < depth_; ++i) nodes_[i] = grown.follow(nodes_[i]);
+  /// When another tree may stand at the address of the last one.
+  void restart() {
+    tree_ = nullptr;
+    forget();
   }
 
  private:
+  PathTable &paths_;
   const vidl_yfw_datatree *tree_ = nullptr;
-  const Path *path_ = nullptr;
-  std::array<vidl_yfw_datatree *, 16> nodes_;
-  std::size_t depth_ = 0;
+  bool keeps_ = false;
+  uint64_t generation_ = 0;
 };
 
 }  // namespace yfw

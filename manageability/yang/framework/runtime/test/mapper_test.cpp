@@ -170,6 +170,10 @@ TEST_F(Requests, EachAmplifierAnswersItsOwnSide) {
                                                   "amplifier{name=0/0-AMP-BST2}")},
       {amplifiers("amplifier{name=0/0-AMP-BST2} amplifier{name=0/0-AMP-PRE0}"), amplifiers(pre + " " + bst2)},
       {amplifiers("amplifier{name=0/0-AMP-BST0 config}"), amplifiers(bst0)},
+      // a content match that no data fulfils, beside what would select
+      {"optical-amplifier=x", ""},
+      {"optical-amplifier{amplifiers=x}", ""},
+      {amplifiers("x=1 amplifier{name=0/0-AMP-BST2}"), ""},
       {amplifiers("amplifier{config{target-gain}}"),
        amplifiers("amplifier{name=0/0-AMP-PRE0 config{target-gain=15.00}} amplifier{name=0/0-AMP-BST0 "
                   "config{target-gain=20.00}} amplifier{name=0/0-AMP-BST2 config{target-gain=8.00}}")},

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <sstream>
 
@@ -28,8 +29,12 @@ struct Services : testing::Test {
     request.run(direction, call_body, walked.root()->subtrees, out.root(), nullptr);
   }
 
+  char filled_tag[8] = {};
   Datatree walked = parse("top{list{name=k1 leaf=v} list{name=k2 leaf}}"), out;
-  Request request{optical_amplifier(), std::make_shared<PathTable>(nullptr, nullptr), YMAP_REQ_EDIT, 0};
+  /// Every path counts as a constant, as those of a plug-in do.
+  std::shared_ptr<PathTable> paths =
+      std::make_shared<PathTable>(nullptr, reinterpret_cast<const void *>(UINTPTR_MAX));
+  Request request{optical_amplifier(), paths, YMAP_REQ_EDIT, 0};
 };
 
 verrno add(yfw_map_ctx *ctx, vidl_yfw_datatree *out, const char *path, const char *value = nullptr,
@@ -79,6 +84,27 @@ TEST(Texts, OwnedCopiesAreApartUntilTheyAreFreed) {
   }
   for (const auto &[text, copy] : held) EXPECT_EQ(copy, text);
   for (const auto &[text, copy] : held) nos_named_free(copy);
+}
+
+// A fill rejects its leaves under one tag, whose copy need not be made each time; the next walk's may differ.
+TEST_F(Services, AFilledNodesTagIsCopiedAsItIs) {
+  for (const char *tag : {"first", "other"}) {
+    std::strcpy(filled_tag, tag);
+    run([&](auto *ctx, auto *top, auto *) {
+      vidl_yfw_datatree node = *top;
+      node.tag = filled_tag;
+      yfw_map_add_to_node_hierarchy(ctx, &node, YMAP_WALK_CONTAINER);
+      ctx->state->final_pass = 1;
+      nos_named_free(yfw_strdup(filled_tag, "test"));
+      char *copy = yfw_strdup(filled_tag, "test"), *held = yfw_strdup(filled_tag, "test");
+      char *unlike = yfw_strdup("unlike", "test");
+      EXPECT_STREQ(copy, tag);
+      EXPECT_STREQ(held, tag);
+      EXPECT_NE(copy, held);
+      for (char *text : {copy, held, unlike}) nos_named_free(text);
+      EXPECT_EQ(ctx->state->err_tag, nullptr);
+    });
+  }
 }
 
 TEST(Names, MatchOnlyWhereBothAreGiven) {
@@ -140,13 +166,23 @@ TEST_F(Services, AddPathFollowsItsFlags) {
        "a{l l{x=3} ab{c=1}} b=2"},
       // names are whole components; needless slashes do not count
       {{{"/ab/c", "1", 0, 0}, {"/a/c", "2", 0, 0}, {"//ab//cd/", "3", 0, 0}}, "ab{c=1 cd=3} a{c=2}"},
+      // two parents in turn, while the array that holds them moves
+      {{{"/a/b/x", "1", 0, 0},
+        {"/a/c/x", "2", 0, 0},
+        {"/a/d/x", "3", 0, 0},
+        {"/a/b/y", "4", 0, 0},
+        {"/a/e", "5", 0, 0},
+        {"/a/f", "6", 0, 0},
+        {"/a/c/y", "7", 0, 0},
+        {"/a/b/x", "8", 0, 0}},
+       "a{b{x=1 y=4} c{x=2 y=7} d{x=3} e=5 f=6}"},
       // relative
       {{{"x", "1", 0, 0}, {"x", "2", 0, 0}}, "x=1"},
   };
   // With paths that are recognised, and with paths that are taken apart each time.
   for (const auto end : {std::uintptr_t{0}, UINTPTR_MAX}) {
-    auto paths = std::make_shared<PathTable>(nullptr, reinterpret_cast<const void *>(end));
-    Request each{optical_amplifier(), std::move(paths), YMAP_REQ_EDIT, 0};
+    auto table = std::make_shared<PathTable>(nullptr, reinterpret_cast<const void *>(end));
+    Request each{optical_amplifier(), std::move(table), YMAP_REQ_EDIT, 0};
     for (const Row &row : rows) {
       out = Datatree();
       body_now = [&](auto *ctx, auto *, auto *tree) {
@@ -231,8 +267,9 @@ TEST_F(Services, ARequestNodeCanBeGivenAChild) {
     // The plug-in puts the children back that it had detached: what was added since is gone.
     vidl_yfw_datatree_set_subtrees(top, top->subtrees, 2);
     add(ctx, top, "other");
+    add(ctx, top, "name", "again");
   });
-  EXPECT_EQ(print(walked), "top{list{name=k1 leaf=v} list{name=k2 leaf} other}");
+  EXPECT_EQ(print(walked), "top{list{name=k1 leaf=v} list{name=k2 leaf} other name=again}");
 }
 
 TEST(Trees, ASharedNodeIsTheSameOneAndGrowsApart) {

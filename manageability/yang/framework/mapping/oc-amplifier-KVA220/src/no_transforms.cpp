@@ -7,13 +7,9 @@
 
 namespace ymap {
 
-verrno add_openconfig(yfw_map_ctx *ctx, vidl_yfw_datatree *out, const char *path, const char *value,
-                      int leaf_flag) {
-  return add_path(ctx, out, {.path = path, .ns = YMAP_NS_OPENCONFIG, .value = value, .leaf_flag = leaf_flag});
-}
-
 void find_requested_name(yfw_map_ctx *ctx, char *key) {
-  char path[text_size] = {};
+  char path[text_size];
+  zero_fill(path);
   compare_path(ctx, state_of(ctx).reg_dup_datatree, OC_AMPLIFIER "/name", path, key);
 }
 

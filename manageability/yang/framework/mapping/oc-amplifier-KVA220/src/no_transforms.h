@@ -17,8 +17,10 @@
 namespace ymap {
 
 /// Adds an OpenConfig leaf.
-verrno add_openconfig(yfw_map_ctx *ctx, vidl_yfw_datatree *out, const char *path, const char *value,
-                      int leaf_flag = 0);
+inline verrno add_openconfig(yfw_map_ctx *ctx, vidl_yfw_datatree *out, const char *path, const char *value,
+                             int leaf_flag = 0) {
+  return add_path(ctx, out, {.path = path, .ns = YMAP_NS_OPENCONFIG, .value = value, .leaf_flag = leaf_flag});
+}
 
 /// Searches the OpenConfig request for the amplifier that it names; `key` (name_size bytes) stays empty if
 /// none.

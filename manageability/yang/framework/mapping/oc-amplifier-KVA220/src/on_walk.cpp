@@ -85,8 +85,8 @@ void fill(const ContainerWalk &walk) {
   if (opened) walk.state.final_pass = 1;
   ImpliedRemove implied(walk.node);
   if (walk.variant == Variant::config || walk.type == YMAP_REQ_GET)
-    for (size_t i = 0; i < walk.row.child_count; ++i)
-      walk.row.children[i].walk(walk.ctx, walk.row.children[i], walk.node, walk.out);
+    for (const OnRow *row = walk.row.children, *end = row + walk.row.child_count; row != end; ++row)
+      row->walk(walk.ctx, *row, walk.node, walk.out);
   implied.restore();
   walk.row.augments(walk.ctx, walk.node, walk.out);
   if (opened) walk.state.final_pass = 0;

@@ -10,12 +10,6 @@ namespace {
 constexpr uint16_t has_content_selection = 1U << 15;
 constexpr uint8_t has_content_selector = 1U << 0;
 
-void replace_copy(char *&copy, const char *text, const char *owner) {
-  if (copy != nullptr) nos_named_free(copy);
-  copy = nullptr;
-  if (text != nullptr) copy = yfw_strdup(text, owner);
-}
-
 }  // namespace
 
 yfw_map_state blank_state{};
@@ -32,10 +26,6 @@ bool is_config_suppressed(yfw_map_ctx *ctx) {
   const bool present =
       (request->presence & has_content_selection) != 0 || (selection.presence & has_content_selector) != 0;
   return present && selection.content_selector == YMAP_CONTENT_STATE_ONLY;
-}
-
-void set_err_tag(yfw_map_ctx *ctx, const char *tag, const char *owner) {
-  if (ctx->state != nullptr) replace_copy(ctx->state->err_tag, tag, owner);
 }
 
 verrno reject_value(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const char *message) {

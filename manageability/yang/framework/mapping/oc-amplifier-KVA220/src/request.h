@@ -3,6 +3,8 @@
 #ifndef YMAP_REQUEST_H
 #define YMAP_REQUEST_H
 
+#include <cstring>
+
 #include "yfw_services.h"
 #include "ymap_datatree.h"
 
@@ -11,6 +13,16 @@ namespace ymap {
 /// Size of the working buffers for paths, values and controller names, and of those for names and keys.
 inline constexpr size_t text_size = 200;
 inline constexpr size_t name_size = 20;
+
+/// Zero-fills a buffer of text_size, in parts that a compiler fills with a few wide stores: as a whole it
+/// takes a string instruction, which is slow to start.
+inline void zero_fill(char *buffer) {
+  static_assert(text_size == 3 * 64 + 8);
+  std::memset(buffer, 0, 64);
+  std::memset(buffer + 64, 0, 64);
+  std::memset(buffer + 128, 0, 64);
+  std::memset(buffer + 192, 0, 8);
+}
 
 /// What stands in for the state record when the framework gave none.
 extern yfw_map_state blank_state;
@@ -48,8 +60,17 @@ inline const char *value_of(const vidl_yfw_datatree *node) {
   return vidl_yfw_datatree_has_data(node) ? vidl_yfw_datatree_get_data(node) : nullptr;
 }
 
-/// Replaces `err_tag` by a copy of `tag` (owner label `owner`), if there is a state record.
-void set_err_tag(yfw_map_ctx *ctx, const char *tag, const char *owner);
+/// Frees an owned copy and puts one of `text` in its place, or NULL; `owner` is the copy's label.
+inline void replace_copy(char *&copy, const char *text, const char *owner) {
+  if (copy != nullptr) nos_named_free(copy);
+  copy = nullptr;
+  if (text != nullptr) copy = yfw_strdup(text, owner);
+}
+
+/// Replaces `err_tag` by a copy of `tag`, if there is a state record.
+inline void set_err_tag(yfw_map_ctx *ctx, const char *tag, const char *owner) {
+  if (ctx->state != nullptr) replace_copy(ctx->state->err_tag, tag, owner);
+}
 
 /// Rejects a value: `err_tag` and `err_message` replaced by copies, the path noted; the status to return.
 verrno reject_value(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const char *message);

@@ -24,26 +24,43 @@ inline const char *shown(const char *text) {
 /// Traces the end of a function that was called with a NULL node or output; the status to return.
 verrno invalid_arguments(yfw_map_ctx *ctx, const char *function);
 
-/// A message whose text is chosen by a row.
+/// A message for both outputs; a row may choose it.
 struct TraceText {
   const char *log;
   const char *light;
 };
+
+/// A trace point that somebody listens to: writes to the log, if `is_logged`, and to the light trace, if it
+/// is on. Apart from the trace points, so that a silent one keeps nothing ready for it.
+template <typename... Arguments>
+__attribute__((cold, noinline)) void write_trace(yfw_map_ctx *ctx, int is_logged, void *log,
+                                                 uint32_t &site_index, const char *log_format,
+                                                 const char *light_format, const char *function, int line,
+                                                 Arguments... arguments) {
+  if (is_logged != 0)
+    _nos_dt_log_filter_adv(log, 0, 0, 0, 0, 0, &site_index, log_format, static_cast<void *>(ctx),
+                           arguments...);
+  if (ctx->ltrace_on != 0)
+    light_trace(ctx, light_format, ret_nc_yfw_trace_index_incr(), function, line, static_cast<void *>(ctx),
+                arguments...);
+}
 
 }  // namespace ymap
 
 #define YMAP_LOG_FORMAT(level, text) level ": YFW: ctx=%p," text
 #define YMAP_LIGHT_FORMAT(level, text) "#%u: " level ": %s:%d ctx=%p," text
 
-#define YMAP_TRACE(number, log, ctx, function, log_format, light_format, ...)                 \
-  do {                                                                                        \
-    static uint32_t site_index = 0xffffffffU;                                                 \
-    if (yfw_debug_should_log(&(ctx)->debug_cfg, number) != 0)                                 \
-      _nos_dt_log_filter_adv((ctx)->log, 0, 0, 0, 0, 0, &site_index, log_format,              \
-                             static_cast<void *>(ctx) __VA_OPT__(, ) __VA_ARGS__);            \
-    if ((ctx)->ltrace_on != 0)                                                                \
-      ymap::light_trace(ctx, light_format, ret_nc_yfw_trace_index_incr(), function, __LINE__, \
-                        static_cast<void *>(ctx) __VA_OPT__(, ) __VA_ARGS__);                 \
+#define YMAP_TRACE(number, log, ctx, function, log_format, light_format, ...)                       \
+  do {                                                                                              \
+    static uint32_t site_index = 0xffffffffU;                                                       \
+    const int is_logged = yfw_debug_should_log(&(ctx)->debug_cfg, number);                          \
+    /* never run: has the compiler compare the format with the arguments */                         \
+    if (false)                                                                                      \
+      ymap::light_trace(ctx, light_format, 0U, function, 0,                                         \
+                        static_cast<void *>(ctx) __VA_OPT__(, ) __VA_ARGS__);                       \
+    if (__builtin_expect(static_cast<unsigned>(is_logged) | (ctx)->ltrace_on, 0) != 0)              \
+      ymap::write_trace(ctx, is_logged, (ctx)->log, site_index, log_format, light_format, function, \
+                        __LINE__ __VA_OPT__(, ) __VA_ARGS__);                                       \
   } while (false)
 
 /// Level TRC (3) and level ERR (0).

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr const char *amplifier_prefix = "0/0-AMP-";
+constexpr const char amplifier_prefix[] = "0/0-AMP-";
+constexpr size_t prefix_length = sizeof amplifier_prefix - 1;
 constexpr const char *controller_prefix = "Ots0/0/0/";
 constexpr const char *pre_marker = "PRE";
 constexpr const char *bst_marker = "BST";
@@ -22,16 +23,10 @@ constexpr const char *bst_marker = "BST";
 char pre_buffer[ymap::text_size];
 char bst_buffer[ymap::text_size];
 
-bool holds(const char *text, const char *part) {
-  return text != nullptr && std::strstr(text, part) != nullptr;
-}
-
-// As holds(), for a marker of three characters: each leaf asks the slots, and mostly finds its first
-// character once.
+// True when a marker of three characters stands anywhere in the text.
 bool holds_marker(const char *text, const char *marker) {
-  if (text == nullptr) return false;
-  for (text = std::strchr(text, marker[0]); text != nullptr; text = std::strchr(text + 1, marker[0]))
-    if (text[1] == marker[1] && text[2] == marker[2]) return true;
+  for (; *text != '\0'; ++text)
+    if (text[0] == marker[0] && text[1] == marker[1] && text[2] == marker[2]) return true;
   return false;
 }
 
@@ -63,9 +58,9 @@ void scan_port(const char *text, const char *prefix, int &port) {
 // The port of an amplifier name, -1 for other names.
 int amplifier_port(const char *amplifier_name) {
   int port = -1;
-  const size_t length = std::strlen(amplifier_prefix);
-  if (amplifier_name == nullptr || std::strncmp(amplifier_name, amplifier_prefix, length) != 0) return port;
-  const char *word = amplifier_name + length;
+  if (amplifier_name == nullptr || std::strncmp(amplifier_name, amplifier_prefix, prefix_length) != 0)
+    return port;
+  const char *word = amplifier_name + prefix_length;
   while (std::isspace(static_cast<unsigned char>(*word)) != 0) ++word;
   char suffix[10] = {};
   for (size_t i = 0; i + 1 < sizeof suffix && std::isspace(static_cast<unsigned char>(word[i])) == 0; ++i) {
@@ -87,7 +82,7 @@ int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *o
   const int port = controller_port(controller_name);
   assert(NULL != ctx);
   TRC(ctx, function, "controller_name = %s", ymap::shown(controller_name));
-  if (holds(controller_name, "Ots0/0/0") && (port == 0 || port == 2)) {
+  if (port == 0 || port == 2) {
     ots_ctrl_key_to_ampli_key(controller_name, out);
     TRC(ctx, function, "amplifier_name = %s", ymap::shown(out));
     return 1;
@@ -133,9 +128,8 @@ void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
       break;
   }
   if (suffix == nullptr || out == nullptr) return;
-  const size_t length = std::strlen(amplifier_prefix);
-  std::copy_n(amplifier_prefix, length, out);
-  std::memcpy(out + length, suffix, sizeof "BST2");
+  std::memcpy(out, amplifier_prefix, prefix_length);
+  std::memcpy(out + prefix_length, suffix, sizeof "BST2");
 }
 
 int check_controller_name_ots_is_good(yfw_map_ctx *ctx, const char *controller_name, char *out) {
@@ -188,7 +182,8 @@ int compare_path(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_
   const int32_t count = searched_children(node, path, &children);
   TRC(ctx, __func__, "subtree_count %d", static_cast<int32_t>(node->subtree_count));
   for (int32_t i = 0; i < count; ++i) {
-    char child_path[ymap::text_size] = {};
+    char child_path[ymap::text_size];
+    ymap::zero_fill(child_path);
     yfw_strcpy_s(__func__, child_path, sizeof child_path, path);
     if (compare_path(ctx, &children[i], path_to_find, child_path, key) != 0) return 1;
   }
@@ -208,7 +203,8 @@ int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *
   vidl_yfw_datatree *children = nullptr;
   const int32_t count = searched_children(node, path, &children);
   for (int32_t i = 0; i < count; ++i) {
-    char saved[ymap::text_size] = {};
+    char saved[ymap::text_size];
+    ymap::zero_fill(saved);
     yfw_strcpy_s(__func__, saved, sizeof saved, path);
     yfw_strcat_s(__func__, path, ymap::text_size, "/");
     if (check_request_type_3(ctx, &children[i], path_to_find, path) == 1) return 1;
@@ -218,7 +214,8 @@ int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *
 }
 
 int check_request_type(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find) {
-  char path[ymap::text_size] = {};
+  char path[ymap::text_size];
+  ymap::zero_fill(path);
   return check_request_type_3(ctx, node, path_to_find, path);
 }
 
@@ -242,8 +239,17 @@ void print_data(yfw_map_ctx *ctx) {
 namespace ymap {
 
 bool is_side_named(Side side) {
-  return side == Side::ingress ? holds_marker(amp_key_pre, pre_marker)
-                               : holds_marker(amp_key_bst, bst_marker);
+  const bool ingress = side == Side::ingress;
+  const char *slot = ingress ? amp_key_pre : amp_key_bst;
+  if (slot == nullptr) return false;
+  // Each leaf asks, and mostly finds an amplifier's name or the word of the other side's requests, in the
+  // buffer that the slot was given.
+  if (slot == (ingress ? pre_buffer : bst_buffer)) {
+    const char *name = ingress ? "0/0-AMP-PRE" : "0/0-AMP-BST";
+    if (std::memcmp(slot, name, sizeof "0/0-AMP-PRE" - 1) == 0) return true;
+    if (std::memcmp(slot, ingress ? "pre" : "bst", sizeof "pre") == 0) return false;
+  }
+  return holds_marker(slot, ingress ? pre_marker : bst_marker);
 }
 
 bool is_side_selected(Side side) {
@@ -251,12 +257,20 @@ bool is_side_selected(Side side) {
 }
 
 bool is_amplifier_name(const char *text) {
-  return holds(text, amplifier_prefix) && (holds(text, "PRE0") || holds(text, "BST0") || holds(text, "BST2"));
+  constexpr const char *markers[] = {"PRE0", "BST0", "BST2"};
+  if (text == nullptr) return false;
+  const bool is_usual = std::strncmp(text, amplifier_prefix, prefix_length) == 0;
+  for (const char *marker : markers)
+    if (is_usual && std::strcmp(text + prefix_length, marker) == 0) return true;
+  if (std::strstr(text, amplifier_prefix) == nullptr) return false;
+  for (const char *marker : markers)
+    if (std::strstr(text, marker) != nullptr) return true;
+  return false;
 }
 
 void reset_slots() {
-  std::memset(pre_buffer, 0, sizeof pre_buffer);
-  std::memset(bst_buffer, 0, sizeof bst_buffer);
+  zero_fill(pre_buffer);
+  zero_fill(bst_buffer);
   amp_key_pre = pre_buffer;
   amp_key_bst = bst_buffer;
 }

@@ -1,5 +1,4 @@
 // Hand-written functions of the performance history: which port is which amplifier, and its statistics.
-#include <charconv>
 #include <cstring>
 
 #include "native_paths.h"
@@ -23,7 +22,8 @@ struct Statistic {
 
 verrno write_statistic(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
                        const Statistic &row, const char *function) {
-  char buffer[text_size] = {};
+  char buffer[text_size];
+  zero_fill(buffer);
   const char *value = buffer;
   if (row.value == Value::as_is) value = vidl_yfw_datatree_get_data(node);
   if (row.value == Value::copy && value_of(node) != nullptr)
@@ -87,9 +87,10 @@ verrno state_actual_gain_tilt_interval_iatl_to_high(yfw_map_ctx *ctx, vidl_yfw_d
 }
 
 const char *oc_interval_to_high(yfw_map_ctx *, vidl_yfw_datatree *, vidl_yfw_datatree *) {
+  constexpr char nanoseconds[] = "30000000000";
   static char interval[text_size];
-  std::memset(interval, 0, sizeof interval);
-  std::to_chars(interval, interval + sizeof interval - 1, 30000000000L);
+  zero_fill(interval);
+  std::memcpy(interval, nanoseconds, sizeof nanoseconds);
   return interval;
 }
 
@@ -111,7 +112,8 @@ verrno YMAP_NO_PMENGINE(list_lvla_performancemanagementhistory_opticsporthistori
   yfw_map_state &state = state_of(ctx);
   yfw_map_print_datatree_internal(ctx, state.plist, "plist");
   const bool in_scope = is_list_requested(ctx);
-  char amplifier_name[text_size] = {};
+  char amplifier_name[text_size];
+  zero_fill(amplifier_name);
   const int is_valid = check_controller_name_ots_is_valid(ctx, controller_name, amplifier_name);
   if (in_scope && is_valid == 0) {
     TRC(ctx, __func__, "End");

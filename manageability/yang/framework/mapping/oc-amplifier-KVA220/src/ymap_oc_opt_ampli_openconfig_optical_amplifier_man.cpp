@@ -73,7 +73,8 @@ void select_named_side(yfw_map_ctx *ctx, const char *key, const char *function) 
 verrno add_all_interfaces(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out) {
   verrno status = YMAP_OK;
   for (const char *const *controller = controller_amp_ots_list; *controller != nullptr; ++controller) {
-    char scratch[text_size] = {};
+    char scratch[text_size];
+    zero_fill(scratch);
     if (check_controller_name_ots_is_good(ctx, *controller, scratch) != 1) continue;
     add_if_entry(ctx, out, node);
     add_path(
@@ -90,7 +91,8 @@ void select_all_state(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatr
                       const char *function) {
   set_slot(function, amp_key_bst, "bst");
   for (const char *const *controller = controller_amp_ots_list; *controller != nullptr; ++controller) {
-    char name[text_size] = {};
+    char name[text_size];
+    zero_fill(name);
     if (check_controller_name_ots_is_good(ctx, *controller, name) != 1) continue;
     TRC(ctx, function, "controller_amp_ots: %s", *controller);
     TRC(ctx, function, "amplifier_key: %s", name);
@@ -115,7 +117,8 @@ verrno amplifier_list_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw
   if (node == nullptr || out == nullptr) return invalid_arguments(ctx, __func__);
 
   char key[name_size] = {};
-  char path[text_size] = {};
+  char path[text_size];
+  zero_fill(path);
   reset_slots();
   const yfw_map_state &state = state_of(ctx);
   const bool has_path = state.node_data != nullptr && state.node_data_count > 0;
@@ -157,7 +160,8 @@ verrno name_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree 
   if (node == nullptr || out == nullptr) return invalid_arguments(ctx, __func__);
 
   verrno status = YMAP_OK;
-  char controller_name[text_size] = {};
+  char controller_name[text_size];
+  zero_fill(controller_name);
   const char *name = vidl_yfw_datatree_get_data(node);
   if (is_amplifier_name(name)) {
     ampli_key_to_ots_ctrl_key(name, controller_name);
@@ -205,7 +209,8 @@ verrno cfg_name_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datat
   verrno status = YMAP_OK;
   const char *name = vidl_yfw_datatree_get_data(node);
   if (is_amplifier_name(name)) {
-    char controller_name[text_size] = {};
+    char controller_name[text_size];
+    zero_fill(controller_name);
     ampli_key_to_ots_ctrl_key(name, controller_name);
     TRC(ctx, __func__, "amplifier_name = %s", name);
     TRC(ctx, __func__, "controller_name = %s", controller_name);

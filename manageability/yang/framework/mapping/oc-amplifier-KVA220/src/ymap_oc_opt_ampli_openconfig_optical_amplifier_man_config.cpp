@@ -79,7 +79,9 @@ verrno tenths_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatre
   TRC(ctx, function, "Start");
   if (node == nullptr || out == nullptr) return invalid_arguments(ctx, function);
 
-  char buffer[text_size] = {};
+  char buffer[text_size];
+
+  zero_fill(buffer);
   if (vidl_yfw_datatree_has_data(node)) {
     const char *value = vidl_yfw_datatree_get_data(node);
     yfw_strcpy_s(function, buffer, sizeof buffer, value != nullptr ? value : "");
