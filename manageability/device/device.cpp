@@ -13,6 +13,7 @@
 #include "folder.hpp"
 #include "live.hpp"
 #include "native_filter.hpp"
+#include "sessions.hpp"
 #include "yang.hpp"
 
 namespace device {
@@ -59,6 +60,9 @@ struct Device::Impl {
 
   /// Brings `running` up to date with the folder.
   void refresh();
+  /// What the edit makes of `running`, in a copy.
+  Tree edited(const std::vector<RequestNode> &request) const;
+  void check_not_locked() const;
   Tree parse(const std::string &text) const;
   std::string print(const lyd_node *tree) const;
   uint64_t now() const { return clock.value_or(nanoseconds_now()); }
@@ -67,6 +71,7 @@ struct Device::Impl {
   Folder folder;
   std::optional<uint64_t> clock;
   Tree running;
+  uint32_t session = 0;
   std::optional<Stamp> stamp;  ///< of `running`, if the file can be told by it
 };
 
@@ -78,6 +83,24 @@ void Device::Impl::refresh() {
   stamp.reset();
   const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(loaded.modified, loaded.changed);
   if (age > kTooYoung) stamp = loaded;
+}
+
+Tree Device::Impl::edited(const std::vector<RequestNode> &request) const {
+  lyd_node *duplicate = nullptr;
+  if (running != nullptr &&
+      lyd_dup_siblings(running.get(), nullptr, LYD_DUP_RECURSIVE, &duplicate) != LY_SUCCESS) {
+    throw std::bad_alloc();
+  }
+  Tree copy(duplicate);
+  apply_edit(schema, copy, request);
+  return copy;
+}
+
+void Device::Impl::check_not_locked() const {
+  const auto lock = Sessions::lock_state(folder.path());
+  if (!lock || lock->holder == session) return;
+  throw EditError("the running datastore is locked by session " + std::to_string(lock->holder), "in-use", {},
+                  nullptr);
 }
 
 Tree Device::Impl::parse(const std::string &text) const {
@@ -144,16 +167,21 @@ void Device::edit(const std::vector<RequestNode> &request) {
   // Read under the lock: the edit applies to what the writer before this one has left.
   const Descriptor lock = impl_->folder.lock();
   impl_->refresh();
-  lyd_node *duplicate = nullptr;
-  if (impl_->running != nullptr &&
-      lyd_dup_siblings(impl_->running.get(), nullptr, LYD_DUP_RECURSIVE, &duplicate) != LY_SUCCESS) {
-    throw std::bad_alloc();
-  }
-  Tree edited(duplicate);
-  apply_edit(impl_->schema, edited, request);
+  impl_->check_not_locked();
+  const Tree edited = impl_->edited(request);
   impl_->folder.store(impl_->print(edited.get()));
   Folder::mark_used(lock);
   impl_->stamp.reset();
+}
+
+void Device::test(const std::vector<RequestNode> &request) const {
+  const LogScope log;
+  impl_->refresh();
+  impl_->edited(request);
+}
+
+void Device::act_for(uint32_t session) {
+  impl_->session = session;
 }
 
 }  // namespace device

@@ -38,6 +38,7 @@ struct RequestNode {
 /// A broken, missing, unreadable or full folder: nothing that a request could mend.
 struct FolderError : std::runtime_error {
   using std::runtime_error::runtime_error;
+  bool no_room = false;  ///< the disk is full, or a quota or limit reached: room would mend it
 };
 
 /// A refused edit; nothing was stored.
@@ -71,9 +72,18 @@ class Device {
   /// The selected data of all native modules, configuration and live values, first sibling; empty if none.
   Tree read(const std::vector<RequestNode> &filter, ReadCount *count = nullptr) const;
 
+  /// The session (see Sessions) that later edits are made for; 0, as at first, is none.
+  void act_for(uint32_t session);
+
   /// Applies the edit to a copy of the running configuration, validates it, and stores it: all or nothing.
-  /// Concurrent edits of other processes wait for each other. Throws EditError or FolderError.
+  /// Concurrent edits of other processes wait for each other. Throws EditError, "in-use" while a session that
+  /// this device does not act for holds the lock on running, or FolderError.
   void edit(const std::vector<RequestNode> &request);
+
+  /// The same but for storing it: throws EditError where the edit would be refused for what it says. An edit
+  /// of nothing reads what is stored again. A folder that cannot be written will do, and nobody's lock stands
+  /// in the way.
+  void test(const std::vector<RequestNode> &request) const;
 
  private:
   struct Impl;

@@ -37,12 +37,32 @@ class Descriptor {
   int fd_;
 };
 
+/// Throws FolderError: `what` failed on `file` by the error number `error`.
+[[noreturn]] void folder_failure(const std::string &what, const std::filesystem::path &file, int error,
+                                 const std::string &remedy);
+/// The remedy for a failed write by its error number.
+const char *remedy_for_writing(int error);
+
+/// Writes everything or returns the error number; a short write is followed by one that tells it.
+int write_all(int fd, std::string_view text);
+
+/// Gives a new file or folder to whoever `folder` is for: its rights, whatever this user's umask. As far as
+/// the file system takes them.
+void share_rights(const std::filesystem::path &folder, int fd);
+
 /// Every function throws FolderError, with the file at fault and what to do about it.
 class Folder {
  public:
+  /// Name of the folder of the sessions' files.
+  static constexpr const char *kSessions = "sessions";
+
   /// The folder must exist. Reads and writes nothing yet.
   explicit Folder(std::filesystem::path path);
 
+  /// Refuses a folder that holds other things than a device's.
+  void check_purpose() const;
+
+  const std::filesystem::path &path() const { return path_; }
   /// Path of the running configuration.
   std::filesystem::path running_file() const;
 
@@ -63,6 +83,7 @@ class Folder {
   static void mark_used(const Descriptor &lock);
 
  private:
+  bool holds_running() const;
   void write_temporary(std::string_view text) const;
   void check_nothing_foreign() const;
   void sync() const;

@@ -37,10 +37,10 @@ LogScope::~LogScope() {
   ly_temp_log_options(nullptr);
 }
 
-Schema::Schema(const std::filesystem::path &models) {
+Schema::Schema(const std::filesystem::path &models) : models_(models) {
   const LogScope log;
-  const uint16_t options = LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD;
-  if (ly_ctx_new(models.c_str(), options, &context_) != LY_SUCCESS) {
+  context_ = models_.make_context();
+  if (context_ == nullptr) {
     throw FolderError("cannot use the folder of YANG modules " + models.string() +
                       ": it must exist and be readable");
   }

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <string>
 
+#include "model_folder.hpp"
+
 struct ly_ctx;
 struct lyd_node;
 struct lysc_node;
@@ -50,6 +52,7 @@ class Schema {
   std::string error_path() const;
 
  private:
+  ModelFolder models_;
   ly_ctx *context_ = nullptr;
 };
 

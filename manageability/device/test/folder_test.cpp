@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -29,33 +28,6 @@ std::string gains(int value) {
 void set_gains(Device &device, int value) {
   const std::string edit = gains(value);
   device.edit(request(edit.c_str()));
-}
-
-/// Runs `work` in a process of its own, which ends with 0, or with 1 if it threw.
-pid_t in_process(const std::function<void()> &work) {
-  const pid_t child = ::fork();
-  if (child != 0) return child;
-  try {
-    work();
-  } catch (...) {
-    ::_exit(1);
-  }
-  ::_exit(0);
-}
-
-int exit_status(pid_t child) {
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  return status;
-}
-
-std::string folder_error(const std::function<void()> &work) {
-  try {
-    work();
-  } catch (const FolderError &error) {
-    return error.what();
-  }
-  return "no error";
 }
 
 /// Gives up the rights of root, which no permission stops, while it lives.
@@ -100,6 +72,12 @@ TEST(Folder, IsRefusedIfMissingOrForeign) {
   };
   EXPECT_NE(error(workplace.path() / "none").find("none does not exist; create it"), std::string::npos);
   EXPECT_NE(error(workplace.path(), "/nowhere").find("/nowhere"), std::string::npos);
+  std::filesystem::create_directory_symlink(".", workplace.path() / "loop");
+  std::filesystem::create_directory_symlink(".", workplace.path() / "circle");
+  EXPECT_NE(error(workplace.path(), workplace.path().string()).find("cannot load YANG module"),
+            std::string::npos);
+  std::filesystem::remove(workplace.path() / "loop");
+  std::filesystem::remove(workplace.path() / "circle");
   workplace.write("letter.txt", "");
   EXPECT_NE(error(workplace.path()).find("other things (letter.txt)"), std::string::npos);
   EXPECT_NE(error(workplace.path() / "letter.txt").find("is not a folder"), std::string::npos);

@@ -2,6 +2,7 @@
 #include "support.hpp"
 
 #include <libyang/libyang.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -150,6 +151,32 @@ std::vector<std::string> Workplace::files() const {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+pid_t in_process(const std::function<void()> &work) {
+  const pid_t child = ::fork();
+  if (child != 0) return child;
+  try {
+    work();
+  } catch (...) {
+    ::_exit(1);
+  }
+  ::_exit(0);
+}
+
+int exit_status(pid_t child) {
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  return status;
+}
+
+std::string folder_error(const std::function<void()> &work) {
+  try {
+    work();
+  } catch (const FolderError &error) {
+    return error.what();
+  }
+  return "no error";
 }
 
 }  // namespace device::test

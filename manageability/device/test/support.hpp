@@ -8,7 +8,10 @@
 /// !remove.
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -40,6 +43,15 @@ class Workplace {
  private:
   std::filesystem::path path_;
 };
+
+/// Runs `work` in a process of its own, which ends with 0, or with 1 if it threw.
+pid_t in_process(const std::function<void()> &work);
+
+/// Waits for the process: its exit status, or the signal that ended it.
+int exit_status(pid_t child);
+
+/// The message of the FolderError that `work` throws.
+std::string folder_error(const std::function<void()> &work);
 
 /// 2026-11-22T12:00:07Z: seven seconds into a bucket.
 inline constexpr uint64_t kNow = 1'795'348'807'000'000'000;

@@ -1,0 +1,171 @@
+// A session among those of its device folder: the lock on running, and the end of other sessions.
+#include "sessions.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <utility>
+
+#include "device.hpp"
+#include "session_register.hpp"
+
+namespace device {
+
+namespace {
+
+constexpr const char *kRunningLock = "running.lock";
+
+constexpr int kPatience = 2000;  ///< milliseconds until a session that should end is made to
+
+// The range of the lock on running tells who has it and since when: it begins with the holder's id and ends
+// this far behind the time. So the kernel answers both at once and never for a holder that is gone; nothing
+// is written, which a full disk could prevent. All ranges meet below this offset, so that one excludes the
+// others.
+constexpr off_t kBeyondIds = off_t{1} << 32;
+
+struct flock running_range(uint32_t id, int64_t since) {
+  auto range = whole_file(F_WRLCK);
+  range.l_start = id;
+  range.l_len = kBeyondIds + since - id;
+  return range;
+}
+
+std::optional<Sessions::Lock> probe_lock(const Descriptor &file) {
+  auto lock = whole_file(F_WRLCK);
+  if (file.get() < 0 || ::fcntl(file.get(), F_OFD_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) {
+    return std::nullopt;
+  }
+  const bool ours = lock.l_start < kBeyondIds && lock.l_start + lock.l_len >= kBeyondIds;
+  if (!ours) return Sessions::Lock{};
+  return Sessions::Lock{static_cast<uint32_t>(lock.l_start), lock.l_start + lock.l_len - kBeyondIds};
+}
+
+/// Waits until the process is gone; false if the time is over before.
+bool has_ended(const Descriptor &process, int milliseconds) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    struct pollfd ended {
+      process.get(), POLLIN, 0
+    };
+    const int count = ::poll(&ended, 1, static_cast<int>(std::max<int64_t>(left.count(), 0)));
+    if (count >= 0 || errno != EINTR) return count > 0;
+  }
+}
+
+// The C library's own declarations of these two cannot be linked from C++.
+Descriptor open_process(pid_t process) {
+  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
+bool send(const Descriptor &process, int signal) {
+  return ::syscall(SYS_pidfd_send_signal, process.get(), signal, nullptr, 0) == 0;
+}
+
+}  // namespace
+
+struct Sessions::Impl {
+  Impl(const std::filesystem::path &path, SessionRecord session)
+      : folder(checked(path)), sessions(path, true), self(std::move(session)), entry(sessions.enter(self)) {}
+
+  static Folder checked(const std::filesystem::path &path) {
+    Folder folder(path);
+    folder.check_purpose();
+    return folder;
+  }
+
+  Folder folder;
+  SessionRegister sessions;
+  SessionRecord self;
+  Descriptor entry;  ///< the file of this session, locked
+  struct Held {
+    Descriptor file;
+    Lock lock;
+  };
+  std::optional<Held> held;  ///< the lock on running
+};
+
+Sessions::Sessions(const std::filesystem::path &folder, std::string user, std::string source_host)
+    : impl_(
+          std::make_unique<Impl>(folder, SessionRecord{.process = ::getpid(),
+                                                       .user = printable_ascii(std::move(user)),
+                                                       .source_host = printable_ascii(std::move(source_host)),
+                                                       .login_time = std::time(nullptr)})) {}
+
+Sessions::~Sessions() {
+  impl_->sessions.remove(std::to_string(impl_->self.id));
+}
+
+uint32_t Sessions::id() const {
+  return impl_->self.id;
+}
+
+std::vector<SessionRecord> Sessions::live() const {
+  auto found = impl_->sessions.others(impl_->self.id);
+  found.insert(std::ranges::lower_bound(found, impl_->self.id, {}, &SessionRecord::id), impl_->self);
+  return found;
+}
+
+std::optional<Sessions::Lock> Sessions::lock_state() const {
+  return probe_lock(impl_->sessions.open_to_read(kRunningLock));
+}
+
+std::optional<Sessions::Lock> Sessions::lock_state(const std::filesystem::path &folder) {
+  const SessionRegister sessions(folder, false);
+  return sessions.exists() ? probe_lock(sessions.open_to_read(kRunningLock)) : std::nullopt;
+}
+
+// An open file description's lock, for it holds against the rest of this process too: the device, which asks
+// who has it before an edit, may be in the same one.
+std::optional<Sessions::Lock> Sessions::lock() {
+  if (impl_->held) return impl_->held->lock;
+  const Descriptor no_edit = impl_->folder.lock();
+  Descriptor file = impl_->sessions.open_to_write(kRunningLock);
+  const Lock own = {impl_->self.id, std::max<int64_t>(std::time(nullptr), 0)};
+  for (;;) {
+    auto range = running_range(own.holder, own.since);
+    if (::fcntl(file.get(), F_OFD_SETLK, &range) == 0) break;
+    if (errno != EAGAIN && errno != EACCES) {
+      folder_failure("cannot lock", impl_->sessions.file(kRunningLock), errno,
+                     "use a file system with file locks");
+    }
+    // Released in between: try again.
+    if (const auto other = probe_lock(file)) return other;
+  }
+  impl_->held.emplace(Impl::Held{std::move(file), own});
+  return std::nullopt;
+}
+
+bool Sessions::unlock() {
+  const bool held = impl_->held.has_value();
+  impl_->held.reset();
+  return held;
+}
+
+Sessions::Kill Sessions::kill(uint32_t id) {
+  if (id == impl_->self.id) return Kill::denied;
+  const auto process = impl_->sessions.process(id);
+  if (!process) return Kill::no_such_session;
+  // The process of another machine or container cannot be told.
+  if (*process <= 0) return Kill::denied;
+  const Descriptor handle = open_process(*process);
+  // Asked again now that the handle keeps the process' number from passing to another one.
+  if (handle.get() < 0 || impl_->sessions.process(id) != process) return Kill::no_such_session;
+  if (!send(handle, SIGTERM)) return errno == EPERM ? Kill::denied : Kill::no_such_session;
+  if (!has_ended(handle, kPatience)) {
+    send(handle, SIGKILL);
+    has_ended(handle, kPatience);
+  }
+  impl_->sessions.remove(std::to_string(id));
+  return Kill::done;
+}
+
+}  // namespace device

@@ -1,0 +1,67 @@
+/// \file
+/// The NETCONF sessions that share a device folder, and the lock on its running datastore.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace device {
+
+/// One NETCONF session of a device folder.
+struct SessionRecord {
+  uint32_t id = 0;
+  pid_t process = 0;
+  std::string user;
+  std::string source_host;  ///< empty where the transport tells none
+  int64_t login_time = 0;   ///< seconds since the epoch
+};
+
+/// The sessions of a device folder, and the lock on its running datastore (RFC 6241, section 7.5). Every
+/// session is a process of its own and has one object of this class; what a dead one held is free again at
+/// once, for it is held by kernel file locks. Functions throw FolderError when the folder can no longer be
+/// used.
+class Sessions {
+ public:
+  /// Enters this process as a session of `folder`, which must be a device folder or empty, with an id that
+  /// the folder never gave before. Throws FolderError. `user` and `source_host` are kept as printable ASCII.
+  Sessions(const std::filesystem::path &folder, std::string user, std::string source_host);
+  /// Leaves, and releases the lock.
+  ~Sessions();
+  Sessions(const Sessions &) = delete;
+  Sessions &operator=(const Sessions &) = delete;
+
+  uint32_t id() const;
+  /// This one too, by ascending id.
+  std::vector<SessionRecord> live() const;
+
+  /// Who has the lock, and since when in seconds since the epoch.
+  struct Lock {
+    uint32_t holder = 0;
+    int64_t since = 0;
+  };
+  /// Of running, whoever holds it.
+  std::optional<Lock> lock_state() const;
+  /// The same without being a session.
+  static std::optional<Lock> lock_state(const std::filesystem::path &folder);
+  /// Nothing: it is ours now. Else who has it, perhaps we ourselves. Waits for an edit in course.
+  std::optional<Lock> lock();
+  /// False: it was not ours.
+  bool unlock();
+
+  enum class Kill { done, no_such_session, denied };
+  /// Ends the process of another session and waits until it is gone, with what it held: SIGTERM, and after
+  /// two seconds SIGKILL. `denied` where this user may not, and for the session itself.
+  Kill kill(uint32_t id);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace device
