@@ -2,21 +2,14 @@
 #include "data_parser.hpp"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <set>
 #include <utility>
 
+#include "operation_words.hpp"
+
 namespace ymap {
 namespace {
-
-constexpr std::array<std::pair<std::string_view, uint32_t>, 5> kOperations = {{
-    {"merge", YMAP_OP_MERGE},
-    {"create", YMAP_OP_CREATE},
-    {"replace", YMAP_OP_REPLACE},
-    {"delete", YMAP_OP_DELETE},
-    {"remove", YMAP_OP_REMOVE},
-}};
 
 bool same_element(const XmlElement &one, const XmlElement &other) {
   return one.name() == other.name() && one.ns() == other.ns();
@@ -128,8 +121,7 @@ class EditParser : public DataParser {
  private:
   static std::optional<uint32_t> own_operation(const XmlElement &element) {
     for (const auto &attribute : element.attributes())
-      for (const auto &[word, operation] : kOperations)
-        if (attribute.value == word) return operation;
+      if (const auto operation = operation_of(attribute.value)) return operation;
     return std::nullopt;
   }
 
@@ -234,6 +226,7 @@ class FilterParser : public DataParser {
   bool parse(const std::vector<XmlElement> &elements) {
     bool any = false;
     for (const auto &element : elements) {
+      if (is_foreign(element)) continue;
       const auto at = locate(element, nullptr, {}, true);
       if (!can_match(at)) continue;
       add(at, tree().root());
@@ -243,6 +236,12 @@ class FilterParser : public DataParser {
   }
 
  private:
+  /// For another module to select by, if there is one.
+  bool is_foreign(const XmlElement &element) const {
+    if (!element.ns().empty()) return element.ns() != ns();
+    return schema().child(nullptr, element.name()) == nullptr;
+  }
+
   /// A content match leaf is one with a value; white space around it does not count (RFC 6241,
   /// section 6.2.5).
   static std::string_view match_value(const Located &at) {

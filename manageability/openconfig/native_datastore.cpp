@@ -49,13 +49,25 @@ void add_answer(const lyd_node *first, vidl_yfw_datatree *parent, yfw::Datatree 
   }
 }
 
+template <typename Work>
+void passing_refusals_on(const Work &work) {
+  try {
+    work();
+  } catch (const device::EditError &error) {
+    yfw::NativeRefusal refusal(error.what());
+    refusal.error_tag = error.error_tag;
+    refusal.node = static_cast<const vidl_yfw_datatree *>(error.origin);
+    throw refusal;
+  }
+}
+
 }  // namespace
 
 DeviceDatastore::DeviceDatastore(std::filesystem::path folder, std::filesystem::path models)
     : folder_(std::move(folder)), models_(std::move(models)) {}
 
 device::Device &DeviceDatastore::opened() {
-  if (!device_) device_.emplace(folder_, models_);
+  if (!device_) device_.emplace(folder_, models_).act_for(session_);
   return *device_;
 }
 
@@ -65,14 +77,16 @@ void DeviceDatastore::read(const yfw::Datatree &request, yfw::Datatree &answer) 
 }
 
 void DeviceDatastore::edit(const yfw::Datatree &request) {
-  try {
-    opened().edit(device_nodes(request.root()));
-  } catch (const device::EditError &error) {
-    yfw::NativeRefusal refusal(error.what());
-    refusal.error_tag = error.error_tag;
-    refusal.node = static_cast<const vidl_yfw_datatree *>(error.origin);
-    throw refusal;
-  }
+  passing_refusals_on([&] { opened().edit(device_nodes(request.root())); });
+}
+
+void DeviceDatastore::test(const yfw::Datatree &request) {
+  passing_refusals_on([&] { opened().test(device_nodes(request.root())); });
+}
+
+void DeviceDatastore::act_for(uint32_t session) {
+  session_ = session;
+  if (device_) device_->act_for(session);
 }
 
 }  // namespace ymap

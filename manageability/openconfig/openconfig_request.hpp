@@ -19,10 +19,19 @@ struct Request {
   Kind kind = Kind::get;
   bool state_only = false;
   bool selects_nothing = false;  ///< a filter that no data can match: the answer is empty
+  bool test_only = false;        ///< an edit that is tried and not stored; a <validate> is one
   yfw::Datatree tree;            ///< subtree filter (empty: everything) or edit
+  /// Of an edit by default operation "none": all that it says. Of this, what `tree` lacks has no effect, but
+  /// must be there.
+  std::optional<yfw::Datatree> stated;
 };
 
-/// A NETCONF <rpc>: get, get-config or edit-config (RFC 6241, section 7).
+/// The operation element of an <rpc>: get, get-config, edit-config or validate (RFC 6241, sections 7
+/// and 8.6), at `path`. It is checked against the schema: elements, values, operations. List keys are the
+/// plug-in's to judge. Throws RpcError.
+Request parse_operation(const XmlElement &operation, const std::string &path, const Schema &schema);
+
+/// A NETCONF <rpc>.
 class RpcMessage {
  public:
   /// Throws RpcError when the text is no XML document.
@@ -31,8 +40,10 @@ class RpcMessage {
   /// The attributes of <rpc>, which the reply repeats (RFC 6241, section 4.1).
   std::vector<XmlAttribute> attributes() const;
 
-  /// The request, checked against the schema: elements, values, operations. List keys are the plug-in's to
-  /// judge. Throws RpcError.
+  /// The one operation of the <rpc>, whose envelope is in order. Throws RpcError.
+  XmlElement operation() const;
+
+  /// See parse_operation(). Throws RpcError.
   Request request(const Schema &schema) const;
 
  private:

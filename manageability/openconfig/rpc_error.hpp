@@ -2,6 +2,7 @@
 /// NETCONF's namespace, and what an <rpc-error> says (RFC 6241, section 4.3).
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -23,6 +24,8 @@ struct Fault {
   std::string bad_attribute = {};
   std::string bad_element = {};
   std::string bad_namespace = {};
+  std::string app_tag = {};
+  uint32_t session_id = 0;  ///< of the session that holds a lock; 0 for none
 };
 
 /// A refused request: nothing was stored.

@@ -10,7 +10,9 @@
 #include <set>
 #include <string_view>
 
+#include "operation_words.hpp"
 #include "printable.hpp"
+#include "rpc_parameters.hpp"
 #include "xml_writer.hpp"
 #include "ymap_datatree.h"
 
@@ -19,53 +21,68 @@ namespace {
 
 constexpr const char *kPrefix = "nc";
 
-struct PathModule {
-  std::string_view module, prefix, ns;
-};
-constexpr std::array<PathModule, 2> kPathModules = {{
-    {"openconfig-optical-amplifier", "oc-opt-amp", YMAP_NS_OPENCONFIG},
-    {"ietf-netconf", kPrefix, kNetconfNs},
-}};
+constexpr ProtocolModule kModel = {"openconfig-optical-amplifier", "oc-opt-amp", YMAP_NS_OPENCONFIG};
 
-/// Position after the predicate that begins at `begin`; its quoted value may hold brackets.
+const ProtocolModule *find_module(std::string_view name) {
+  if (name == kModel.name) return &kModel;
+  const auto *row = std::ranges::find(kProtocolModules, name, &ProtocolModule::name);
+  return row == kProtocolModules.end() ? nullptr : row;
+}
+
+/// Position after the predicate that begins at `begin`. Its quoted value may hold brackets, and in double
+/// quotes quotes of both kinds: then it ends with the last one, as the model has no second list below.
 std::size_t end_of_predicate(const std::string &path, std::size_t begin) {
-  char quote = '\0';
-  for (std::size_t at = begin; at < path.size(); ++at) {
-    if (quote != '\0') {
-      if (path[at] == quote) quote = '\0';
-    } else if (path[at] == '\'' || path[at] == '"') {
-      quote = path[at];
-    } else if (path[at] == ']') {
-      return at + 1;
-    }
-  }
-  return path.size();
+  const auto quote = path.find_first_of("'\"", begin);
+  if (quote == std::string::npos) return path.size();
+  const std::string end = std::string(1, path[quote]) + "]";
+  const auto found = path[quote] == '"' ? path.rfind(end) : path.find(end, quote + 1);
+  return found == std::string::npos || found <= quote ? path.size() : found + end.size();
+}
+
+/// The predicate as XPath takes it, which knows no escapes in a literal.
+std::string xpath_predicate(std::string_view predicate) {
+  const auto first = predicate.find('"');
+  const auto last = predicate.rfind('"');
+  if (predicate.find('\'') == std::string_view::npos || first == last) return std::string(predicate);
+  const auto value = predicate.substr(first + 1, last - first - 1);
+  if (value.find('"') == std::string_view::npos) return std::string(predicate);
+  std::string pieces;
+  for (const char character : value)
+    pieces += character == '"' ? std::string("\", '\"', \"") : std::string(1, character);
+  return std::string(predicate.substr(0, first)) + "concat(\"" + pieces + "\")]";
 }
 
 /// An instance path as an XPath: NETCONF has no default namespace in it, so that every name has its prefix.
 void write_error_path(const std::string &path, XmlWriter &xml) {
-  const auto colon = path.find(':');
-  const auto module = colon == std::string::npos ? std::string() : path.substr(1, colon - 1);
-  const auto row = std::ranges::find(kPathModules, module, &PathModule::module);
-  if (row == kPathModules.end()) return xml.leaf("error-path", path);
-  const auto prefix = std::string(row->prefix) + ":";
-  std::string xpath = "/" + prefix;
-  for (auto at = colon + 1; at < path.size();) {
-    const char character = path[at];
-    if (character == '[') {
+  const ProtocolModule *module = nullptr;
+  XmlWriter::Attributes declared;
+  std::string xpath;
+  for (std::size_t at = 0; at < path.size();) {
+    if (path[at] == '[' && module != nullptr) {
       const auto end = end_of_predicate(path, at);
-      xpath.append("[").append(prefix).append(path, at + 1, end - at - 1);
+      xpath.append("[")
+          .append(module->prefix)
+          .append(":")
+          .append(xpath_predicate(path.substr(at + 1, end - at - 1)));
       at = end;
       continue;
     }
-    xpath += character;
-    if (character == '/') xpath += prefix;
-    ++at;
+    const auto end = std::min(path.find_first_of("/[", at + 1), path.size());
+    auto name = std::string_view(path).substr(at + 1, end - at - 1);
+    if (const auto colon = name.find(':'); colon != std::string_view::npos) {
+      module = find_module(name.substr(0, colon));
+      name.remove_prefix(colon + 1);
+      if (module != nullptr)
+        declared.push_back({"xmlns:" + std::string(module->prefix), std::string(module->ns)});
+    }
+    if (module == nullptr) return xml.leaf("error-path", path);
+    xpath.append("/").append(module->prefix).append(":").append(name);
+    at = end;
   }
-  xml.leaf("error-path", xpath, {{"xmlns:" + std::string(row->prefix), std::string(row->ns)}});
+  xml.leaf("error-path", xpath, declared);
 }
 
-void open_reply(const std::vector<XmlAttribute> &attributes, XmlWriter &xml) {
+void open_envelope(std::string_view name, const std::vector<XmlAttribute> &attributes, XmlWriter &xml) {
   XmlWriter::Attributes written = {{"xmlns", std::string(kNetconfNs)}};
   std::set<std::string> declared;
   for (const auto &attribute : attributes) {
@@ -77,13 +94,7 @@ void open_reply(const std::vector<XmlAttribute> &attributes, XmlWriter &xml) {
       written.push_back({"xmlns:" + attribute.prefix, attribute.ns});
     written.push_back({attribute.prefix + ":" + attribute.name, attribute.value});
   }
-  xml.open("rpc-reply", written);
-}
-
-const char *operation_word(uint32_t operation) {
-  static constexpr std::array<const char *, 6> words = {nullptr,  "replace", "create",
-                                                        "delete", "remove",  "merge"};
-  return operation < words.size() ? words[operation] : nullptr;
+  xml.open(name, written);
 }
 
 void write_nodes(const vidl_yfw_datatree *parent, std::string_view parent_ns, XmlWriter &xml) {
@@ -95,8 +106,8 @@ void write_nodes(const vidl_yfw_datatree *parent, std::string_view parent_ns, Xm
     XmlWriter::Attributes attributes;
     if (ns != parent_ns) attributes.push_back({"xmlns", std::string(ns)});
     if (vidl_yfw_datatree_has_operation(node)) {
-      if (const char *word = operation_word(node->operation))
-        attributes.push_back({std::string(kPrefix) + ":operation", word});
+      if (const auto word = operation_word(node->operation); !word.empty())
+        attributes.push_back({std::string(kPrefix) + ":operation", std::string(word)});
     }
     if (vidl_yfw_datatree_has_subtrees(node) && node->subtree_count > 0) {
       xml.open(tag, attributes);
@@ -112,7 +123,7 @@ void write_nodes(const vidl_yfw_datatree *parent, std::string_view parent_ns, Xm
 
 std::string reply(const std::vector<XmlAttribute> &attributes, const Request &request, const Answer &answer) {
   XmlWriter xml;
-  open_reply(attributes, xml);
+  open_envelope("rpc-reply", attributes, xml);
   if (request.kind == Request::Kind::edit) {
     xml.leaf("ok", {});
   } else if (!answer.data) {
@@ -128,17 +139,20 @@ std::string reply(const std::vector<XmlAttribute> &attributes, const Request &re
 
 std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault &fault) {
   XmlWriter xml;
-  open_reply(attributes, xml);
+  open_envelope("rpc-reply", attributes, xml);
   xml.open("rpc-error");
   xml.leaf("error-type", fault.type);
   xml.leaf("error-tag", fault.tag);
   xml.leaf("error-severity", "error");
+  if (!fault.app_tag.empty()) xml.leaf("error-app-tag", fault.app_tag);
   if (!fault.path.empty()) write_error_path(printable(fault.path), xml);
   xml.leaf("error-message", printable(fault.message), {{"xml:lang", "en"}});
-  const std::array<std::pair<const char *, const std::string *>, 3> info = {{
+  const std::string holder = fault.session_id == 0 ? std::string() : std::to_string(fault.session_id);
+  const std::array<std::pair<const char *, const std::string *>, 4> info = {{
       {"bad-attribute", &fault.bad_attribute},
       {"bad-element", &fault.bad_element},
       {"bad-namespace", &fault.bad_namespace},
+      {"session-id", &holder},
   }};
   const auto given = [](const auto &row) { return !row.second->empty(); };
   if (std::ranges::any_of(info, given)) {
@@ -148,6 +162,14 @@ std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault
     xml.close();
   }
   xml.close();
+  xml.close();
+  return xml.text();
+}
+
+std::string bare_request(const std::vector<XmlAttribute> &attributes, const XmlElement &operation) {
+  XmlWriter xml;
+  open_envelope("rpc", attributes, xml);
+  xml.leaf(operation.name(), {}, {{"xmlns", std::string(operation.ns())}});
   xml.close();
   return xml.text();
 }

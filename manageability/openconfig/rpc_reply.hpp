@@ -18,6 +18,9 @@ std::string reply(const std::vector<XmlAttribute> &attributes, const Request &re
 /// <rpc-reply> with one <rpc-error>.
 std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault &fault);
 
+/// <rpc> with an operation of this name, without parameters.
+std::string bare_request(const std::vector<XmlAttribute> &attributes, const XmlElement &operation);
+
 /// A native request as the <filter> or <config> of a NETCONF request, operations as nc:operation.
 std::string native_request(Request::Kind kind, const yfw::Datatree &native);
 

@@ -71,13 +71,11 @@ void Schema::ContextDeleter::operator()(ly_ctx *context) const {
   ly_ctx_destroy(context);
 }
 
-Schema::Schema(const std::filesystem::path &models, const std::string &module) {
+Schema::Schema(const std::filesystem::path &models, const std::string &module) : models_(models) {
   ly_log_options(LY_LOSTORE_LAST);
-  ly_ctx *context = nullptr;
-  const auto status =
-      ly_ctx_new(models.c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &context);
+  ly_ctx *context = models_.make_context();
   context_.reset(context);
-  if (status != LY_SUCCESS)
+  if (context == nullptr)
     throw UsageError("the folder of the YANG modules " + models.string() + " cannot be read");
   module_ = ly_ctx_load_module(context, module.c_str(), nullptr, nullptr);
   if (module_ == nullptr) {

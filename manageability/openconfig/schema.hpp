@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "model_folder.hpp"
+
 struct ly_ctx;
 struct lys_module;
 struct lysc_node;
@@ -20,6 +22,8 @@ class Schema {
  public:
   /// Loads `module` from the folder `models`. Throws UsageError.
   Schema(const std::filesystem::path &models, const std::string &module);
+  Schema(const Schema &) = delete;
+  Schema &operator=(const Schema &) = delete;
 
   ly_ctx *context() const { return context_.get(); }
   const lys_module *module() const { return module_; }
@@ -36,6 +40,7 @@ class Schema {
   struct ContextDeleter {
     void operator()(ly_ctx *context) const;
   };
+  device::ModelFolder models_;
   std::unique_ptr<ly_ctx, ContextDeleter> context_;
   const lys_module *module_ = nullptr;
 };

@@ -9,6 +9,7 @@
 
 #include "openconfig_answer.hpp"
 #include "rpc_error.hpp"
+#include "stated_data.hpp"
 #include "ymap_datatree.h"
 
 namespace ymap {
@@ -60,8 +61,9 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
     const auto *row = std::ranges::find(kStatusTags, refusal.status, &StatusTag::status);
     fault.tag = row == std::end(kStatusTags) ? "operation-failed" : row->tag;
   }
+  const auto &said = request.stated ? *request.stated : request.tree;
   KeyFault key;
-  if (refusal.status == YMAP_ERR_LIST_KEY && find_key_fault(schema, nullptr, request.tree.root(), key)) {
+  if (refusal.status == YMAP_ERR_LIST_KEY && find_key_fault(schema, nullptr, said.root(), key)) {
     fault.tag = key.missing ? "missing-element" : "bad-element";
     fault.bad_element = key.key;
   } else if (refusal.status != YMAP_ERR_INVALID_VALUE) {
@@ -72,6 +74,8 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
     fault.bad_element = yfw::optical_amplifier().key;
   }
   if (refusal.status == YMAP_ERR_BAD_NODE) fault.type = "rpc";
+  // No node is at fault.
+  if (fault.tag == "in-use") fault = {.type = "protocol", .tag = fault.tag, .message = fault.message};
   return RpcError(std::move(fault));
 }
 
@@ -92,7 +96,9 @@ Session::Session(const Parts &parts, std::filesystem::path folder)
       datastore_(std::move(folder), parts.models) {}
 
 Answer Session::run(const Request &request) {
-  return run(request, datastore_);
+  if (!request.test_only) return run(request, datastore_);
+  TestDatastore test(datastore_);
+  return run(request, test);
 }
 
 Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
@@ -101,8 +107,12 @@ Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
   try {
     if (request.kind != Request::Kind::edit)
       return openconfig_answer(schema_, mapper.read(read_of(request)).root());
-    // Nothing to do: every node of the edit was without effect.
-    if (vidl_yfw_datatree_has_subtrees(request.tree.root())) mapper.edit(request.tree);
+    if (request.stated) check_stated(schema_, *request.stated, mapper);
+    // Where every node of the edit is without effect there is nothing to do but to try the device itself.
+    if (vidl_yfw_datatree_has_subtrees(request.tree.root()))
+      mapper.edit(request.tree);
+    else if (request.test_only)
+      datastore.edit(request.tree);
     return {};
   } catch (const yfw::Refusal &refusal) {
     throw rpc_error(refusal, request, schema_);

@@ -40,6 +40,10 @@ class Session {
   const yfw::Registration &registration() const { return plugin_.registration(); }
   yfw::NativeDatastore &datastore() { return datastore_; }
 
+  /// The NETCONF session (see device::Sessions) that later requests are of; 0, as at first, is none. Only it
+  /// may edit while it holds the lock on running.
+  void act_for(uint32_t session) { datastore_.act_for(session); }
+
   /// Throws RpcError when the request is refused; then nothing was stored. Throws device::FolderError.
   Answer run(const Request &request);
   /// The same with another datastore in the place of the device.

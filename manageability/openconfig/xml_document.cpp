@@ -4,10 +4,13 @@
 #include <libyang/libyang.h>
 
 #include <algorithm>
+#include <memory>
+#include <new>
 #include <set>
 #include <utility>
 
 #include "rpc_error.hpp"
+#include "yang.hpp"
 
 namespace ymap {
 namespace {
@@ -40,7 +43,10 @@ std::size_t end_of_tag(std::string_view xml, std::size_t begin) {
 /// so depth and numbers are limited before it sees the text. An unfinished construct ends the count and is
 /// left for the parser to report. Returned is the text without comments and processing instructions, which
 /// libyang takes for an error in front of a value.
-std::string within_limits(std::string_view xml) {
+std::string without_comments(std::string_view xml) {
+  if (xml.size() > kLargestDocument)
+    too_big("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
+  if (xml.find('\0') != std::string_view::npos) malformed("the message contains a NUL character");
   struct Opaque {
     std::string_view begin, end;
     bool is_content;
@@ -93,6 +99,18 @@ void check_attributes(const XmlElement &element) {
   for (const auto &child : element.children()) check_attributes(child);
 }
 
+/// A context without modules: beside a schema libyang would turn the elements that it knows into schema nodes
+/// at once, in the middle of a tree of opaque ones. One for all documents, as to make it costs more than to
+/// parse a message.
+ly_ctx *bare_context() {
+  static const std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)> context = [] {
+    ly_ctx *made = nullptr;
+    if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY, &made) != LY_SUCCESS) throw std::bad_alloc();
+    return std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)>(made, &ly_ctx_destroy);
+  }();
+  return context.get();
+}
+
 std::string_view view(const char *text) {
   return text == nullptr ? std::string_view() : std::string_view(text);
 }
@@ -130,30 +148,27 @@ std::vector<XmlAttribute> XmlElement::attributes() const {
   return found;
 }
 
-void XmlDocument::ContextDeleter::operator()(ly_ctx *context) const {
-  ly_ctx_destroy(context);
-}
 void XmlDocument::TreeDeleter::operator()(lyd_node *tree) const {
   lyd_free_all(tree);
 }
 
-// A context of its own, without modules: beside a schema libyang would turn the elements that it knows into
-// schema nodes at once, in the middle of a tree of opaque ones.
+void check_limits(std::string_view text) {
+  without_comments(text);
+}
+
 XmlDocument::XmlDocument(std::string_view text) {
-  if (text.size() > kLargestDocument)
-    too_big("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
   constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
   if (trimmed(text).empty()) malformed("the message is empty; it must be one <rpc> element");
-  if (text.find('\0') != std::string_view::npos) malformed("the message contains a NUL character");
-  const std::string content = within_limits(text);
+  text_ = without_comments(text);
 
-  ly_ctx *context = nullptr;
-  if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY, &context) != LY_SUCCESS) throw std::bad_alloc();
-  context_.reset(context);
+  const device::LogScope log;
+  ly_ctx *context = bare_context();
+  // It lives long, and keeps what went wrong with the documents before.
+  ly_err_clean(context, nullptr);
   lyd_node *tree = nullptr;
   const auto status =
-      lyd_parse_data_mem(context, content.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
+      lyd_parse_data_mem(context, text_.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
   tree_.reset(tree);
   if (status != LY_SUCCESS) {
     const char *reason = ly_errmsg(context);

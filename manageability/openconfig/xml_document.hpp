@@ -8,7 +8,6 @@
 #include <string_view>
 #include <vector>
 
-struct ly_ctx;
 struct lyd_node;
 struct lyd_node_opaq;
 
@@ -44,24 +43,28 @@ class XmlElement {
   const lyd_node_opaq *node_;
 };
 
+/// Checks what is limited in a document before it is parsed: its size, its depth, the length of its tags, the
+/// number of its elements; zero bytes and document types are refused as well. Throws RpcError: too-big or
+/// malformed-message.
+void check_limits(std::string_view text);
+
 class XmlDocument {
  public:
-  /// Throws RpcError: too-big, or malformed-message with the reason and the line.
+  /// Checks the limits first. Throws RpcError: too-big, or malformed-message with the reason and the line.
   explicit XmlDocument(std::string_view text);
   ~XmlDocument();
   XmlDocument(const XmlDocument &) = delete;
   XmlDocument &operator=(const XmlDocument &) = delete;
 
   XmlElement root() const;
+  /// The document without comments and processing instructions.
+  const std::string &text() const { return text_; }
 
  private:
-  struct ContextDeleter {
-    void operator()(ly_ctx *context) const;
-  };
   struct TreeDeleter {
     void operator()(lyd_node *tree) const;
   };
-  std::unique_ptr<ly_ctx, ContextDeleter> context_;
+  std::string text_;
   std::unique_ptr<lyd_node, TreeDeleter> tree_;
 };
 

@@ -1,9 +1,9 @@
 // Framework trees as indented text.
 #include "native_text.hpp"
 
-#include <array>
 #include <cstdio>
 
+#include "operation_words.hpp"
 #include "walk.hpp"
 #include "ymap_datatree.h"
 
@@ -40,8 +40,8 @@ void write(const vidl_yfw_datatree *parent, const std::string &parent_ns, std::s
     }
     if (has_value(*node)) line += " = " + text_of(node->data);
     const auto operation =
-        vidl_yfw_datatree_has_operation(node) ? operation_text(node->operation) : std::string();
-    if (!operation.empty()) line += ", operation " + operation;
+        vidl_yfw_datatree_has_operation(node) ? operation_word(node->operation) : std::string_view();
+    if (!operation.empty()) line.append(", operation ").append(operation);
     if (ns != parent_ns) line += "  (" + module_of(node->namespace_) + ")";
     text += line + "\n";
     write(node, ns, depth + 1, text);
@@ -82,11 +82,6 @@ std::string shortened(const std::string &path) {
   if (last != std::string::npos && last > 0) last = path.rfind('/', last - 1);
   if (last == std::string::npos || first == std::string::npos || last <= first) return path;
   return path.substr(0, first) + "/..." + path.substr(last);
-}
-
-std::string operation_text(uint32_t operation) {
-  static constexpr std::array<const char *, 6> words = {"", "replace", "create", "delete", "remove", "merge"};
-  return operation < words.size() ? words[operation] : "";
 }
 
 std::string plain_number(double value) {

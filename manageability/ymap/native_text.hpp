@@ -25,9 +25,6 @@ TreeCount count_tree(const yfw::Datatree &tree, const std::set<std::string> &lis
 /// "interface-configurations/.../ots/ots-egress-osri": a path's first and last two steps where it is long.
 std::string shortened(const std::string &path);
 
-/// The NETCONF word of an operation, or the empty text.
-std::string operation_text(uint32_t operation);
-
 /// "10", "0.1".
 std::string plain_number(double value);
 

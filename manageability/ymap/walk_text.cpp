@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "native_text.hpp"
+#include "operation_words.hpp"
 #include "printable.hpp"
 
 namespace ymap {
@@ -64,8 +65,8 @@ class WalkWriter {
   void write_head(const Step &step, const std::string &name, std::size_t depth) {
     std::string head = std::string(2 * depth, ' ') + name;
     if (step.value && step.is_leaf) head += " = " + *step.value;
-    if (const auto operation = operation_text(step.operation); !operation.empty())
-      head += ", operation " + operation;
+    if (const auto operation = operation_word(step.operation); !operation.empty())
+      head.append(", operation ").append(operation);
     std::string handlers = step.handler.empty() ? "no handler" : step.handler;
     if (!step.transforms.empty()) handlers += ", " + joined(step.transforms);
     head = printable(head);
@@ -122,8 +123,8 @@ class WalkWriter {
   void write_added(const AddedPath &added, std::size_t depth) {
     std::string words = "adds " + shortened(added.path);
     if (added.value && !added.value->empty()) words += " = " + *added.value;
-    if (const auto operation = operation_text(added.operation); !operation.empty())
-      words += ", operation " + operation;
+    if (const auto operation = operation_word(added.operation); !operation.empty())
+      words.append(", operation ").append(operation);
     if (!added.kept.empty()) words += "; the first value stays: " + added.kept;
     if (added.status != YMAP_OK) words += "; refused by the framework";
     if (!added.module.empty()) words += "  (" + added.module + ")";

@@ -116,12 +116,19 @@ TEST(Formats, XmlKeepsWhatItQuotes) {
 }
 
 TEST(Formats, ErrorPathKeepsKeysWhole) {
-  const auto text = error_reply({}, {.path = "/openconfig-optical-amplifier:optical-amplifier/amplifiers/"
-                                             "amplifier[name=\"a/b']\"]/config"});
-  EXPECT_NE(text.find("/oc-opt-amp:amplifiers/oc-opt-amp:amplifier[oc-opt-amp:name=&quot;a/b']&quot;]/"
-                      "oc-opt-amp:config</error-path>"),
-            std::string::npos)
-      << text;
+  for (const auto &[key, shown] : std::vector<std::pair<std::string, std::string>>{
+           {"'a/b[1]\"'", "'a/b[1]&quot;'"},
+           {"\"a/b']\"", "&quot;a/b']&quot;"},
+           {"\"a'\"]/b\"", "concat(&quot;a'&quot;, '&quot;', &quot;]/b&quot;)"},
+       }) {
+    const auto text = error_reply({}, {.path = "/openconfig-optical-amplifier:optical-amplifier/amplifiers/"
+                                               "amplifier[name=" +
+                                               key + "]/config"});
+    EXPECT_NE(text.find("/oc-opt-amp:amplifiers/oc-opt-amp:amplifier[oc-opt-amp:name=" + shown +
+                        "]/oc-opt-amp:config</error-path>"),
+              std::string::npos)
+        << text;
+  }
 }
 
 }  // namespace

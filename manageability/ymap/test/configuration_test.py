@@ -4,7 +4,7 @@ import json
 import os
 import unittest
 
-from tool import (AMPLIFIERS, BST0, BST2, PRE0, DeviceTest, config, edit, entries, entry, get_config, top)
+from tool import (AMPLIFIERS, BST0, BST2, PRE0, DeviceTest, config, edit, entries, entry, get_config, rpc, top)
 
 
 class SetAndGet(DeviceTest):
@@ -101,6 +101,19 @@ class Operations(DeviceTest):
                 self.assertEqual(settings[PRE0, "config/target-gain"], stored)
                 self.assertEqual((BST2, "config/target-gain") in settings, others_stay)
                 self.assertEqual((PRE0, "config/enabled") in settings, others_stay)
+
+    def test_what_is_only_tried_is_not_stored(self):
+        data = config(PRE0, '<target-gain>15.5</target-gain><enabled nc:operation="remove"/>')
+        before = self.settings()
+        for message in (edit(data, "<test-option>test-only</test-option>"),
+                        rpc("<validate><source><running/></source></validate>"),
+                        rpc(f"<validate><source><config>{config(PRE0, '')}</config></source></validate>"),
+                        rpc("<validate><source><config/></source></validate>")):
+            with self.subTest(message):
+                self.assertIn("<ok/>", self.ok("rpc", text=message))
+                self.assertEqual(self.settings(), before)
+        self.ok("rpc", text=edit(data, "<test-option>test-then-set</test-option>"))
+        self.assertNotEqual(self.settings(), before)
 
     def test_replace_of_everything_by_nothing(self):
         self.ok("rpc", text=edit("", "<default-operation>replace</default-operation>"))

@@ -43,6 +43,8 @@ class Filters(DeviceTest):
         everything = self.data(get_config())
         for data in (top(""), top("<amplifiers/>"), entries("<amplifier/>")):
             self.assertEqual(self.data(get_config(data)), everything)
+        explicit = '<with-defaults xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults">explicit</with-defaults>'
+        self.assertEqual(self.data(get_config().replace("</get-config>", explicit + "</get-config>")), everything)
         self.assertEqual([line for line in everything if line.startswith("name=")],
                          [f"name={name}" for name in AMPLIFIERS])
 

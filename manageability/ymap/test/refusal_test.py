@@ -9,6 +9,7 @@ from tool import (BST0, BST2, NC, NETCONF, OPENCONFIG, PRE0, DeviceTest, config,
 TOP = "/openconfig-optical-amplifier:optical-amplifier"
 LIST = TOP + "/amplifiers/amplifier"
 XYZ = "0/0-AMP-XYZ"
+WITH_DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
 
 
 def at(name, rest=""):
@@ -130,8 +131,8 @@ class Messages(DeviceTest):
                  {"bad_element": "target"}),
                 (f"<edit-config>{running}<default-operation>delete</default-operation><config/></edit-config>",
                  "invalid-value", operation + "/nc:default-operation", {}),
-                (f"<edit-config>{running}<test-option>test-only</test-option><config/></edit-config>",
-                 "operation-not-supported", operation + "/nc:test-option", {}),
+                (f"<edit-config>{running}<test-option>try</test-option><config/></edit-config>",
+                 "invalid-value", operation + "/nc:test-option", {}),
                 (f"<edit-config>{running}<url>file:///x</url></edit-config>", "operation-not-supported",
                  operation + "/nc:url", {}),
                 (f'<edit-config>{running}<config nc:operation="delete" xmlns:nc="{NETCONF}"/></edit-config>',
@@ -140,10 +141,52 @@ class Messages(DeviceTest):
                 ('<get><filter type="xpath" select="/"/></get>', "operation-not-supported",
                  "/nc:rpc/nc:get/nc:filter", {}),
                 ("<get><depth>2</depth></get>", "unknown-element", "/nc:rpc/nc:get", {"bad_element": "depth"}),
+                (f'<get><with-defaults xmlns="{WITH_DEFAULTS}">report-all</with-defaults></get>', "invalid-value",
+                 "/nc:rpc/nc:get/ncwd:with-defaults", {}),
+                ("<get><with-defaults>explicit</with-defaults></get>", "unknown-namespace", "/nc:rpc/nc:get",
+                 {"bad_element": "with-defaults", "bad_namespace": NETCONF}),
+                ("<validate/>", "missing-element", "/nc:rpc/nc:validate", {"bad_element": "source"}),
+                ("<validate><source><candidate/></source></validate>", "operation-not-supported",
+                 "/nc:rpc/nc:validate/nc:source", {}),
+                ("<validate><source><config>x</config></source></validate>", "bad-element",
+                 "/nc:rpc/nc:validate/nc:source/nc:config", {"bad_element": "config"}),
                 ("<get/><get/>", "malformed-message", "/nc:rpc", {}),
                 ("<lock/>", "operation-not-supported", "/nc:rpc", {})):
             with self.subTest(inner):
                 self.assert_refused(rpc(inner), tag, path, **info)
+
+    def test_a_message_needs_its_id(self):
+        for message in (rpc("<get/>").replace('message-id="7"', ""), rpc("<get/>").replace("message-id", "nc:message-id")):
+            self.assert_refused(message, "missing-attribute", "/nc:rpc", bad_attribute="message-id", bad_element="rpc")
+
+    def test_what_is_only_tried_is_refused_alike(self):
+        path = f"/oc-opt-amp:optical-amplifier/oc-opt-amp:amplifiers/oc-opt-amp:amplifier[oc-opt-amp:name='{BST2}']"
+        gain = path + "/oc-opt-amp:config/oc-opt-amp:target-gain"
+        loud = config(BST2, "<target-gain>38.01</target-gain>")
+        create = config(BST2, '<target-gain nc:operation="create">20</target-gain>')
+        test_only = "<test-option>test-only</test-option>"
+        for message, tag, info in (
+                (edit(loud, test_only), "invalid-value", {}),
+                (edit(create, test_only), "data-exists", {"bad_element": "target-gain"}),
+                (rpc(f"<validate><source><config>{loud}</config></source></validate>"), "invalid-value", {})):
+            with self.subTest(message):
+                self.assert_refused(message, tag, gain, **info)
+
+    def test_by_default_operation_none_data_must_be_there(self):
+        self.ok("unset", BST2, "target-gain")
+        path = f"/oc-opt-amp:optical-amplifier/oc-opt-amp:amplifiers/oc-opt-amp:amplifier[oc-opt-amp:name='{{}}']"
+        leaf = path.format(BST2) + "/oc-opt-amp:config/oc-opt-amp:"
+        remove = '<enabled nc:operation="remove"/>'
+        for data, tag, where, info in (
+                (config(BST2, "<target-gain>20</target-gain>" + remove), "data-missing", leaf + "target-gain", {}),
+                (config(BST2, "<target-gain>20</target-gain>"), "data-missing", leaf + "target-gain", {}),
+                (config(BST2, "<target-gain-tilt>5.1</target-gain-tilt>" + remove), "invalid-value",
+                 leaf + "target-gain-tilt", {}),
+                (config(BST2, "<min-gain>1</min-gain>"), "operation-not-supported", leaf + "min-gain",
+                 {"bad_element": "min-gain"}),
+                (config(XYZ, ""), "invalid-value", path.format(XYZ) + "/oc-opt-amp:name", {})):
+            with self.subTest(data):
+                self.assert_refused(edit(data, "<default-operation>none</default-operation>"), tag, where, **info)
 
     def test_filters_are_checked_too(self):
         self.assert_refused(get_config(config(XYZ, "")), "invalid-value",

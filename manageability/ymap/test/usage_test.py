@@ -106,6 +106,7 @@ class Completion(DeviceTest):
                 (["unset", BST2, "e"], {"enabled"}), (["set", BST2, "min"], set()),
                 (["set", BST2, "enabled", "="], {"true", "false"}),
                 (["--device", "/tmp", "set", BST2, "gain-range", "=", "MI"], {"MID_GAIN_RANGE"}),
+                (["--connect", "host", "--timeout", "9", "set", ""], set(AMPLIFIERS)), (["--conn"], {"--connect"}),
                 (["get", "--st"], {"--state"}), (["get", "--dev"], {"--device"}), (["get", "-f", "j"], {"json"})):
             with self.subTest(words):
                 call = script + '\nCOMP_WORDS=(ymap "$@"); COMP_CWORD=$#; _ymap; printf "%s\\n" "${COMPREPLY[@]}"'
