@@ -1,17 +1,25 @@
 # make demo    builds and shows the tool at work        make check   builds and runs every test
 # make bench   builds and runs the benchmarks           make fuzz    runs each fuzzer for FUZZ_SECONDS
 # make lint    clang-tidy over all sources              make install installs below PREFIX (default /usr/local)
+# make package makes build/ymap_VERSION_ARCH.deb, for Debian
+# make serve   serves NETCONF on 127.0.0.1:PORT, for the device in the folder DEVICE (default: your own)
 PREFIX ?= /usr/local
+PORT ?= 8300
 JOBS ?= $(shell nproc)
 
 FUZZ_SECONDS ?= 1200
 
-.PHONY: demo check bench fuzz install lint format clean packages
+.PHONY: demo serve check bench fuzz install package lint format clean packages
 
 demo: packages
 	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
 	@cmake --build --preset release -j $(JOBS) -- --no-print-directory
 	@scripts/demo build/release/bin/ymap
+
+serve: packages
+	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
+	@cmake --build --preset release -j $(JOBS) -- --no-print-directory
+	@scripts/serve build/release/bin/ymap $(PORT) $(if $(DEVICE),"$(DEVICE)")
 
 check: packages
 	cmake --preset asan
@@ -25,6 +33,7 @@ bench: packages
 	cmake --preset release -DBUILD_TESTING=OFF -DYMAP_BENCHMARKS=ON
 	cmake --build --preset release -j $(JOBS)
 	build/release/bin/ymap_bench
+	build/release/bin/netconf_bench
 
 fuzz: packages
 	cmake --preset fuzz
@@ -39,6 +48,13 @@ install: packages
 	cmake --preset release -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	cmake --build --preset release -j $(JOBS)
 	cmake --install build/release
+
+# In a folder of its own: the paths of an installation below /usr are compiled in.
+package: packages
+	cmake --preset release -B build/package -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=/usr
+	cmake --build build/package -j $(JOBS)
+	cpack --config build/package/CPackConfig.cmake -B build/package/out
+	mv build/package/out/ymap_*.deb build/
 
 # Tests build objects for their errors alone and join texts freely; benchmarks count rounds in a variable of no use.
 LINT_TESTS = --checks=-performance-*,-clang-analyzer-deadcode.DeadStores,-bugprone-exception-escape,-bugprone-suspicious-missing-comma,-bugprone-unused-raii

@@ -6,10 +6,13 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <thread>
 
+#include "client.hpp"
 #include "completion.hpp"
 #include "explain.hpp"
 #include "mapping.hpp"
@@ -17,6 +20,7 @@
 #include "parts.hpp"
 #include "printable.hpp"
 #include "rpc_reply.hpp"
+#include "server.hpp"
 #include "session.hpp"
 #include "table.hpp"
 #include "terminal.hpp"
@@ -32,8 +36,8 @@ void print(const std::string &text) {
   if (!std::cout) throw UsageError("standard output cannot be written");
 }
 
-void print_warnings(const Answer &answer) {
-  for (const auto &warning : answer.warnings) std::cerr << "ymap: warning: " << printable(warning) << "\n";
+void print_warnings(const std::vector<std::string> &warnings) {
+  for (const auto &warning : warnings) std::cerr << "ymap: warning: " << printable(warning) << "\n";
 }
 
 /// All of a file; of one that is too large, enough to be refused.
@@ -66,13 +70,16 @@ std::string render(const Data &data, Options::Format format, const Terminal &ter
   return print_table(data, terminal);
 }
 
-int get(Session &session, const Options &options) {
+/// Runs a request at a device, wherever that is. Throws as Session::run().
+using Run = std::function<Answer(const Request &)>;
+
+int get(const Schema &schema, const Run &run, const Options &options) {
   const auto kind = options.config_only ? Request::Kind::get_config : Request::Kind::get;
-  const auto request = read_request(session.schema(), kind, options.state_only, options.amplifiers);
+  const auto request = read_request(schema, kind, options.state_only, options.amplifiers);
   const auto terminal = Terminal::of_standard_output();
   while (true) {
-    const auto answer = session.run(request);
-    print_warnings(answer);
+    const auto answer = run(request);
+    print_warnings(answer.warnings);
     const auto text = render(answer.data, options.format, terminal);
     if (!options.watch) {
       print(text);
@@ -104,8 +111,8 @@ std::vector<Assignment> assignments(const Options &options) {
   return list;
 }
 
-int edit(Session &session, const Options &options) {
-  print_warnings(session.run(edit_request(session.schema(), options.amplifier, assignments(options))));
+int edit(const Schema &schema, const Run &run, const Options &options) {
+  print_warnings(run(edit_request(schema, options.amplifier, assignments(options))).warnings);
   return kDone;
 }
 
@@ -118,7 +125,7 @@ int rpc(Session &session, const Options &options) {
     attributes = message.attributes();
     const auto request = message.request(session.schema());
     const auto answer = session.run(request);
-    print_warnings(answer);
+    print_warnings(answer.warnings);
     print(reply(attributes, request, answer));
     return kDone;
   } catch (const RpcError &error) {
@@ -151,13 +158,15 @@ int map(Session &session, const Options &options) {
   return kDone;
 }
 
-int dispatch(Session &session, const Options &options) {
+int dispatch(Session &session, const Parts &parts, const std::filesystem::path &folder,
+             const Options &options) {
+  const auto run = [&](const Request &request) { return session.run(request); };
   switch (options.command) {
     case Options::Command::get:
-      return get(session, options);
+      return get(session.schema(), run, options);
     case Options::Command::set:
     case Options::Command::unset:
-      return edit(session, options);
+      return edit(session.schema(), run, options);
     case Options::Command::rpc:
       return rpc(session, options);
     case Options::Command::translate:
@@ -166,6 +175,9 @@ int dispatch(Session &session, const Options &options) {
       return explain(session, options);
     case Options::Command::map:
       return map(session, options);
+    case Options::Command::netconf:
+      netconf::serve(session, folder, parts.models);
+      return kDone;
     case Options::Command::completion:
       print(bash_completion(session));
       return kDone;
@@ -199,14 +211,41 @@ bool needs_device(Options::Command command) {
          command != Options::Command::completion;
 }
 
+/// The commands that need no more of a device than a NETCONF server gives.
+int run_connected(const Options &options) {
+  using Command = Options::Command;
+  const bool read = options.command == Command::get;
+  if (!read && options.command != Command::set && options.command != Command::unset)
+    throw UsageError("--connect is for get, set and unset; the other commands run here");
+  if (!options.device.empty())
+    throw UsageError("--connect names a server and --device a folder; give one of them");
+  if (options.trace || options.light_trace)
+    throw UsageError("--trace and --light-trace are of the plug-in here, and --connect uses the server's");
+  const auto destination = netconf::parse_destination(options.connect);
+  const Schema schema(find_parts().models, yfw::optical_amplifier().openconfig_module);
+  const std::chrono::duration<double> patience(options.timeout);
+  // Opened by the first request, so that one which is wrong already here bothers no server.
+  std::optional<netconf::Client> client;
+  const auto run = [&](const Request &request) {
+    if (!client) {
+      client.emplace(schema, destination, std::chrono::ceil<std::chrono::milliseconds>(patience));
+      print_warnings(client->warnings());
+    }
+    return client->run(request);
+  };
+  return read ? get(schema, run, options) : edit(schema, run, options);
+}
+
 }  // namespace
 
 int run_command(const Options &options) {
+  if (!options.connect.empty()) return run_connected(options);
   std::filesystem::path folder;
   if (needs_device(options.command) || !options.device.empty()) folder = device_folder(options.device);
-  Session session(find_parts(), folder);
+  const auto parts = find_parts();
+  Session session(parts, folder);
   const Tracing tracing(options);
-  return dispatch(session, options);
+  return dispatch(session, parts, folder, options);
 }
 
 std::string describe(const Fault &fault) {

@@ -42,7 +42,7 @@ _ymap() {
   local command= amplifier= leaf= index
   for ((index = 1; index < COMP_CWORD; ++index)); do
     case ${COMP_WORDS[index]} in
-      --device | -f | --format | --watch) ((++index)) ;;
+      --device | --connect | --timeout | -f | --format | --watch) ((++index)) ;;
       -*) ;;
       *)
         if [[ -z $command ]]; then command=${COMP_WORDS[index]}
@@ -63,7 +63,7 @@ _ymap() {
       COMPREPLY=($(compgen -W "$words" -- "$current"))
       return
       ;;
-    --watch) COMPREPLY=(); return ;;
+    --connect | --timeout | --watch) COMPREPLY=(); return ;;
   esac
   if [[ $current == -* ]]; then
     words=${_ymap_options[-]}

@@ -19,9 +19,12 @@ Examples:
   ymap translate edit.xml                           what it would send to the device
   ymap explain edit.xml                             how it comes to that, step by step
   ymap map                                          the mapping, leaf by leaf
+  ymap --connect admin@192.0.2.7 get                from a NETCONF server, through ssh
 
-Exit status: 0 done, 1 the request was refused, 2 wrong usage or a broken device folder.
-Environment: YMAP_PLUGIN (plug-in library), YMAP_MODELS (folder of YANG modules), NO_COLOR.)";
+Exit status: 0 done, 1 the request was refused, 2 wrong usage, a broken device folder,
+or a server that does not answer.
+Environment: YMAP_PLUGIN (plug-in library), YMAP_MODELS and YMAP_IETF_MODULES (folders of YANG modules),
+YMAP_SSH (ssh command of --connect, such as "ssh -i KEY"), NO_COLOR.)";
 
 const char *const kGetExamples = R"(
 Examples:
@@ -84,6 +87,13 @@ Examples:
 
 The plug-in is asked leaf by leaf; no device is needed.)";
 
+const char *const kNetconfExamples = R"(
+Examples:
+  Subsystem netconf /usr/local/bin/ymap netconf --device /var/lib/ymap
+
+is a line of sshd_config: OpenSSH's server then runs the command for every session, and any NETCONF client can
+manage the amplifiers. All sessions of a device share its folder.)";
+
 const char *const kCompletionExamples = R"(
 Examples:
   source <(ymap completion bash)
@@ -98,6 +108,13 @@ class Parser {
     app_.require_subcommand(1);
     app_.add_option("--device", options_.device, "Folder of the emulated device; your own without it")
         ->type_name("DIR");
+    app_.add_option("--connect", options_.connect,
+                    "NETCONF server to get from, set and unset at, in the place of a device folder; port 830 "
+                    "without one")
+        ->type_name("[USER@]HOST[:PORT]");
+    app_.add_option("--timeout", options_.timeout, "How long the server may take to answer; 30 without it")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.1, 86400.0).description(""));
     app_.add_flag("--trace", options_.trace, "The plug-in's log on standard error");
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
     add_get();
@@ -111,6 +128,8 @@ class Parser {
     add_message(Options::Command::explain, "explain", "Tell how an <rpc> is mapped, step by step",
                 kExplainExamples);
     add_map();
+    add(Options::Command::netconf, "netconf", "Serve a NETCONF session on standard input and output",
+        kNetconfExamples);
     add_completion();
   }
 

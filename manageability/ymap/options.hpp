@@ -10,11 +10,13 @@
 namespace ymap {
 
 struct Options {
-  enum class Command { get, set, unset, rpc, translate, explain, map, completion };
+  enum class Command { get, set, unset, rpc, translate, explain, map, netconf, completion };
   enum class Format { text, xml, json };
 
   Command command = Command::get;
-  std::string device;  ///< folder; empty: the user's own
+  std::string device;   ///< folder; empty: the user's own
+  std::string connect;  ///< NETCONF server in the place of a device folder; empty: none
+  double timeout = 30;  ///< seconds that the server has for the login and for each answer
   bool trace = false;
   bool light_trace = false;
 

@@ -1,0 +1,163 @@
+// Requests per second of one NETCONF session and of eight, and what part of a session's processor time is the
+// translation (plug-in and runtime).
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "openconfig_request.hpp"
+#include "session.hpp"
+#include "session_process.hpp"
+
+namespace {
+
+using ymap::bench::SessionProcess;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::array<const char *, 3> kAmplifiers = {"0/0-AMP-PRE0", "0/0-AMP-BST0", "0/0-AMP-BST2"};
+
+/// A device folder with factory data that goes away with the program.
+class TemporaryDevice {
+ public:
+  TemporaryDevice() {
+    auto name = (std::filesystem::temp_directory_path() / "netconf-bench-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder for a device can be made");
+    folder_ = name;
+  }
+  ~TemporaryDevice() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+  TemporaryDevice(const TemporaryDevice &) = delete;
+  TemporaryDevice &operator=(const TemporaryDevice &) = delete;
+
+  const std::filesystem::path &folder() const { return folder_; }
+
+ private:
+  std::filesystem::path folder_;
+};
+
+const std::filesystem::path &device_folder() {
+  static const TemporaryDevice device;
+  return device.folder();
+}
+
+std::string rpc(const std::string &operation) {
+  return R"(<rpc message-id="1" xmlns="urn:ietf:params:xml:ns:netconf:base:1.0">)" + operation + "</rpc>";
+}
+
+std::string data_of(const std::string &amplifier, const std::string &inner) {
+  return R"(<optical-amplifier xmlns="http://openconfig.net/yang/optical-amplfier"><amplifiers><amplifier><name>)" +
+         amplifier + "</name>" + inner + "</amplifier></amplifiers></optical-amplifier>";
+}
+
+std::string get_config_message(const std::string &amplifier) {
+  return rpc("<get-config><source><running/></source><filter>" + data_of(amplifier, "") +
+             "</filter></get-config>");
+}
+
+std::string get_message(const std::string &amplifier) {
+  return rpc("<get><filter>" + data_of(amplifier, "") + "</filter></get>");
+}
+
+std::string edit_message(const std::string &amplifier) {
+  return rpc("<edit-config><target><running/></target><config>" +
+             data_of(amplifier,
+                     "<config><target-gain>15.5</target-gain><target-gain-tilt>-1.5</target-gain-tilt>"
+                     "<gain-range>MID_GAIN_RANGE</gain-range><enabled>true</enabled></config>") +
+             "</config></edit-config>");
+}
+
+/// The device, and the time that was spent in it.
+class TimedDevice : public yfw::NativeDatastore {
+ public:
+  explicit TimedDevice(yfw::NativeDatastore &device) : device_(device) {}
+  void read(const yfw::Datatree &request, yfw::Datatree &answer) override {
+    const auto begin = Clock::now();
+    device_.read(request, answer);
+    spent_ += Clock::now() - begin;
+  }
+  void edit(const yfw::Datatree &request) override {
+    const auto begin = Clock::now();
+    device_.edit(request);
+    spent_ += Clock::now() - begin;
+  }
+  double seconds() const { return std::chrono::duration<double>(spent_).count(); }
+
+ private:
+  yfw::NativeDatastore &device_;
+  Clock::duration spent_{};
+};
+
+/// Seconds that plug-in and runtime take for one such request, the device's part left out.
+double translation_time(const std::string &message) {
+  ymap::Session session({PLUGIN_FILE, MODEL_FOLDER}, device_folder());
+  const auto request = ymap::RpcMessage(message).request(session.schema());
+  TimedDevice device(session.datastore());
+  yfw::Mapper mapper(session.plugin(), device);
+  constexpr int rounds = 200;
+  const auto once = [&] {
+    if (request.kind == ymap::Request::Kind::edit)
+      mapper.edit(request.tree);
+    else
+      benchmark::DoNotOptimize(
+          mapper
+              .read({&request.tree,
+                     request.kind == ymap::Request::Kind::get ? YMAP_REQ_GET : YMAP_REQ_GET_CONFIG})
+              .root());
+  };
+  once();
+  const auto begin = Clock::now();
+  const double in_device = device.seconds();
+  for (int round = 0; round < rounds; ++round) once();
+  const double all = std::chrono::duration<double>(Clock::now() - begin).count();
+  return (all - (device.seconds() - in_device)) / rounds;
+}
+
+void run(benchmark::State &state, std::string (*message_for)(const std::string &amplifier)) {
+  const auto message =
+      message_for(kAmplifiers[static_cast<std::size_t>(state.thread_index()) % kAmplifiers.size()]);
+  SessionProcess session(YMAP_TOOL, device_folder());
+  if (session.exchange(message).find("<rpc-error>") != std::string::npos)
+    return state.SkipWithError("the request was refused");
+  const double before = session.processor_time();
+  for (auto _ : state) session.exchange(message);
+  const double used = session.processor_time() - before;
+  state.SetItemsProcessed(state.iterations());
+  if (state.threads() > 1) return;
+  const auto requests = static_cast<double>(state.iterations());
+  state.counters["cpu_us"] = 1e6 * used / requests;
+  const double translation = translation_time(message);
+  state.counters["map_us"] = 1e6 * translation;
+  if (used > 0) state.counters["map_%"] = 100 * translation * requests / used;
+}
+
+void get_config_one(benchmark::State &state) {
+  run(state, get_config_message);
+}
+void get_one(benchmark::State &state) {
+  run(state, get_message);
+}
+void edit_four_leaves(benchmark::State &state) {
+  run(state, edit_message);
+}
+// Two seconds, as processor time is counted in ticks of 10 ms.
+BENCHMARK(get_config_one)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(get_one)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(edit_four_leaves)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  std::signal(SIGPIPE, SIG_IGN);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

@@ -1,0 +1,129 @@
+// From a server's XML to answers and faults.
+#include "client_reply.hpp"
+
+#include <libyang/libyang.h>
+
+#include <map>
+
+#include "datatree.hpp"
+#include "openconfig_answer.hpp"
+#include "rpc_error.hpp"
+
+namespace ymap::netconf {
+namespace {
+
+class DataReader {
+ public:
+  explicit DataReader(const Schema &schema) : schema_(schema) {}
+
+  Answer read(const std::vector<XmlElement> &elements) {
+    yfw::Datatree tree;
+    add(elements, nullptr, tree, tree.root(), {});
+    auto answer = openconfig_answer(schema_, tree.root());
+    answer.warnings.insert(answer.warnings.begin(), foreign_.begin(), foreign_.end());
+    return answer;
+  }
+
+ private:
+  void add(const std::vector<XmlElement> &elements, const lysc_node *schema_parent, yfw::Datatree &tree,
+           vidl_yfw_datatree *parent, const std::string &parent_path) {
+    for (const auto &element : elements) {
+      const auto path = step(parent_path, schema_.module_name(), element.name());
+      if (element.ns() != schema_.ns()) {
+        foreign_.push_back("left out " + path + ": the model has no element of namespace \"" +
+                           std::string(element.ns()) + "\" there");
+        continue;
+      }
+      const auto *node = schema_.child(schema_parent, element.name());
+      if (node == nullptr || !is_leaf(node)) {
+        add(element.children(), node, tree, tree.add(parent, element.name(), schema_.ns()), path);
+        continue;
+      }
+      // Prefixes of identities mean something in the server's text only. A wrong value stays as it is, to be
+      // named.
+      const auto value = trimmed(element.text());
+      const auto checked = check_value(node, value, {element.prefixes()});
+      tree.add(parent, element.name(), schema_.ns(), checked.text ? std::string_view(*checked.text) : value);
+    }
+  }
+
+  const Schema &schema_;
+  std::vector<std::string> foreign_;
+};
+
+/// An XPath with a prefix before each name (RFC 6241, section 4.3) as the instance path that faults have
+/// here: the module's name at the first step alone. libyang drops what the prefixes of an <rpc-error> stand
+/// for; servers write the module's own prefix or its name. A path of another module stays as it is.
+std::string instance_path(const Schema &schema, std::string_view path) {
+  const auto colon = path.find(':');
+  if (!path.starts_with('/') || colon == std::string_view::npos) return std::string(path);
+  const auto name = path.substr(1, colon - 1);
+  const auto prefix = path.substr(1, colon);
+  if (name != schema.module()->prefix && name != schema.module_name()) return std::string(path);
+  std::string found = "/" + schema.module_name() + ":";
+  char quote = '\0';
+  for (auto at = colon + 1; at < path.size(); ++at) {
+    const char character = path[at];
+    if (quote != '\0') {
+      if (character == quote) quote = '\0';
+    } else if (character == '\'' || character == '"') {
+      quote = character;
+    }
+    found += character;
+    const bool name_follows = quote == '\0' && (character == '/' || character == '[');
+    if (name_follows && path.compare(at + 1, prefix.size(), prefix) == 0) at += prefix.size();
+  }
+  return found;
+}
+
+/// One <rpc-error>, and whether it is but a warning.
+struct ReadError {
+  Fault fault;
+  bool warning = false;
+};
+
+ReadError read_error(const Schema &schema, const XmlElement &element) {
+  ReadError error;
+  const std::map<std::string_view, std::string *> texts = {{"error-type", &error.fault.type},
+                                                           {"error-tag", &error.fault.tag},
+                                                           {"error-app-tag", &error.fault.app_tag},
+                                                           {"error-message", &error.fault.message}};
+  for (const auto &part : element.children()) {
+    const auto text = texts.find(part.name());
+    if (text != texts.end()) *text->second = trimmed(part.text());
+    if (part.name() == "error-path") error.fault.path = instance_path(schema, trimmed(part.text()));
+    if (part.name() == "error-severity") error.warning = trimmed(part.text()) == "warning";
+  }
+  if (error.fault.tag.empty()) error.fault.tag = "operation-failed";
+  if (error.fault.message.empty()) error.fault.message = "the server gives no reason";
+  return error;
+}
+
+std::string in_words(const Fault &fault) {
+  return fault.tag + (fault.path.empty() ? "" : " at " + fault.path) + ": " + fault.message;
+}
+
+}  // namespace
+
+Answer read_data(const Schema &schema, const std::vector<XmlElement> &data) {
+  return DataReader(schema).read(data);
+}
+
+std::optional<Fault> read_errors(const Schema &schema, const std::vector<XmlElement> &reply,
+                                 std::vector<std::string> &warnings) {
+  std::optional<Fault> fault;
+  for (const auto &element : reply) {
+    if (element.name() != "rpc-error") continue;
+    const auto error = read_error(schema, element);
+    if (error.warning) {
+      warnings.push_back(in_words(error.fault));
+    } else if (fault) {
+      fault->message += "; " + in_words(error.fault);
+    } else {
+      fault = error.fault;
+    }
+  }
+  return fault;
+}
+
+}  // namespace ymap::netconf

@@ -1,0 +1,24 @@
+/// \file
+/// Subtree filtering (RFC 6241, section 6) of data trees by the elements of a message.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "xml_document.hpp"
+
+struct lyd_node;
+
+namespace ymap::netconf {
+
+/// True if one of the top-level elements of a filter names `node`, so that it selects something of it or
+/// below.
+bool selects_top(const std::vector<XmlElement> &filter, std::string_view ns, std::string_view name);
+
+/// What `filter` selects of `data` and its siblings, in XML on one line; the empty text for nothing.
+std::string select(const std::vector<XmlElement> &filter, const lyd_node *data);
+
+/// All of `data` and its siblings, the same way.
+std::string print_all(const lyd_node *data);
+
+}  // namespace ymap::netconf

@@ -1,0 +1,244 @@
+"""The tool as a client: of the project's own server, and of servers that are unlike it."""
+
+import os
+import re
+import shlex
+import subprocess
+import sys
+import unittest
+
+from served import SERVE, YMAP, ServedTest
+from tool import BST0, BST2, NETCONF, OPENCONFIG, PRE0, DeviceTest, config, entries, entry
+
+# Says a hello, and a reply to each request, whatever it is; writes down what it was asked.
+FOREIGN = r"""
+import re, sys, time
+hello, *replies = open(sys.argv[1], encoding="utf-8").read().split("\0")
+def say(text):
+    sys.stdout.buffer.write(text.encode()); sys.stdout.flush()
+def hear():
+    text = b""
+    while not text.endswith(b"]]>]]>"):
+        byte = sys.stdin.buffer.read(1)
+        if not byte: sys.exit()
+        text += byte
+    return text.decode()
+say(hello)
+if hello.endswith("gone"): sys.exit()
+hear()
+for reply in replies:
+    request = hear()
+    open(sys.argv[1] + ".heard", "a", encoding="utf-8").write(request)
+    if not reply: time.sleep(1)
+    say(reply.replace("ID", re.search(r'message-id="(\d+)"', request)[1]))
+    if not reply.endswith("]]>]]>"): sys.exit()
+hear()
+"""
+CAPABILITY = "urn:ietf:params:netconf:capability:"
+EVERYTHING = (CAPABILITY + "writable-running:1.0", CAPABILITY + "rollback-on-error:1.0",
+              OPENCONFIG + "?module=openconfig-optical-amplifier&amp;revision=2019-12-06")
+
+
+def hello(*capabilities):
+    words = "".join(f"<capability>{word}</capability>" for word in ("urn:ietf:params:netconf:base:1.0", *capabilities))
+    return f'<hello xmlns="{NETCONF}"><capabilities>{words}</capabilities><session-id>9</session-id></hello>]]>]]>'
+
+
+def reply(inner):
+    return f'<rpc-reply message-id="ID" xmlns="{NETCONF}">{inner}</rpc-reply>]]>]]>'
+
+
+def error(tag, message, severity="error", path=""):
+    return (f"<rpc-error><error-type>application</error-type><error-tag>{tag}</error-tag><error-severity>{severity}"
+            f"</error-severity>{path}<error-message>{message}</error-message></rpc-error>")
+
+
+class OwnServer(ServedTest):
+    def environment(self):
+        return {**os.environ, "YMAP_SSH": "ssh -F " + shlex.quote(os.path.join(self.state, "ssh_config"))}
+
+    def remote(self, *arguments):
+        done = self.tool("--connect", f"ymap:{self.port}", *arguments, env=self.environment())
+        return done.returncode, done.stdout, done.stderr
+
+    def local(self, *arguments):
+        done = self.tool("--device", self.folder, *arguments)
+        return done.returncode, done.stdout, done.stderr
+
+    def test_same_as_a_folder(self):
+        for arguments in (["set", BST2, "target-gain=15.57", "enabled=false"], ["unset", BST2, "gain-range"],
+                          ["set", PRE0, "gain-range=HIGH_GAIN_RANGE"]):
+            self.assertEqual(self.remote(*arguments), (0, "", ""))
+        self.assertEqual([self.setting(BST2, leaf) for leaf in ("target-gain", "enabled", "gain-range")],
+                         ["15.50", "false", None])
+        for arguments in (["get", "--config"], ["get", BST2, PRE0, "--config"], ["get", "--config", "-f", "xml"],
+                          ["get", BST0, "--config", "-f", "json"], ["get", "0/0-AMP-NONE"], ["set", PRE0, "target-gain=38.01"],
+                          ["set", PRE0, "target-gain=much"], ["set", PRE0, "no-leaf=1"], ["unset", BST2, "gain-range"],
+                          ["set", "a'b", "enabled=true"], ["get", ""]):
+            with self.subTest(arguments):
+                self.assertEqual(self.remote(*arguments), self.local(*arguments))
+        for arguments in (["get", BST2], ["get", "--state"], ["get", BST2, "--state"]):  # their values ripple between two calls
+            names = [[line.split()[:2] for line in run(*arguments)[1].splitlines()] for run in (self.remote, self.local)]
+            self.assertEqual(*names)
+            self.assertIn([BST2, "state/actual-gain"], names[0])
+
+    def test_printed_lines_run_as_they_are(self):
+        for part, expected in (("# ssh", "<session-id>"), ("# the tool itself", "config/target-gain 18.40 dB"),
+                               ("# ncclient", "<target-gain>18.4</target-gain>")):
+            with self.subTest(part):
+                lines = self.printed.split(part, 1)[1].split("\n\n")[0].split("\n", 1)[1]
+                done = subprocess.run(["bash", "-c", lines], stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                                      timeout=60)
+                self.assertIn(expected, done.stdout, done.stderr)
+
+    def test_what_cannot_be_served(self):
+        for arguments, message in (([YMAP, str(self.port)], f"port {self.port} is taken"), ([YMAP, "0"], "no port"),
+                                   ([YMAP, "70000"], "no port"), ([YMAP, "8300", "/nonexistent"], "does not exist"),
+                                   (["/nonexistent"], "no program")):
+            with self.subTest(arguments):
+                done = subprocess.run([SERVE, *arguments], capture_output=True, text=True, timeout=60,
+                                      env={**os.environ, "XDG_STATE_HOME": os.path.join(self.home, "other")})
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertIn(message, done.stderr)
+
+    def test_watch_is_one_session(self):
+        process = subprocess.Popen([YMAP, "--connect", f"ymap:{self.port}", "get", BST2, "--config", "--watch", "0.1"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, env=self.environment())
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        self.assertIn(BST2, process.stdout.readline())
+        self.assertEqual(self.remote("set", BST2, "target-gain=12.3"), (0, "", ""))
+        self.assertTrue(any("12.30 dB" in process.stdout.readline() for _ in range(100)))
+        self.assertEqual(self.log().count("Accepted publickey"), 2)
+
+
+class ForeignServer(DeviceTest):
+    """Canned servers in the place of ssh."""
+
+    def run_against(self, server, *arguments):
+        """Status, standard output, standard error, and what the server was asked."""
+        script, talk = (os.path.join(self.folder, name) for name in ("foreign.py", "talk"))
+        for name, text in ((script, FOREIGN), (talk, "\0".join(server)), (talk + ".heard", "")):
+            with open(name, "w", encoding="utf-8") as file:
+                file.write(text)
+        done = subprocess.run([YMAP, "--connect", "host", *arguments], capture_output=True, text=True, timeout=60,
+                              env={**os.environ, "YMAP_SSH": shlex.join([sys.executable, script, talk])})
+        with open(talk + ".heard", encoding="utf-8") as file:
+            return done.returncode, done.stdout, done.stderr, file.read()
+
+    def test_data(self):
+        for what, data, lines, *warnings in (
+                ("prefix of its own, identity with one", f'<x:optical-amplifier xmlns:x="{OPENCONFIG}"><x:amplifiers>'
+                 "<x:amplifier><x:name>a</x:name><x:config><x:name>a</x:name>"
+                 "<x:gain-range>x:LOW_GAIN_RANGE</x:gain-range></x:config>"
+                 "</x:amplifier></x:amplifiers></x:optical-amplifier>",
+                 ["a config/name a", "a config/gain-range LOW_GAIN_RANGE"]),
+                ("what the model lacks", config("a", "<name>a</name><target-gain>loud</target-gain><colour>red</colour>"
+                                                "<enabled> true </enabled><power xmlns='urn:else'>1</power>"),
+                 ["a config/name a", "a config/enabled true"], "target-gain: ", "colour: the model has no such element",
+                 'power: the model has no element of namespace "urn:else"'),
+                ("an entry without key", entries(entry("", "<config><enabled>true</enabled></config>", "")), [], "no key"),
+                ("nothing", "", [])):
+            with self.subTest(what):
+                server = [hello(*EVERYTHING), reply(f"<data>{data}</data>")]
+                status, out, err, heard = self.run_against(server, "get", "--config")
+                self.assertEqual((status, out.splitlines(), len(err.splitlines())), (0, lines, len(warnings)), err)
+                for warning in warnings:
+                    self.assertIn(warning, err)
+                self.assertRegex(heard, r"(?s)<get-config.*<running/>.*<filter[^>]*subtree.*<(\w+:)?optical-amplifier")
+
+    def test_edits(self):
+        status, out, err, heard = self.run_against([hello(*EVERYTHING), reply("<ok/>")], "unset", "a", "target-gain")
+        self.assertEqual((status, out, err), (0, "", ""))
+        self.assertRegex(heard, r'(?s)rollback-on-error.*operation="remove"')
+        status, _, err, heard = self.run_against([hello(*EVERYTHING[1:]), reply("<ok/>")], "set", "a", "target-gain=9")
+        self.assertEqual((status, "edit-config" in heard), (1, False))
+        self.assertIn("operation-not-supported: the server does not let clients edit", err)
+        status, _, err, heard = self.run_against([hello(EVERYTHING[0]), reply("<ok/>")], "set", "a", "target-gain=9")
+        self.assertEqual((status, "rollback" in heard), (0, False))
+        self.assertRegex(err, "^ymap: warning: .* does not announce the module openconfig-optical-amplifier\n$")
+        half = [hello(EVERYTHING[0], EVERYTHING[2]), reply(error("invalid-value", "no"))]
+        status, _, err, _ = self.run_against(half, "set", "a", "target-gain=9")
+        self.assertEqual((status, "does not promise to undo" in err), (1, True), err)
+
+    def test_refusals(self):
+        path = ('<error-path xmlns:q="{0}">/{1}:optical-amplifier/{1}:amplifiers/{1}:amplifier[{1}:name=\'x/{1}:y\']'
+                '</error-path>')
+        full = "/openconfig-optical-amplifier:optical-amplifier/amplifiers/amplifier[name='x/oc-opt-amp:y']"
+        for errors, expected in (
+                (error("invalid-value", "too loud", path=path.format(OPENCONFIG, "oc-opt-amp")),
+                 f"ymap: error: invalid-value at {full}: too loud\n"),
+                (error("in-use", "busy", path="<error-path>/else:top</error-path>"),
+                 "ymap: error: in-use at /else:top: busy\n"),
+                (error("in-use", "busy") + error("bad-element", "wrong"), "ymap: error: in-use: busy; bad-element: wrong\n"),
+                (error("in-use", "one\x7ftwo"), "ymap: error: in-use: one\\x7ftwo\n"),
+                (re.sub("<error-message>.*</error-message>", "", error("too-big", "")),
+                 "ymap: error: too-big: the server gives no reason\n")):
+            with self.subTest(errors):
+                status, out, err, _ = self.run_against([hello(*EVERYTHING), reply(errors)], "set", "a", "target-gain=9")
+                self.assertEqual((status, out, err), (1, "", expected))
+        warned = reply(error("operation-failed", "slow", "warning"))
+        status, _, err, _ = self.run_against([hello(*EVERYTHING), warned], "set", "a", "target-gain=9")
+        self.assertEqual((status, err), (0, "ymap: warning: operation-failed: slow\n"))
+
+    def test_no_conversation(self):
+        other = reply("<ok/>").replace("ID", "ID1")
+        for what, server, message in (
+                ("no hello", [""], "does not answer within 0.5 seconds; --timeout SECONDS"),
+                ("no NETCONF", ["SSH-2.0\r\n]]>]]>"], "does not speak NETCONF"),
+                ("another message", [reply("<ok/>")], "does not speak NETCONF: its first message is no hello"),
+                ("no session id", [hello().replace("<session-id>9</session-id>", "")], "gives no session"),
+                ("no version in common", [hello().replace("base:1.0<", "base:7.0<")], "gives no session"),
+                ("gone after its hello", [hello(*EVERYTHING) + "gone"], ""),
+                ("no answer", [hello(*EVERYTHING), ""], "does not answer within 0.5 seconds"),
+                ("half an answer", [hello(*EVERYTHING), reply("<ok/>")[:30]], "gives no proper answer"),
+                ("broken answer", [hello(*EVERYTHING), "<rpc-reply>]]>]]>"], "gives no proper answer"),
+                ("answer to something else", [hello(*EVERYTHING), other], "gives no proper answer")):
+            with self.subTest(what):
+                status, out, err, _ = self.run_against(server, "--timeout", "0.5", "set", "a", "target-gain=9")
+                self.assertEqual((status, out), (2, ""))
+                self.assertIn("ymap: error: server host port 830 " + message, err)
+
+
+class Usage(DeviceTest):
+    def connect(self, destination, *arguments, ssh='printf "%s " >&2'):
+        done = subprocess.run([YMAP, "--connect", destination, *arguments], capture_output=True, text=True, timeout=60,
+                              env={**os.environ, "YMAP_SSH": ssh})
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        return done.stderr
+
+    def test_destinations(self):
+        for destination, words in (("host", "-p 830 host"), ("me@host:22", "-p 22 me@host"),
+                                   ("[2001:db8::7]", "-p 830 2001:db8::7"),
+                                   ("me@[::1]:65535", "-p 65535 me@::1"), ("a@b@host", "-p 830 a@b@host")):
+            with self.subTest(destination):
+                err = self.connect(destination, "get")
+                _, port, host = words.split()
+                self.assertIn(f"-s {words} netconf ymap: error: server {host} port {port} gives no", err)
+        for destination, reason in ((":830", "empty"), ("@host", "empty"), ("host:", "no port"), ("host:0", "no port"),
+                                    ("host:65536", "no port"), ("host:ssh", "no port"), ("::1", "brackets"),
+                                    ("[::1", "not closed"),
+                                    ("[::1]830", "colon"), ("-oProxyCommand=x", "dash"), ("-l@host", "dash")):
+            with self.subTest(destination):
+                err = self.connect(destination, "get")
+                self.assertTrue(err.startswith(f'ymap: error: "{destination}" is no server: '), err)
+                self.assertIn(reason, err)
+
+    def test_what_it_is_not_for(self):
+        for arguments, message in ((["rpc"], "get, set and unset"), (["map"], "get, set and unset"),
+                                   (["netconf"], "get, set and unset"),
+                                   (["get", "--device", self.folder], "give one of them"), (["get", "--trace"], "--trace"),
+                                   (["get", "--timeout", "0"], "0"), (["set", BST2, "enabled"], "no value")):
+            with self.subTest(arguments):
+                self.assertIn(message, self.connect("host", *arguments))
+        self.assertIn("openssh-client", self.run_without_ssh())
+
+    def run_without_ssh(self):
+        done = subprocess.run([YMAP, "--connect", "host", "get"], capture_output=True, text=True, env={"PATH": self.folder})
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        return done.stderr
+
+
+if __name__ == "__main__":
+    unittest.main()
