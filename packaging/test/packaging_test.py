@@ -1,0 +1,146 @@
+"""What another project, a reader and a package manager get from an installation."""
+
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+PREFIX = pathlib.Path(os.environ["INSTALLED"])
+LIBDIR = os.environ["LIBDIR"]
+COMPILER = [*shlex.split(os.environ["COMPILER"]), "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+VERSION = os.environ["VERSION"]
+HEADERS = "yfw_services.h ymap_datatree.h ymap_types.h".split()
+RUNTIME_HEADERS = "datatree.hpp export.hpp mapper.hpp observer.hpp plugin.hpp trace.hpp".split()
+CONTENTS = {
+    "bin": "ymap",
+    "include/ymap": " ".join(HEADERS),
+    "include/ymap/yfw": " ".join(RUNTIME_HEADERS),
+    LIBDIR: f"libyfw_map.so libyfw_map.so.{VERSION.split('.')[0]} libyfw_map.so.{VERSION} "
+            "libymap_oc_amplifier_kva220.so",
+    f"{LIBDIR}/pkgconfig": "yfw-map.pc ymap-oc-amplifier-kva220.pc",
+    "share/bash-completion/completions": "ymap",
+    "share/man/man1": "ymap.1.gz",
+    "share/ymap": "sshd-netconf.conf",
+    "share/ymap/models": "openconfig-optical-amplifier@2019-12-06.yang Velm-NALTO-controller-ots-cfg.yang "
+                         "Velm-NALTO-controller-ots-oper.yang Velm-NALTO-ifmgr-cfg.yang Velm-NALTO-pmengine-oper.yang",
+}
+
+
+def run(*command, **options):
+    done = subprocess.run(command, capture_output=True, text=True, timeout=60, **options)
+    assert done.returncode == 0 and done.stderr == "", f"{command}: {done.returncode} {done.stderr}"
+    return done.stdout
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+
+class PkgConfig(Case):
+    def query(self, prefix, *words):
+        environment = {**os.environ, "PKG_CONFIG_PATH": f"{prefix}/{LIBDIR}/pkgconfig"}
+        return run("pkg-config", *words, env=environment).split()
+
+    def test_client_of_a_moved_installation(self):
+        moved = self.folder / "moved"
+        for part in ("include", LIBDIR):
+            shutil.copytree(PREFIX / part, moved / part, symlinks=True)
+        [plugin] = self.query(moved, "--variable=plugin", "ymap-oc-amplifier-kva220")
+        self.assertEqual(pathlib.Path(plugin).resolve().parent, moved / LIBDIR)
+        flags = self.query(moved, "--cflags", "--libs", "yfw-map")
+        run(*COMPILER, "client.cpp", *flags, "-o", self.folder / "client")
+        native = run(self.folder / "client", plugin, env={"LD_LIBRARY_PATH": f"{moved}/{LIBDIR}"})
+        self.assertEqual(native.splitlines(),
+                         ["interface-name = Ots0/0/0/2", "active = act", "ots-egress-amplifier-gain = 155"])
+
+    def test_headers_stand_alone(self):
+        contract = self.query(PREFIX, "--cflags", "ymap-oc-amplifier-kva220")
+        for header in HEADERS + [f"yfw/{name}" for name in RUNTIME_HEADERS]:
+            with self.subTest(header):
+                run(*COMPILER, *contract, "-fsyntax-only", "-x", "c++", "-", input=f"#include <{header}>\n")
+
+
+class Manual(Case):
+    MANUAL = PREFIX / "share/man/man1/ymap.1"
+
+    def test_renders_without_warnings(self):
+        # MANWIDTH: no word is parted at a line's end.
+        text = run("man", "--warnings", "--local-file", self.MANUAL,
+                   env={"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "MANWIDTH": "500"})
+        self.assertRegex(text, r"(?m)^NAME\n +ymap . ")
+        self.assertIn(f"{PREFIX}/share/ymap/models", text)
+        self.assertNotRegex(text, "@[a-z]+@")
+
+    def test_names_what_the_help_shows(self):
+        described = {None: set()}
+        command = None
+        for line in self.MANUAL.read_text().splitlines():
+            if line.startswith(".S"):
+                command = None
+            elif match := re.match(r"\.It Cm (\S+)", line):
+                command = match[1]
+                described[command] = set()
+            elif line.startswith(".It Fl"):
+                described[command] |= {"-" + word for word in re.findall(r"Fl (\S+)", line)}
+
+        def options(*words):
+            text = run(PREFIX / "bin/ymap", *words, "--help").split("\nExamples:")[0]
+            found = re.findall(r"(?m)^  (?:(-\w),)?(--[\w-]+)", text)
+            return text, {word for pair in found for word in pair if word}
+
+        text, everywhere = options()
+        shown = {name: options(name)[1] - everywhere
+                 for name in re.findall(r"(?m)^  ([a-z]+) ", text.split("Subcommands:")[1])}
+        self.assertEqual(described, {None: everywhere, **shown})
+
+
+class SshServer(Case):
+    def test_netconf_is_served_on_its_port_alone(self):
+        if os.geteuid() == 0:
+            os.makedirs("/run/sshd", exist_ok=True)  # sshd checks it, even when it only reads its configuration
+        snippet = (PREFIX / "share/ymap/sshd-netconf.conf").read_text()
+        for kind in ("ed25519", "ecdsa", "rsa"):
+            run("ssh-keygen", "-q", "-t", kind, "-N", "", "-f", self.folder / f"ssh_host_{kind}_key")
+        included = self.folder / "included.conf"
+        included.write_text(snippet.replace("/etc/ssh/", f"{self.folder}/"))
+        main = self.folder / "sshd_config"
+        main.write_text(f"Include {included}\nX11Forwarding yes\nSubsystem sftp internal-sftp\n")
+        for port, command in ((830, f"{PREFIX}/bin/ymap netconf"), (22, "none")):
+            with self.subTest(port):
+                place = f"lport={port},user=operator,host=client,addr=192.0.2.7,laddr=192.0.2.1"
+                lines = run("/usr/sbin/sshd", "-T", "-f", main, "-C", place).splitlines()
+                settings = {line.partition(" ")[0]: line.partition(" ")[2] for line in lines}
+                self.assertEqual(settings["forcecommand"], command)
+                self.assertEqual(settings["clientaliveinterval"] != "0", port == 830)
+                self.assertEqual({line for line in lines if re.match("port|subsystem", line)}, {
+                    "port 22", "port 830", "subsystem netconf /bin/false", "subsystem sftp internal-sftp"})
+
+
+class DebianPackage(Case):
+    def test_contents(self):
+        subprocess.run(["cpack", "--config", os.environ["BUILD"] + "/CPackConfig.cmake", "-B", self.folder],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=60)
+        [package] = self.folder.glob("*.deb")
+        field = dict(re.findall(r"(?m)^(\S+): (.*)$", run("dpkg-deb", "--field", package)))
+        self.assertEqual(package.name, f"ymap_{VERSION}_{field['Architecture']}.deb")
+        needed = {word.split()[0] for word in field["Depends"].split(", ")}
+        self.assertLess({"libyuma-base", "libyang2", "libc6"}, needed)
+        run("dpkg-deb", "--extract", package, self.folder / "root")
+        found = {}
+        for path in (self.folder / "root").rglob("*"):
+            if not path.is_dir() or path.is_symlink():
+                found.setdefault(str(path.parent.relative_to(self.folder / "root/usr")), set()).add(path.name)
+        self.assertEqual(found, {folder: set(names.split()) for folder, names in CONTENTS.items()})
+        snippet = (self.folder / "root/usr/share/ymap/sshd-netconf.conf").read_text()
+        self.assertIn("ForceCommand /usr/bin/ymap netconf\n", snippet)
+
+
+if __name__ == "__main__":
+    unittest.main()
