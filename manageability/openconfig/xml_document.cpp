@@ -39,11 +39,27 @@ std::size_t end_of_tag(std::string_view xml, std::size_t begin) {
   return std::string_view::npos;
 }
 
+/// Whether a start tag declares a default namespace, be it none.
+bool declares_default(std::string_view tag) {
+  constexpr std::string_view white = " \t\r\n", name = "xmlns";
+  for (std::size_t at = 0; at < tag.size(); ++at) {
+    if (tag[at] == '"' || tag[at] == '\'') {
+      at = tag.find(tag[at], at + 1);
+      if (at == std::string_view::npos) return false;
+    } else if (white.find(tag[at]) != std::string_view::npos && tag.substr(at + 1).starts_with(name)) {
+      const auto next = tag.find_first_not_of(white, at + 1 + name.size());
+      if (next != std::string_view::npos && tag[next] == '=') return true;
+    }
+  }
+  return false;
+}
+
 /// libyang descends into elements by recursion and searches for the place of every new element and attribute,
 /// so depth and numbers are limited before it sees the text. An unfinished construct ends the count and is
 /// left for the parser to report. Returned is the text without comments and processing instructions, which
-/// libyang takes for an error in front of a value.
-std::string without_comments(std::string_view xml) {
+/// libyang takes for an error in front of a value, and with the default namespace said to be none where the
+/// root element leaves it unsaid: libyang wants it declared before it takes an element without a namespace.
+std::string prepared(std::string_view xml) {
   if (xml.size() > kLargestDocument)
     too_big("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
   if (xml.find('\0') != std::string_view::npos) malformed("the message contains a NUL character");
@@ -80,7 +96,14 @@ std::string without_comments(std::string_view xml) {
     if (end == std::string_view::npos) break;
     if (rest.starts_with("</")) {
       if (depth > 0) --depth;
-    } else if (++elements > kMostElements) {
+    } else if (++elements == 1 && !declares_default(xml.substr(at, end - at))) {
+      const auto end_of_name = std::min(xml.find_first_of(" \t\r\n/>", at), end);
+      if (end_of_name > at + 1) {
+        content.append(xml.substr(kept, end_of_name - kept)).append(" xmlns=\"\"");
+        kept = end_of_name;
+      }
+      if (xml[end - 1] != '/') ++depth;
+    } else if (elements > kMostElements) {
       too_big("the message has more than " + std::to_string(kMostElements) + " elements");
     } else if (xml[end - 1] != '/' && ++depth > kDeepestElement) {
       malformed("elements are nested deeper than " + std::to_string(kDeepestElement) + " levels");
@@ -153,14 +176,14 @@ void XmlDocument::TreeDeleter::operator()(lyd_node *tree) const {
 }
 
 void check_limits(std::string_view text) {
-  without_comments(text);
+  prepared(text);
 }
 
 XmlDocument::XmlDocument(std::string_view text) {
   constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
   if (trimmed(text).empty()) malformed("the message is empty; it must be one <rpc> element");
-  text_ = without_comments(text);
+  text_ = prepared(text);
 
   const device::LogScope log;
   ly_ctx *context = bare_context();

@@ -80,6 +80,10 @@ class Reading(ClientTest):
         wanted = entry(BST2, "<config><target-gain/></config>")
         self.assertEqual(leaves(session.get_config("running", filter=("subtree", entries(wanted)))),
                          {(BST2, "config", "target-gain"): "18.4"})
+        # The client prefixes its own elements, so that these are of no namespace, and match in any.
+        bare = f"<optical-amplifier><amplifiers>{entry(BST2)}</amplifiers></optical-amplifier>"
+        self.assertEqual(leaves(session.get_config("running", filter=("subtree", bare))).keys(),
+                         {(BST2, "config", leaf) for name, leaf in everything if name == BST2} | {(BST2, "config", "name")})
         others = {key: value for key, value in everything.items() if key[0] != BST2}
         self.assertEqual(self.settings(session, PRE0, BST0), others)
 
