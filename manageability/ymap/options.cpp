@@ -121,7 +121,7 @@ class Parser {
     add_edit(Options::Command::set, "set", "Set leaves of an amplifier's config", "LEAF=VALUE", kSetExamples);
     add_edit(Options::Command::unset, "unset", "Remove leaves of an amplifier's config", "LEAF",
              kUnsetExamples);
-    add_message(Options::Command::rpc, "rpc", "Run a NETCONF <rpc>: get, get-config, edit-config",
+    add_message(Options::Command::rpc, "rpc", "Run a NETCONF <rpc>: get, get-config, edit-config, validate",
                 kRpcExamples);
     add_message(Options::Command::translate, "translate", "Show the native requests of an <rpc>, run nothing",
                 kTranslateExamples);
