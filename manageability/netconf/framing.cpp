@@ -34,20 +34,21 @@ std::optional<Deframer::Message> Deframer::next() {
 }
 
 bool Deframer::idle() const {
-  return !begun_ && trimmed(input_).empty();
+  return !begun_ && trimmed(input()).empty();
 }
 
 std::optional<Deframer::Message> Deframer::next_marked() {
-  const auto end = input_.find(kEndOfMessage);
-  if (end != std::string::npos) {
-    keep(std::string_view(input_).substr(0, end));
-    input_.erase(0, end + kEndOfMessage.size());
+  const auto left = input();
+  const auto end = left.find(kEndOfMessage);
+  if (end != std::string_view::npos) {
+    keep(left.substr(0, end));
+    taken_ += end + kEndOfMessage.size();
     return take();
   }
   // The last bytes may be the begin of the marker.
-  const auto sure = input_.size() - std::min(input_.size(), kEndOfMessage.size() - 1);
-  keep(std::string_view(input_).substr(0, sure));
-  input_.erase(0, sure);
+  const auto sure = left.size() - std::min(left.size(), kEndOfMessage.size() - 1);
+  keep(left.substr(0, sure));
+  taken_ += sure;
   return std::nullopt;
 }
 
@@ -57,20 +58,20 @@ std::optional<Deframer::Message> Deframer::next_chunked() {
       if (!read_chunk_header()) return std::nullopt;
       if (remaining_ == 0) return take();
     }
-    const auto count = static_cast<std::size_t>(std::min<uint64_t>(remaining_, input_.size()));
-    keep(std::string_view(input_).substr(0, count));
-    input_.erase(0, count);
+    const auto count = static_cast<std::size_t>(std::min<uint64_t>(remaining_, input().size()));
+    keep(input().substr(0, count));
+    taken_ += count;
     remaining_ -= count;
     if (remaining_ > 0) return std::nullopt;
   }
 }
 
 bool Deframer::read_chunk_header() {
-  const auto header = std::string_view(input_).substr(0, kLongestHeader);
+  const auto header = input().substr(0, kLongestHeader);
   if (begun_ && header.starts_with(kEndOfChunks.substr(0, 3))) {
     if (header.size() < kEndOfChunks.size()) return false;
     if (!header.starts_with(kEndOfChunks)) bad_header(header.substr(0, kEndOfChunks.size()));
-    input_.erase(0, kEndOfChunks.size());
+    taken_ += kEndOfChunks.size();
     return true;
   }
   uint64_t size = 0;
@@ -83,7 +84,7 @@ bool Deframer::read_chunk_header() {
     if (character == '\n' && at > 2) {
       remaining_ = size;
       begun_ = true;
-      input_.erase(0, at + 1);
+      taken_ += at + 1;
       return true;
     }
     if (!is_digit(character) || (at == 2 && character == '0')) bad_header(header.substr(0, at + 1));

@@ -28,7 +28,11 @@ class Deframer {
   /// For the messages that next() has not given out yet.
   void use(Framing framing) { framing_ = framing; }
 
-  void feed(std::string_view bytes) { input_.append(bytes); }
+  void feed(std::string_view bytes) {
+    input_.erase(0, taken_);
+    taken_ = 0;
+    input_.append(bytes);
+  }
 
   struct Message {
     std::string text;
@@ -45,13 +49,16 @@ class Deframer {
   std::optional<Message> next_chunked();
   /// False: the header is not there yet. Sets `remaining_`, to 0 for the end of the message.
   bool read_chunk_header();
+  /// What is not yet looked at.
+  std::string_view input() const { return std::string_view(input_).substr(taken_); }
   void keep(std::string_view part);
   Message take();
 
   std::size_t largest_;
   Framing framing_ = Framing::end_of_message;
-  std::string input_;  ///< not yet looked at
-  Message message_;    ///< so far
+  std::string input_;
+  std::size_t taken_ = 0;  ///< bytes of `input_`; erased by the next feed() only, as chunks may be tiny
+  Message message_;        ///< so far
   bool begun_ = false;
   uint64_t remaining_ = 0;  ///< bytes of the current chunk
 };
