@@ -3,13 +3,36 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
 namespace yfw {
+
+/// As memmove. Texts of the size of most names and paths, 4 to 32 bytes, go without a call: as two words that
+/// may overlap.
+inline void move_text(char *to, const char *from, std::size_t size) {
+  const auto move_ends = [=](auto word) {
+    auto last = word;
+    std::memcpy(&word, from, sizeof word);
+    std::memcpy(&last, from + size - sizeof last, sizeof last);
+    std::memcpy(to, &word, sizeof word);
+    std::memcpy(to + size - sizeof last, &last, sizeof last);
+  };
+  using Pair = std::array<std::uint64_t, 2>;
+  if (size - sizeof(Pair) <= sizeof(Pair))
+    move_ends(Pair{});
+  else if (size - sizeof(std::uint64_t) < sizeof(std::uint64_t))
+    move_ends(std::uint64_t{});
+  else if (size - sizeof(std::uint32_t) < sizeof(std::uint32_t))
+    move_ends(std::uint32_t{});
+  else
+    std::memmove(to, from, size);
+}
 
 /// Bump allocation: nothing is freed before the arena is, so whoever holds a record or a text may go on
 /// reading. Chunks come from a small store of the thread's, so that a request after the first one allocates
@@ -41,6 +64,12 @@ class Arena {
     auto *result = static_cast<char *>(allocate(text.size() + 1));
     std::memcpy(result, text.data(), text.size());
     result[text.size()] = '\0';
+    return result;
+  }
+  const char *copy(const char *text) {
+    const std::size_t size = std::strlen(text) + 1;
+    auto *result = static_cast<char *>(allocate(size));
+    move_text(result, text, size);
     return result;
   }
 

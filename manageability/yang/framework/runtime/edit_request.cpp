@@ -27,6 +27,46 @@ uint32_t effective(const vidl_yfw_datatree &node, uint32_t above) {
   return own == YMAP_OP_NONE && above == YMAP_OP_CREATE ? above : own;
 }
 
+/// True for a merge in the form that a Normaliser would give it: no operations, names and namespaces as
+/// registered, each list key with its value.
+class NormalForm {
+ public:
+  explicit NormalForm(const Registration &registration) : registration_(registration) {}
+
+  bool covers(const Datatree &request) const {
+    if (child_count(*request.root()) != 1) return false;
+    const vidl_yfw_datatree &top = *request.root()->subtrees;
+    if (!is_step(top, registration_.top) || child_count(top) != 1) return false;
+    const vidl_yfw_datatree &list = *top.subtrees;
+    if (!is_step(list, registration_.list_container)) return false;
+    for (const vidl_yfw_datatree &entry : children(list)) {
+      if (!is_step(entry, registration_.list) || !covers_entry(entry)) return false;
+    }
+    return true;
+  }
+
+ private:
+  bool is_step(const vidl_yfw_datatree &node, const std::string &tag) const {
+    return has_tag(node, tag) && same_text(namespace_of(node), registration_.openconfig_ns.c_str()) &&
+           node.data == nullptr && !vidl_yfw_datatree_has_operation(&node);
+  }
+
+  bool covers_entry(const vidl_yfw_datatree &entry) const {
+    for (const vidl_yfw_datatree &below : children(entry)) {
+      if (!is_merge(below) || (has_tag(below, registration_.key) && !has_value(below))) return false;
+    }
+    return true;
+  }
+
+  static bool is_merge(const vidl_yfw_datatree &node) {
+    if (vidl_yfw_datatree_has_operation(&node)) return false;
+    const Children below = children(node);
+    return std::all_of(below.begin(), below.end(), is_merge);
+  }
+
+  const Registration &registration_;
+};
+
 class Normaliser {
  public:
   explicit Normaliser(const Registration &registration) : registration_(registration) {}
@@ -54,7 +94,7 @@ class Normaliser {
   }
 
   [[noreturn]] void refuse_top(const vidl_yfw_datatree &top) const {
-    Refusal refusal("'" + std::string(tag_of(top)) + "' is not a top container of " +
+    Refusal refusal(std::string("'").append(tag_of(top)) + "' is not a top container of " +
                     registration_.openconfig_module + "; an edit begins with " + registration_.top);
     refusal.status = YMAP_ERR_UNSUPPORTED_TAG;
     refusal.path = "/" + registration_.openconfig_module + ":" + registration_.top;
@@ -236,7 +276,10 @@ class Normaliser {
 }  // namespace
 
 Datatree normalise_edit(const Registration &registration, const Datatree &request) {
-  return Normaliser(registration).run(request);
+  if (!NormalForm(registration).covers(request)) return Normaliser(registration).run(request);
+  Datatree copy;
+  add_alias(copy, copy.root(), *request.root()->subtrees);
+  return copy;
 }
 
 }  // namespace yfw

@@ -13,7 +13,7 @@ void ErrorNotes::settle(const yfw_map_state &state) {
   note_waits_ = false;
 }
 
-void ErrorNotes::release_pending(const yfw_map_state &state, const char *text) {
+void ErrorNotes::released(const yfw_map_state &state, const char *text) {
   settle(state);
   if (pending_ == text) pending_ = nullptr;
 }

@@ -14,10 +14,10 @@ class ErrorNotes {
  public:
   /// An owned copy was made. It becomes the failing tag when the plug-in keeps it in err_tag.
   void duplicated(const yfw_map_state &state, const char *copy);
-  /// `text` is about to be freed.
-  void released(const yfw_map_state &state, const char *text) {
-    if (pending_ != nullptr) release_pending(state, text);
-  }
+  /// A copy was made, and was not seen in err_tag yet.
+  bool is_copy_pending() const { return pending_ != nullptr; }
+  /// `text` is about to be freed; says nothing unless a copy is pending.
+  void released(const yfw_map_state &state, const char *text);
   /// The plug-in noted the walk path.
   void noted(const yfw_map_state &state, std::string path, std::vector<std::string> tags);
   /// An ERR message was traced at the walk path `path`.
@@ -38,7 +38,6 @@ class ErrorNotes {
 
  private:
   void settle(const yfw_map_state &state);
-  void release_pending(const yfw_map_state &state, const char *text);
 
   std::string path_, tag_, message_, reason_, trace_, trace_path_;
   std::vector<std::string> tags_;

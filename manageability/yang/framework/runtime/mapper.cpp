@@ -86,10 +86,9 @@ class ReadRun {
     drop_empty_values(*native.root());
     for (const NativeModule &module : plugin_.registration().native_modules) {
       for (vidl_yfw_datatree &top : children(*native.root())) {
-        const auto is_top = [&top](const std::string &tag) { return has_tag(top, tag); };
-        if (std::none_of(module.tops.begin(), module.tops.end(), is_top)) continue;
-        if (module.ns != namespace_of(top)) continue;
+        if (!same_text(module.ns.c_str(), namespace_of(top))) continue;
         const Walker walker = plugin_.no_root(module.name, tag_of(top));
+        if (walker == nullptr) continue;
         request_.run(Observer::Direction::no, walker, &top, result.root(), duplicate_);
         answer_is_hollow_ = answer_is_hollow_ || request_.added_hollow();
       }
@@ -214,7 +213,8 @@ std::string openconfig_path(const Registration &registration, const TranslatedEd
     return full_path(registration, {});
   std::string path;
   for (const vidl_yfw_datatree *step : steps) {
-    path += (path.empty() ? "" : "/") + path_step(*step, has_tag(*step, registration.list), registration.key);
+    if (!path.empty()) path += '/';
+    path += path_step(*step, has_tag(*step, registration.list), registration.key);
   }
   return full_path(registration, path);
 }

@@ -7,7 +7,7 @@
 namespace yfw {
 namespace {
 
-constexpr std::size_t kFirstSlots = 512;
+constexpr std::size_t kFirstSlots = 1024;
 
 /// Calls `use` for each component that is not empty.
 template <typename Use>
@@ -23,6 +23,13 @@ void for_each_component(std::string_view path, Use use) {
 
 PathTable::PathTable(const void *begin, const void *end)
     : begin_(begin), end_(end), slots_(std::make_unique<Slot[]>(kFirstSlots)), last_slot_(kFirstSlots - 1) {}
+
+const Path &PathTable::find_further(const char *path) {
+  for (std::size_t at = place_of(path); slots_[at].source != nullptr; at = (at + 1) & last_slot_) {
+    if (slots_[at].source == path) return *slots_[at].path;
+  }
+  return is_constant(path) ? add(path) : take_apart(path);
+}
 
 const Path &PathTable::add(const char *path) {
   if (2 * (paths_.size() + 1) > last_slot_) grow();

@@ -48,12 +48,8 @@ class PathTable {
 
   /// Empty components do not count. A path that is no constant holds until the next call.
   const Path &find(const char *path) {
-    for (const Slot *slot = &slots_[place_of(path)];;
-         slot = slot == &slots_[last_slot_] ? &slots_[0] : slot + 1) {
-      if (slot->source == path) return *slot->path;
-      if (slot->source == nullptr) break;
-    }
-    return is_constant(path) ? add(path) : take_apart(path);
+    const Slot &first = slots_[place_of(path)];
+    return first.source == path ? *first.path : find_further(path);
   }
 
   bool is_constant(const void *text) const { return text >= begin_ && text < end_; }
@@ -84,6 +80,7 @@ class PathTable {
     constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
     return (reinterpret_cast<std::uintptr_t>(path) * kSpread >> 40) & last_slot_;
   }
+  const Path &find_further(const char *path);
   const Path &add(const char *path);
   void place(const Path &path);
   static void finish(Path &path);

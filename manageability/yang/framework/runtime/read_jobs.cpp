@@ -50,6 +50,50 @@ void add_key_copy(const Registration &registration, Datatree &tree, vidl_yfw_dat
   add_alias(tree, config, registration.key.c_str(), ns);
 }
 
+/// The key with a value that is all an entry holds, as most do; else nullptr.
+const vidl_yfw_datatree *lone_key(const Registration &registration, const vidl_yfw_datatree &entry) {
+  if (child_count(entry) != 1) return nullptr;
+  const vidl_yfw_datatree *key = entry.subtrees;
+  const bool matches = child_count(*key) == 0 && has_value(*key);
+  return matches && is_openconfig(registration, *key, registration.key) ? key : nullptr;
+}
+
+/// The only child of a node, if it has that name; else nullptr.
+const vidl_yfw_datatree *lone_child(const Registration &registration, const vidl_yfw_datatree *node,
+                                    const std::string &tag) {
+  if (node == nullptr || child_count(*node) != 1) return nullptr;
+  return is_openconfig(registration, *node->subtrees, tag) ? node->subtrees : nullptr;
+}
+
+/// The instance that a filter names when it asks for all of one entry and for nothing else, as most do; else
+/// nullptr.
+const std::string *lone_instance(const Registration &registration, const Datatree &filter) {
+  const vidl_yfw_datatree *entry = filter.root();
+  for (const std::string *tag : {&registration.top, &registration.list_container, &registration.list})
+    entry = lone_child(registration, entry, *tag);
+  const vidl_yfw_datatree *key = entry == nullptr ? nullptr : lone_key(registration, *entry);
+  if (key == nullptr) return nullptr;
+  const auto &instances = registration.instances;
+  const auto named = std::find(instances.begin(), instances.end(), value_of(*key));
+  return named == instances.end() ? nullptr : &*named;
+}
+
+vidl_yfw_datatree *add_list(const Registration &registration, Datatree &request) {
+  const char *ns = registration.openconfig_ns.c_str();
+  return add_alias(request, add_alias(request, request.root(), registration.top.c_str(), ns),
+                   registration.list_container.c_str(), ns);
+}
+
+/// Adds a request for all of an instance, which is one of the registration's own texts; its entry.
+vidl_yfw_datatree *add_entry(const Registration &registration, const std::string &instance,
+                             Datatree &request) {
+  const char *ns = registration.openconfig_ns.c_str();
+  vidl_yfw_datatree *entry =
+      add_alias(request, add_list(registration, request), registration.list.c_str(), ns);
+  set_data(*add_alias(request, entry, registration.key.c_str(), ns), instance.c_str());
+  return entry;
+}
+
 /// What the filter's entries ask of one instance: all of it, or some of its children.
 struct Wanted {
   bool whole = false;
@@ -92,7 +136,8 @@ class Splitter {
       } else {
         exact_ = false;
         ReadJob job{ReadJob::Kind::other, {}, {}, false};
-        vidl_yfw_datatree *copy = add_alias(job.request, job.request.root(), registration_.top.c_str(), ns());
+        vidl_yfw_datatree *copy = add_alias(job.request, job.request.root(), registration_.top.c_str(),
+                                            registration_.openconfig_ns.c_str());
         add_filter_copy(job.request, copy, below);
         jobs_.push_back(std::move(job));
       }
@@ -104,19 +149,11 @@ class Splitter {
     for (const vidl_yfw_datatree &entry : children(list)) {
       if (!is_openconfig(registration_, entry, registration_.list))
         exact_ = false;
-      else if (const vidl_yfw_datatree *key = lone_key(entry))
+      else if (const vidl_yfw_datatree *key = lone_key(registration_, entry))
         split_named(entry, value_of(*key), {});
       else
         split_entry(entry);
     }
-  }
-
-  /// The key with a value that is all an entry holds, as most do; else nullptr.
-  const vidl_yfw_datatree *lone_key(const vidl_yfw_datatree &entry) const {
-    if (child_count(entry) != 1) return nullptr;
-    const vidl_yfw_datatree *key = entry.subtrees;
-    const bool matches = child_count(*key) == 0 && has_value(*key);
-    return matches && is_openconfig(registration_, *key, registration_.key) ? key : nullptr;
   }
 
   void split_entry(const vidl_yfw_datatree &entry) {
@@ -151,25 +188,15 @@ class Splitter {
     wanted.nodes.insert(wanted.nodes.end(), nodes.begin(), nodes.end());
   }
 
-  vidl_yfw_datatree *add_list(ReadJob &job) const {
-    Datatree &tree = job.request;
-    return add_alias(tree, add_alias(tree, tree.root(), registration_.top.c_str(), ns()),
-                     registration_.list_container.c_str(), ns());
-  }
-
-  const char *ns() const { return registration_.openconfig_ns.c_str(); }
-
   void judge(const vidl_yfw_datatree &entry, std::string name) {
     ReadJob job{ReadJob::Kind::judge, std::move(name), {}, false};
-    add_filter_copy(job.request, add_list(job), entry);
+    add_filter_copy(job.request, add_list(registration_, job.request), entry);
     jobs_.push_back(std::move(job));
   }
 
   void add_amplifier(std::size_t instance) {
     ReadJob job{ReadJob::Kind::amplifier, registration_.instances[instance], {}, false};
-    vidl_yfw_datatree *entry = add_alias(job.request, add_list(job), registration_.list.c_str(), ns());
-    set_data(*add_alias(job.request, entry, registration_.key.c_str(), ns()),
-             registration_.instances[instance].c_str());
+    vidl_yfw_datatree *entry = add_entry(registration_, registration_.instances[instance], job.request);
     for (const vidl_yfw_datatree *node : wanted_[instance].nodes) {
       if (is_openconfig(registration_, *node, registration_.key)) {
         add_key_copy(registration_, job.request, entry);
@@ -215,6 +242,12 @@ class Remover {
 }  // namespace
 
 ReadPlan split_read(const Registration &registration, const Datatree &filter) {
+  if (const std::string *instance = lone_instance(registration, filter)) {
+    ReadPlan one{{}, true};
+    one.jobs.push_back({ReadJob::Kind::amplifier, *instance, {}, false});
+    add_entry(registration, *instance, one.jobs.front().request);
+    return one;
+  }
   ReadPlan plan = Splitter(registration, filter).plan();
   if (plan.jobs.size() > 1) {
     std::stable_partition(plan.jobs.begin(), plan.jobs.end(),

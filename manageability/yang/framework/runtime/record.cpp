@@ -47,7 +47,8 @@ vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const char *tag) {
   return nullptr;
 }
 
-void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32_t capacity) {
+vidl_yfw_datatree *append_to_larger(Arena &arena, vidl_yfw_datatree &parent, Grown *grown,
+                                    uint32_t capacity) {
   const uint32_t count = child_count(parent);
   capacity = std::max(capacity, count * 2);
   vidl_yfw_datatree *larger = allocate_records(arena, capacity);
@@ -55,7 +56,10 @@ void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32
     std::memcpy(static_cast<void *>(larger), parent.subtrees, count * sizeof(vidl_yfw_datatree));
     if (grown != nullptr) *grown = {parent.subtrees, count, larger};
   }
-  own_children(parent, larger, count, capacity);
+  own_children(parent, larger, count + 1, capacity);
+  extra(parent).hint = count + 1;
+  clear(larger[count]);
+  return &larger[count];
 }
 
 vidl_yfw_datatree *copy_record_tree(Arena &arena, const vidl_yfw_datatree &node) {

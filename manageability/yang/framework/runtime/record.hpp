@@ -157,8 +157,8 @@ inline void begin_children(Arena &arena, vidl_yfw_datatree &parent, uint32_t cap
   extra(parent).name_bits = 0;
 }
 
-/// Makes room for more children: arrays grow from `capacity` records on by doubling.
-void grow_children(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32_t capacity);
+/// Appends an empty record where there is no room: arrays grow from `capacity` records on by doubling.
+vidl_yfw_datatree *append_to_larger(Arena &arena, vidl_yfw_datatree &parent, Grown *grown, uint32_t capacity);
 
 /// Appends an empty record to the children of `parent` where there is room; else nullptr. An array of someone
 /// else's making has no known capacity.
@@ -177,9 +177,8 @@ inline vidl_yfw_datatree *append_if_room(vidl_yfw_datatree &parent) {
 /// readable and is told in `grown`.
 inline vidl_yfw_datatree *append_child(Arena &arena, vidl_yfw_datatree &parent, Grown *grown = nullptr,
                                        uint32_t capacity = 4) {
-  if (vidl_yfw_datatree *added = append_if_room(parent)) return added;
-  grow_children(arena, parent, grown, capacity);
-  return append_if_room(parent);
+  vidl_yfw_datatree *added = append_if_room(parent);
+  return added != nullptr ? added : append_to_larger(arena, parent, grown, capacity);
 }
 
 /// A copy of `node` and all below it whose texts are those of `node`. Operations and the status are copied,

@@ -11,17 +11,12 @@ using namespace yfw;
 namespace {
 
 /// Copies what fits behind the first `used` characters; 0 when it was all.
-inline int bounded_append(char *dst, std::size_t size, std::size_t used, const char *src) {
+[[gnu::always_inline]] inline int bounded_append(char *dst, std::size_t size, std::size_t used,
+                                                 const char *src) {
   const std::size_t room = size - used;
-  // Paths are put together of names and slashes.
-  if (src[0] != '\0' && src[1] == '\0' && room > 1) {
-    dst[used] = src[0];
-    dst[used + 1] = '\0';
-    return 0;
-  }
   const std::size_t wanted = std::strlen(src);
   if (wanted < room) {
-    std::memmove(dst + used, src, wanted + 1);
+    move_text(dst + used, src, wanted + 1);
     return 0;
   }
   std::memmove(dst + used, src, room - 1);
@@ -91,6 +86,16 @@ OwnedTexts owned_texts;
   return copy;
 }
 
+inline void free_copy(char *text) {
+  if (!owned_texts.release(text)) std::free(text);
+}
+
+/// As above, of a text that may be the one whose keeping the error notes wait for.
+[[gnu::noinline]] void free_noted(Request &request, char *text) {
+  request.errors.released(request.state(), text);
+  free_copy(text);
+}
+
 struct StatusText {
   verrno status;
   const char *text;
@@ -129,6 +134,12 @@ int yfw_strcpy_s(const char *, char *dst, size_t size, const char *src) {
 int yfw_strcat_s(const char *, char *dst, size_t size, const char *src) {
   if (dst == nullptr || size == 0) return 1;
   const std::size_t used = strnlen(dst, size);
+  // Paths are put together of names and slashes.
+  if (src != nullptr && src[0] != '\0' && src[1] == '\0' && used + 1 < size) {
+    dst[used] = src[0];
+    dst[used + 1] = '\0';
+    return 0;
+  }
   if (used < size && src != nullptr) return bounded_append(dst, size, used, src);
   // A buffer that is not terminated is cut, so that it is a text afterwards.
   dst[used < size ? used : size - 1] = '\0';
@@ -143,15 +154,16 @@ char *yfw_strdup(const char *text, const char *) {
   if (text == nullptr) return nullptr;
   Request *request = Request::running();
   // A fill rejects leaf after leaf under the tag of the one node that is walked as all of them.
-  if (request != nullptr && request->in_fill() && request->is_walked_tag(text)) {
+  if (request != nullptr && request->in_fill()) {
     if (char *again = owned_texts.copy_again(text, request->walk())) return again;
   }
   return copy_anew(request, text);
 }
 
 void nos_named_free(void *text) {
-  if (Request *request = Request::running()) {
-    request->errors.released(request->state(), static_cast<char *>(text));
-  }
-  if (!owned_texts.release(static_cast<char *>(text))) std::free(text);
+  Request *request = Request::running();
+  if (request != nullptr && request->errors.is_copy_pending())
+    free_noted(*request, static_cast<char *>(text));
+  else
+    free_copy(static_cast<char *>(text));
 }

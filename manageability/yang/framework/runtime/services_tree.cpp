@@ -19,8 +19,8 @@ bool named(const vidl_yfw_datatree &node, const PathStep &step) {
 /// True when the bits, which tell the steps below one step apart, say that no child has the name.
 bool is_new_name(const vidl_yfw_datatree &parent, const PathStep &step) {
   const RecordExtra &kept = extra(parent);
-  return (kept.name_bits & step.bit) == 0 && kept.named == parent.subtree_count && kept.step == step.above &&
-         kept.array == parent.subtrees && step.bit != 0;
+  if (step.bit == 0 || (kept.name_bits & step.bit) != 0 || kept.named != parent.subtree_count) return false;
+  return kept.step == step.above && kept.array == parent.subtrees;
 }
 
 void note_name(vidl_yfw_datatree &parent, const PathStep &step) {
@@ -110,7 +110,7 @@ inline void give_value(Request &request, vidl_yfw_datatree &node, const char *va
   set_data(node, request.output_arena().copy(value));
 }
 
-void take_operation(vidl_yfw_datatree &node, const vidl_yfw_datatree *source) {
+inline void take_operation(vidl_yfw_datatree &node, const vidl_yfw_datatree *source) {
   if (source == nullptr) return;
   extra(node).source = source;
   if (vidl_yfw_datatree_has_operation(source)) vidl_yfw_datatree_set_operation(&node, source->operation);
@@ -125,17 +125,17 @@ struct Wanted {
   int leaf_flag;  ///< with the other: the whole list
 };
 
-/// Adds to a node what an add brings of value and source.
-[[gnu::always_inline]] inline void fit_out(Request &request, vidl_yfw_datatree &node, const Wanted &wanted) {
-  if (wanted.value != nullptr)
-    give_value(request, node, wanted.value);
+/// Gives a new node its value.
+[[gnu::always_inline]] inline void give_first_value(Request &request, vidl_yfw_datatree &node,
+                                                    const char *value) {
+  if (value != nullptr)
+    give_value(request, node, value);
   else
     request.note_hollow(node);
-  take_operation(node, wanted.source);
 }
 
 /// A node that stands already keeps its value, and takes one where it has none.
-inline void fill_in(Request &request, vidl_yfw_datatree &node, const Wanted &wanted) {
+[[gnu::noinline]] void fill_in(Request &request, vidl_yfw_datatree &node, Wanted wanted) {
   if (wanted.value == nullptr || *wanted.value == '\0' || has_value(node)) return;
   give_value(request, node, wanted.value);
   if (wanted.source != nullptr) vidl_yfw_datatree_set_operation(&node, YMAP_OP_NONE);
@@ -144,7 +144,7 @@ inline void fill_in(Request &request, vidl_yfw_datatree &node, const Wanted &wan
 
 /// A leaf that may stand already, a whole list, or a list entry.
 [[gnu::noinline]] vidl_yfw_datatree &place_any(Request &request, vidl_yfw_datatree &parent, PathStep &step,
-                                               const Wanted &wanted) {
+                                               Wanted wanted) {
   const bool always_new = wanted.list_flag != 0 && wanted.leaf_flag == 0;
   const uint32_t found = always_new ? kNoChild : find_child(parent, step);
   if (found != kNoChild) {
@@ -153,21 +153,25 @@ inline void fill_in(Request &request, vidl_yfw_datatree &node, const Wanted &wan
   }
   vidl_yfw_datatree &node = add_child(request, parent, step, wanted.ns,
                                       wanted.list_flag != 0 ? kAncestorCapacity : kParentCapacity);
-  fit_out(request, node, wanted);
+  take_operation(node, wanted.source);
+  give_first_value(request, node, wanted.value);
   if (wanted.list_flag != 0) request.select(parent, parent.subtree_count - 1, step);
   return node;
 }
 
-inline vidl_yfw_datatree &place_last(Request &request, vidl_yfw_datatree &parent, PathStep &step,
-                                     const Wanted &wanted) {
+/// What an add mostly is, a leaf that is new to its parent, is made here; its value last, so that less is
+/// kept over the calls for it. The wanted go by value to the rest, and are put together only there.
+[[gnu::always_inline]] inline vidl_yfw_datatree &place_last(Request &request, vidl_yfw_datatree &parent,
+                                                            PathStep &step, const Wanted &wanted) {
   if (wanted.list_flag == 0) {
-    if (vidl_yfw_datatree *known = request.memo.find(step)) {
-      fill_in(request, *known, wanted);
-      return *known;
+    if (request.memo.knows(step)) {
+      fill_in(request, *step.node, wanted);
+      return *step.node;
     }
     if (vidl_yfw_datatree *node = add_new_name(request, parent, step, wanted.ns, kParentCapacity)) {
-      fit_out(request, *node, wanted);
+      take_operation(*node, wanted.source);
       request.memo.note(step, node);
+      give_first_value(request, *node, wanted.value);
       return *node;
     }
   }
@@ -180,12 +184,8 @@ inline vidl_yfw_datatree &place_last(Request &request, vidl_yfw_datatree &parent
 vidl_yfw_datatree &descend(Request &request, vidl_yfw_datatree &tree, const Path &path, const char *ns) {
   PathStep *const *const last = path.steps.data() + path.steps.size() - 1;
   PathStep *const *step = last;
-  vidl_yfw_datatree *node = nullptr;
-  while (node == nullptr && step != path.steps.data()) node = request.memo.find(**--step);
-  if (node == nullptr)
-    node = &tree;
-  else
-    ++step;
+  while (step != path.steps.data() && !request.memo.knows(*step[-1])) --step;
+  vidl_yfw_datatree *node = step == path.steps.data() ? &tree : step[-1]->node;
   for (; step != last; ++step) {
     node = &reach(request, *node, **step, ns);
     request.memo.note(**step, node);
@@ -198,12 +198,11 @@ inline vidl_yfw_datatree &parent_of(Request &request, vidl_yfw_datatree &tree, c
   request.memo.look_at(tree);
   const PathStep *above = path.last->above;
   if (above == nullptr) return tree;
-  vidl_yfw_datatree *known = request.memo.find(*above);
-  return known != nullptr ? *known : descend(request, tree, path, ns);
+  return request.memo.knows(*above) ? *above->node : descend(request, tree, path, ns);
 }
 
-verrno add_path(Request &request, vidl_yfw_datatree &tree, const char *text, const Wanted &wanted,
-                vidl_yfw_datatree **created) {
+[[gnu::always_inline]] inline verrno add_path(Request &request, vidl_yfw_datatree &tree, const char *text,
+                                              const Wanted &wanted, vidl_yfw_datatree **created) {
   const Path &path = request.paths().find(text);
   if (path.last == nullptr) return YMAP_ERR_INVALID_ARGS;
   vidl_yfw_datatree &parent = parent_of(request, tree, path, wanted.ns);

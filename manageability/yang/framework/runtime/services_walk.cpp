@@ -9,7 +9,7 @@ using namespace yfw;
 
 int yfw_map_do_these_match(const char *a, const char *b) {
   if (a == nullptr || b == nullptr || *a != *b) return 0;
-  return a == b || std::strcmp(a, b) == 0 ? 1 : 0;
+  return std::strcmp(a, b) == 0 ? 1 : 0;
 }
 
 int yfw_map_is_request_delete(const vidl_yfw_datatree *node) {

@@ -94,10 +94,8 @@ class PathMemo {
     keeps_ = store_of(tree) != nullptr;
     forget();
   }
-  /// nullptr when it is not known whether a record stands there.
-  vidl_yfw_datatree *find(const PathStep &step) const {
-    return step.generation == generation_ ? step.node : nullptr;
-  }
+  /// False when it is not known whether a record stands there; `step.node` is the record else.
+  bool knows(const PathStep &step) const { return step.generation == generation_; }
   void note(PathStep &step, vidl_yfw_datatree *node) const {
     if (!keeps_) return;
     step.node = node;

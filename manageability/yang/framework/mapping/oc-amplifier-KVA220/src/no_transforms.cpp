@@ -9,7 +9,7 @@ namespace ymap {
 
 void find_requested_name(yfw_map_ctx *ctx, char *key) {
   char path[text_size];
-  zero_fill(path);
+  path[0] = '\0';
   compare_path(ctx, state_of(ctx).reg_dup_datatree, OC_AMPLIFIER "/name", path, key);
 }
 

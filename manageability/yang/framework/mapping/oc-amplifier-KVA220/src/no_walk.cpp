@@ -9,22 +9,21 @@ namespace ymap {
 
 namespace {
 
-// The row of a child, or nullptr: in operational modules only reads of state know any child.
-const NoRow *find_row(const NoRow &parent, const char *tag, uint32_t type) {
-  if (parent.module->reads_state_only && type != YMAP_REQ_GET) return nullptr;
-  for (size_t i = 0; i < parent.child_count; ++i)
-    if (yfw_map_do_these_match(tag, parent.children[i].tag) != 0) return &parent.children[i];
+// The row of a child among those of its parent that count, or nullptr.
+const NoRow *find_row(const NoRow &parent, const NoRow *end, const char *tag) {
+  for (const NoRow *row = parent.children; row != end; ++row)
+    if (yfw_map_do_these_match(tag, row->tag) != 0) return row;
   return nullptr;
 }
 
-verrno dispatch_child(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *child, vidl_yfw_datatree *out,
-                      uint32_t type) {
+verrno dispatch_child(yfw_map_ctx *ctx, const NoRow &row, const NoRow *end, vidl_yfw_datatree *child,
+                      vidl_yfw_datatree *out) {
   const char *tag = vidl_yfw_datatree_get_tag(child);
   if (tag == nullptr) {
     ERR(ctx, row.name, "Tag name is not available!");
     return YMAP_ERR_BAD_NODE;
   }
-  const NoRow *known = find_row(row, tag, type);
+  const NoRow *known = find_row(row, end, tag);
   if (known != nullptr) {
     if (known->is_key) vidl_yfw_datatree_set_is_key(child);
     const verrno status = known->walk(ctx, *known, child, out);
@@ -39,10 +38,13 @@ verrno dispatch_child(yfw_map_ctx *ctx, const NoRow &row, vidl_yfw_datatree *chi
 }
 
 verrno dispatch(yfw_map_ctx *ctx, const NoRow &row, const Children &children, vidl_yfw_datatree *out) {
-  const uint32_t type = request_type(ctx);
+  // In operational modules only reads of state know any child.
+  const bool knows_any = !row.module->reads_state_only || request_type(ctx) == YMAP_REQ_GET;
+  const NoRow *const end = row.children + (knows_any ? row.child_count : 0);
   verrno status = YMAP_OK;
-  for (uint32_t i = 0; i < children.count && status == YMAP_OK; ++i)
-    status = dispatch_child(ctx, row, &children.array[i], out, type);
+  vidl_yfw_datatree *const last = children.array + children.count;
+  for (vidl_yfw_datatree *child = children.array; child != last && status == YMAP_OK; ++child)
+    status = dispatch_child(ctx, row, end, child, out);
   return status;
 }
 

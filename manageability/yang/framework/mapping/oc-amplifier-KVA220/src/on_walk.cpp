@@ -31,8 +31,8 @@ verrno refuse_unsupported(yfw_map_ctx *ctx, const char *tag, const char *functio
 }
 
 const OnRow *find_row(const char *tag, const OnRow *rows, size_t count) {
-  for (size_t i = 0; i < count; ++i)
-    if (yfw_map_do_these_match(tag, rows[i].tag) != 0) return &rows[i];
+  for (const OnRow *row = rows, *end = rows + count; row != end; ++row)
+    if (yfw_map_do_these_match(tag, row->tag) != 0) return row;
   return nullptr;
 }
 

@@ -14,16 +14,6 @@ namespace ymap {
 inline constexpr size_t text_size = 200;
 inline constexpr size_t name_size = 20;
 
-/// Zero-fills a buffer of text_size, in parts that a compiler fills with a few wide stores: as a whole it
-/// takes a string instruction, which is slow to start.
-inline void zero_fill(char *buffer) {
-  static_assert(text_size == 3 * 64 + 8);
-  std::memset(buffer, 0, 64);
-  std::memset(buffer + 64, 0, 64);
-  std::memset(buffer + 128, 0, 64);
-  std::memset(buffer + 192, 0, 8);
-}
-
 /// What stands in for the state record when the framework gave none.
 extern yfw_map_state blank_state;
 

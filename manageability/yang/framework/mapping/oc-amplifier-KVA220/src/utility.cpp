@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "trace.h"
 
@@ -15,13 +16,24 @@ namespace {
 
 constexpr const char amplifier_prefix[] = "0/0-AMP-";
 constexpr size_t prefix_length = sizeof amplifier_prefix - 1;
-constexpr const char *controller_prefix = "Ots0/0/0/";
+constexpr size_t usual_length = sizeof "0/0-AMP-PRE0" - 1;
+constexpr std::string_view controller_prefix = "Ots0/0/0/";
 constexpr const char *pre_marker = "PRE";
 constexpr const char *bst_marker = "BST";
 
 // Both slots point here once a request has run, so that no release can be forgotten.
 char pre_buffer[ymap::text_size];
 char bst_buffer[ymap::text_size];
+
+// Zero-fills a buffer of ymap::text_size, in parts that a compiler fills with a few wide stores: as a whole
+// it takes a string instruction, which is slow to start.
+void zero_fill(char *buffer) {
+  static_assert(ymap::text_size == 3 * 64 + 8);
+  std::memset(buffer, 0, 64);
+  std::memset(buffer + 64, 0, 64);
+  std::memset(buffer + 128, 0, 64);
+  std::memset(buffer + 192, 0, 8);
+}
 
 // True when a marker of three characters stands anywhere in the text.
 bool holds_marker(const char *text, const char *marker) {
@@ -30,15 +42,30 @@ bool holds_marker(const char *text, const char *marker) {
   return false;
 }
 
+// True when a buffer of text_size begins with the text, its end not included.
+template <size_t size>
+bool begins_with(const char *buffer, const char (&text)[size]) {
+  return std::memcmp(buffer, text, size - 1) == 0;
+}
+
 bool is_empty(const char *text) {
   return text != nullptr && text[0] == '\0';
 }
 
+// True for the very name of an amplifier, which ends in its port. Other texts may count as one too.
+bool is_usual_name(const char *text) {
+  if (text == nullptr || std::strlen(text) != usual_length) return false;
+  if (std::memcmp(text, amplifier_prefix, prefix_length) != 0) return false;
+  const char *marker = text + prefix_length;
+  return std::memcmp(marker, "BST2", 4) == 0 || std::memcmp(marker, "BST0", 4) == 0 ||
+         std::memcmp(marker, "PRE0", 4) == 0;
+}
+
 // Reads `prefix` followed by a number; leaves `port` as it is when the text does not match. Numbers beyond an
 // int are cut to its limits, so that they cannot come round to a port that exists.
-void scan_port(const char *text, const char *prefix, int &port) {
-  const size_t length = std::strlen(prefix);
-  if (text == nullptr || std::strncmp(text, prefix, length) != 0) return;
+void scan_port(const char *text, std::string_view prefix, int &port) {
+  const size_t length = prefix.size();
+  if (text == nullptr || *text != prefix.front() || std::strncmp(text, prefix.data(), length) != 0) return;
   // What devices send; signs, blanks and long numbers are strtol's.
   const char *digits = text + length;
   int value = 0;
@@ -57,6 +84,7 @@ void scan_port(const char *text, const char *prefix, int &port) {
 
 // The port of an amplifier name, -1 for other names.
 int amplifier_port(const char *amplifier_name) {
+  if (is_usual_name(amplifier_name)) return amplifier_name[usual_length - 1] - '0';
   int port = -1;
   if (amplifier_name == nullptr || std::strncmp(amplifier_name, amplifier_prefix, prefix_length) != 0)
     return port;
@@ -78,40 +106,10 @@ int controller_port(const char *controller_name) {
   return port;
 }
 
-int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *out, const char *function) {
-  const int port = controller_port(controller_name);
-  assert(NULL != ctx);
-  TRC(ctx, function, "controller_name = %s", ymap::shown(controller_name));
-  if (port == 0 || port == 2) {
-    ots_ctrl_key_to_ampli_key(controller_name, out);
-    TRC(ctx, function, "amplifier_name = %s", ymap::shown(out));
-    return 1;
-  }
-  ERR(ctx, function, "Invalid controller_name [%s] and port id [%d], discard it!",
-      ymap::shown(controller_name), port);
-  return 0;
-}
-
-// The children that a search descends to. The presence bit is not asked: answers come without it. Each level
-// makes the path longer, so that below a full path nothing can match; this bounds the depth of the search
-// too.
-int32_t searched_children(const vidl_yfw_datatree *node, const char *path, vidl_yfw_datatree **children) {
-  const auto count = static_cast<int32_t>(vidl_yfw_datatree_get_subtrees(node, children));
-  const bool is_full = std::strlen(path) + 1 >= ymap::text_size;
-  return *children != nullptr && !is_full ? count : 0;
-}
-
-}  // namespace
-
-extern "C" {
-
-const char *const controller_amp_ots_list[4] = {"Ots0/0/0/0", "Ots0/0/0/0", "Ots0/0/0/2", nullptr};
-char *amp_key_pre = nullptr;
-char *amp_key_bst = nullptr;
-
-void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
+// The amplifier name of a port; nothing for ports without amplifier.
+void write_amplifier_name(int port, char *out) {
   const char *suffix = nullptr;
-  switch (controller_port(controller_name)) {
+  switch (port) {
     case 2:
       suffix = "BST2";
       break;
@@ -132,6 +130,42 @@ void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
   std::memcpy(out + prefix_length, suffix, sizeof "BST2");
 }
 
+int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *out, const char *function) {
+  const int port = controller_port(controller_name);
+  assert(NULL != ctx);
+  TRC(ctx, function, "controller_name = %s", ymap::shown(controller_name));
+  if (port == 0 || port == 2) {
+    write_amplifier_name(port, out);
+    TRC(ctx, function, "amplifier_name = %s", ymap::shown(out));
+    return 1;
+  }
+  ERR(ctx, function, "Invalid controller_name [%s] and port id [%d], discard it!",
+      ymap::shown(controller_name), port);
+  return 0;
+}
+
+// The children that a search descends to. The presence bit is not asked: answers come without it. Each level
+// makes the path longer, so that below a full path nothing can match; this bounds the depth of the search
+// too.
+int32_t searched_children(const vidl_yfw_datatree *node, const char *path, vidl_yfw_datatree **children) {
+  const auto count = static_cast<int32_t>(vidl_yfw_datatree_get_subtrees(node, children));
+  if (count == 0 || *children == nullptr) return 0;
+  const bool is_full = std::strlen(path) + 1 >= ymap::text_size;
+  return is_full ? 0 : count;
+}
+
+}  // namespace
+
+extern "C" {
+
+const char *const controller_amp_ots_list[4] = {"Ots0/0/0/0", "Ots0/0/0/0", "Ots0/0/0/2", nullptr};
+char *amp_key_pre = nullptr;
+char *amp_key_bst = nullptr;
+
+void ots_ctrl_key_to_ampli_key(const char *controller_name, char *out) {
+  write_amplifier_name(controller_port(controller_name), out);
+}
+
 int check_controller_name_ots_is_good(yfw_map_ctx *ctx, const char *controller_name, char *out) {
   return check_controller_name(ctx, controller_name, out, __func__);
 }
@@ -145,9 +179,8 @@ int ampli_key_to_key(const char *amplifier_name, const char *format, char *out) 
 }
 
 int ampli_key_to_ots_ctrl_key(const char *amplifier_name, char *out) {
-  const size_t length = std::strlen(controller_prefix);
-  std::copy_n(controller_prefix, length, out);
-  char *end = std::to_chars(out + length, out + ymap::text_size - 1, amplifier_port(amplifier_name)).ptr;
+  char *digits = std::copy(controller_prefix.begin(), controller_prefix.end(), out);
+  char *end = std::to_chars(digits, out + ymap::text_size - 1, amplifier_port(amplifier_name)).ptr;
   *end = '\0';
   return static_cast<int>(end - out);
 }
@@ -183,7 +216,7 @@ int compare_path(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_
   TRC(ctx, __func__, "subtree_count %d", static_cast<int32_t>(node->subtree_count));
   for (int32_t i = 0; i < count; ++i) {
     char child_path[ymap::text_size];
-    ymap::zero_fill(child_path);
+    child_path[0] = '\0';
     yfw_strcpy_s(__func__, child_path, sizeof child_path, path);
     if (compare_path(ctx, &children[i], path_to_find, child_path, key) != 0) return 1;
   }
@@ -204,7 +237,7 @@ int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *
   const int32_t count = searched_children(node, path, &children);
   for (int32_t i = 0; i < count; ++i) {
     char saved[ymap::text_size];
-    ymap::zero_fill(saved);
+    saved[0] = '\0';
     yfw_strcpy_s(__func__, saved, sizeof saved, path);
     yfw_strcat_s(__func__, path, ymap::text_size, "/");
     if (check_request_type_3(ctx, &children[i], path_to_find, path) == 1) return 1;
@@ -215,7 +248,7 @@ int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *
 
 int check_request_type(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find) {
   char path[ymap::text_size];
-  ymap::zero_fill(path);
+  path[0] = '\0';
   return check_request_type_3(ctx, node, path_to_find, path);
 }
 
@@ -239,17 +272,18 @@ void print_data(yfw_map_ctx *ctx) {
 namespace ymap {
 
 bool is_side_named(Side side) {
-  const bool ingress = side == Side::ingress;
-  const char *slot = ingress ? amp_key_pre : amp_key_bst;
-  if (slot == nullptr) return false;
   // Each leaf asks, and mostly finds an amplifier's name or the word of the other side's requests, in the
   // buffer that the slot was given.
-  if (slot == (ingress ? pre_buffer : bst_buffer)) {
-    const char *name = ingress ? "0/0-AMP-PRE" : "0/0-AMP-BST";
-    if (std::memcmp(slot, name, sizeof "0/0-AMP-PRE" - 1) == 0) return true;
-    if (std::memcmp(slot, ingress ? "pre" : "bst", sizeof "pre") == 0) return false;
+  if (side == Side::ingress) {
+    const bool is_own = amp_key_pre == pre_buffer;
+    if (is_own && begins_with(pre_buffer, "pre\0")) return false;
+    if (is_own && begins_with(pre_buffer, "0/0-AMP-PRE")) return true;
+    return amp_key_pre != nullptr && holds_marker(amp_key_pre, pre_marker);
   }
-  return holds_marker(slot, ingress ? pre_marker : bst_marker);
+  const bool is_own = amp_key_bst == bst_buffer;
+  if (is_own && begins_with(bst_buffer, "bst\0")) return false;
+  if (is_own && begins_with(bst_buffer, "0/0-AMP-BST")) return true;
+  return amp_key_bst != nullptr && holds_marker(amp_key_bst, bst_marker);
 }
 
 bool is_side_selected(Side side) {
@@ -259,9 +293,7 @@ bool is_side_selected(Side side) {
 bool is_amplifier_name(const char *text) {
   constexpr const char *markers[] = {"PRE0", "BST0", "BST2"};
   if (text == nullptr) return false;
-  const bool is_usual = std::strncmp(text, amplifier_prefix, prefix_length) == 0;
-  for (const char *marker : markers)
-    if (is_usual && std::strcmp(text + prefix_length, marker) == 0) return true;
+  if (is_usual_name(text)) return true;
   if (std::strstr(text, amplifier_prefix) == nullptr) return false;
   for (const char *marker : markers)
     if (std::strstr(text, marker) != nullptr) return true;

@@ -7,15 +7,6 @@
 
 namespace ymap {
 
-bool begin_word(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const vidl_yfw_datatree *out,
-                const char *function) {
-  assert(NULL != ctx);
-  TRC(ctx, function, "Start");
-  if (node != nullptr && out != nullptr) return true;
-  invalid_arguments(ctx, function);
-  return false;
-}
-
 const char *gain_range_to_low(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const vidl_yfw_datatree *out,
                               const char *function) {
   if (!begin_word(ctx, node, out, function)) return nullptr;
@@ -32,7 +23,8 @@ const char *gain_range_to_high(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, 
   const char *value = value_of(node);
   if (value == nullptr) return nullptr;
   TRC(ctx, function, "gain_range = %s", value);
-  if (std::strstr(value, "normal") != nullptr) return "MID_GAIN_RANGE";
+  // Devices send the word alone.
+  if (std::strcmp(value, "normal") == 0 || std::strstr(value, "normal") != nullptr) return "MID_GAIN_RANGE";
   return std::strstr(value, "extended") != nullptr ? "HIGH_GAIN_RANGE" : nullptr;
 }
 

@@ -6,12 +6,19 @@
 #define YMAP_WORDS_H
 
 #include "request.h"
+#include "trace.h"
 
 namespace ymap {
 
 /// The entry of such a transform; false after an argument failure.
-bool begin_word(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const vidl_yfw_datatree *out,
-                const char *function);
+inline bool begin_word(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const vidl_yfw_datatree *out,
+                       const char *function) {
+  assert(NULL != ctx);
+  TRC(ctx, function, "Start");
+  if (node != nullptr && out != nullptr) return true;
+  invalid_arguments(ctx, function);
+  return false;
+}
 
 /// MID_GAIN_RANGE to "normal", HIGH_GAIN_RANGE to "extended"; all else NULL.
 const char *gain_range_to_low(yfw_map_ctx *ctx, const vidl_yfw_datatree *node, const vidl_yfw_datatree *out,

@@ -28,7 +28,7 @@ verrno target_gain_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_d
     return YMAP_OK;
   }
   char buffer[text_size];
-  zero_fill(buffer);
+  buffer[0] = '\0';
   tenths_to_decibels(ctx, value, buffer, traces, function);
   verrno status = YMAP_OK;
   if (!is_config_suppressed(ctx)) status = add_openconfig(ctx, out, OC_CONFIG "target-gain", buffer);
@@ -49,7 +49,7 @@ verrno target_gain_tilt_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_
     return YMAP_OK;
   }
   char buffer[text_size];
-  zero_fill(buffer);
+  buffer[0] = '\0';
   const char *value = vidl_yfw_datatree_get_data(node);
   if (value != nullptr) tenths_to_decibels(ctx, value, buffer, traces, function);
   verrno status = YMAP_OK;

@@ -37,7 +37,7 @@ verrno operating_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_dat
   TRC(ctx, function, "Start");
   if (node == nullptr || out == nullptr) return invalid_arguments(ctx, function);
   char buffer[text_size];
-  zero_fill(buffer);
+  buffer[0] = '\0';
   const char *value = value_of(node);
   if (value != nullptr) tenths_to_decibels(ctx, value, buffer, row.traces, function);
   verrno status = YMAP_OK;
@@ -86,7 +86,7 @@ verrno YMAP_NO_OTS_OPER(list_lvla_otsoper_otsports_otsport)(yfw_map_ctx *ctx, vi
   TRC(ctx, __func__, "controller_name: %s", controller_name);
   const bool covered = is_list_requested(ctx);
   char amplifier_name[text_size];
-  zero_fill(amplifier_name);
+  amplifier_name[0] = '\0';
   if (check_controller_name_ots_is_good(ctx, controller_name, amplifier_name) == 0) {
     TRC(ctx, __func__, "End");
     return YMAP_SKIP_NODE;
@@ -108,7 +108,7 @@ verrno oper_name_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_dat
   const char *value = value_of(node);
   if (value != nullptr) TRC(ctx, __func__, "vidl_yfw_datatree_get_data(input): %s", value);
   char amplifier_name[text_size];
-  zero_fill(amplifier_name);
+  amplifier_name[0] = '\0';
   if (!covered || value == nullptr || check_controller_name_ots_is_good(ctx, value, amplifier_name) == 0) {
     TRC(ctx, __func__, "End");
     return YMAP_OK;

@@ -23,10 +23,10 @@ bool is_amplifier_interface(yfw_map_ctx *ctx, const char *function) {
   const yfw_map_state &state = state_of(ctx);
   if (state.node_data_count < 2 || state.node_data == nullptr) return true;
   char path[text_size];
-  zero_fill(path);
+  path[0] = '\0';
   char key[name_size] = {};
   char amplifier_name[text_size];
-  zero_fill(amplifier_name);
+  amplifier_name[0] = '\0';
   if (compare_path(ctx, state.node_data[1].node, "interface-configuration/interface-name", path, key) == 1)
     TRC(ctx, function, "interface_key: %s", key);
   if (check_controller_name_ots_is_good(ctx, key, amplifier_name) != 0) return true;
@@ -79,7 +79,7 @@ verrno name_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree
     return YMAP_OK;
   }
   char path[text_size];
-  zero_fill(path);
+  path[0] = '\0';
   char key[name_size] = {};
   compare_path(ctx, state_of(ctx).reg_dup_datatree, OC_AMPLIFIER "/name", path, key);
   if (value == nullptr) {
@@ -88,7 +88,7 @@ verrno name_to_high(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree
   }
   TRC(ctx, __func__, "controller_name = %s", path);
   char amplifier_name[text_size];
-  zero_fill(amplifier_name);
+  amplifier_name[0] = '\0';
   if (check_controller_name_ots_is_good(ctx, value, amplifier_name) == 0) {
     TRC(ctx, __func__, "End");
     return YMAP_SKIP_NODE;

@@ -20,10 +20,11 @@ struct Statistic {
   const char *path;
 };
 
-verrno write_statistic(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out,
-                       const Statistic &row, const char *function) {
+__attribute__((always_inline)) inline verrno write_statistic(yfw_map_ctx *ctx, vidl_yfw_datatree *node,
+                                                             vidl_yfw_datatree *out, const Statistic &row,
+                                                             const char *function) {
   char buffer[text_size];
-  zero_fill(buffer);
+  buffer[0] = '\0';
   const char *value = buffer;
   if (row.value == Value::as_is) value = vidl_yfw_datatree_get_data(node);
   if (row.value == Value::copy && value_of(node) != nullptr)
@@ -87,11 +88,7 @@ verrno state_actual_gain_tilt_interval_iatl_to_high(yfw_map_ctx *ctx, vidl_yfw_d
 }
 
 const char *oc_interval_to_high(yfw_map_ctx *, vidl_yfw_datatree *, vidl_yfw_datatree *) {
-  constexpr char nanoseconds[] = "30000000000";
-  static char interval[text_size];
-  zero_fill(interval);
-  std::memcpy(interval, nanoseconds, sizeof nanoseconds);
-  return interval;
+  return "30000000000";  // nanoseconds
 }
 
 // optics-port-histories/optics-port-history: ports without an amplifier are dropped.
@@ -113,7 +110,7 @@ verrno YMAP_NO_PMENGINE(list_lvla_performancemanagementhistory_opticsporthistori
   yfw_map_print_datatree_internal(ctx, state.plist, "plist");
   const bool in_scope = is_list_requested(ctx);
   char amplifier_name[text_size];
-  zero_fill(amplifier_name);
+  amplifier_name[0] = '\0';
   const int is_valid = check_controller_name_ots_is_valid(ctx, controller_name, amplifier_name);
   if (in_scope && is_valid == 0) {
     TRC(ctx, __func__, "End");

@@ -74,7 +74,7 @@ verrno add_all_interfaces(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_da
   verrno status = YMAP_OK;
   for (const char *const *controller = controller_amp_ots_list; *controller != nullptr; ++controller) {
     char scratch[text_size];
-    zero_fill(scratch);
+    scratch[0] = '\0';
     if (check_controller_name_ots_is_good(ctx, *controller, scratch) != 1) continue;
     add_if_entry(ctx, out, node);
     add_path(
@@ -92,7 +92,7 @@ void select_all_state(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatr
   set_slot(function, amp_key_bst, "bst");
   for (const char *const *controller = controller_amp_ots_list; *controller != nullptr; ++controller) {
     char name[text_size];
-    zero_fill(name);
+    name[0] = '\0';
     if (check_controller_name_ots_is_good(ctx, *controller, name) != 1) continue;
     TRC(ctx, function, "controller_amp_ots: %s", *controller);
     TRC(ctx, function, "amplifier_key: %s", name);
@@ -118,7 +118,7 @@ verrno amplifier_list_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw
 
   char key[name_size] = {};
   char path[text_size];
-  zero_fill(path);
+  path[0] = '\0';
   reset_slots();
   const yfw_map_state &state = state_of(ctx);
   const bool has_path = state.node_data != nullptr && state.node_data_count > 0;
@@ -161,7 +161,7 @@ verrno name_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree 
 
   verrno status = YMAP_OK;
   char controller_name[text_size];
-  zero_fill(controller_name);
+  controller_name[0] = '\0';
   const char *name = vidl_yfw_datatree_get_data(node);
   if (is_amplifier_name(name)) {
     ampli_key_to_ots_ctrl_key(name, controller_name);
@@ -210,7 +210,7 @@ verrno cfg_name_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datat
   const char *name = vidl_yfw_datatree_get_data(node);
   if (is_amplifier_name(name)) {
     char controller_name[text_size];
-    zero_fill(controller_name);
+    controller_name[0] = '\0';
     ampli_key_to_ots_ctrl_key(name, controller_name);
     TRC(ctx, __func__, "amplifier_name = %s", name);
     TRC(ctx, __func__, "controller_name = %s", controller_name);

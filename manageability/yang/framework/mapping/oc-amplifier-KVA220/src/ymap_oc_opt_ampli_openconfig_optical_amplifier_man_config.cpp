@@ -81,7 +81,7 @@ verrno tenths_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatre
 
   char buffer[text_size];
 
-  zero_fill(buffer);
+  buffer[0] = '\0';
   if (vidl_yfw_datatree_has_data(node)) {
     const char *value = vidl_yfw_datatree_get_data(node);
     yfw_strcpy_s(function, buffer, sizeof buffer, value != nullptr ? value : "");

@@ -101,7 +101,7 @@ verrno oper_name_to_low(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_data
   verrno status = YMAP_OK;
   if (vidl_yfw_datatree_has_data(node)) {
     char controller_name[text_size];
-    zero_fill(controller_name);
+    controller_name[0] = '\0';
     const char *name = vidl_yfw_datatree_get_data(node);
     ampli_key_to_ots_ctrl_key(name, controller_name);
     TRC(ctx, __func__, "amplifier_name = %s", shown(name));
