@@ -24,10 +24,12 @@ inline const char *shown(const char *text) {
 /// Traces the end of a function that was called with a NULL node or output; the status to return.
 verrno invalid_arguments(yfw_map_ctx *ctx, const char *function);
 
-/// A message for both outputs; a row may choose it.
+/// A message for both outputs; a row may choose it. It brings the log's index, as the log keeps one for each
+/// text.
 struct TraceText {
   const char *log;
   const char *light;
+  mutable uint32_t site_index = 0xffffffffU;
 };
 
 /// A trace point that somebody listens to: writes to the log, if `is_logged`, and to the light trace, if it
@@ -50,9 +52,8 @@ __attribute__((cold, noinline)) void write_trace(yfw_map_ctx *ctx, int is_logged
 #define YMAP_LOG_FORMAT(level, text) level ": YFW: ctx=%p," text
 #define YMAP_LIGHT_FORMAT(level, text) "#%u: " level ": %s:%d ctx=%p," text
 
-#define YMAP_TRACE(number, log, ctx, function, log_format, light_format, ...)                       \
+#define YMAP_TRACE(number, log, ctx, function, site_index, log_format, light_format, ...)           \
   do {                                                                                              \
-    static uint32_t site_index = 0xffffffffU;                                                       \
     const int is_logged = yfw_debug_should_log(&(ctx)->debug_cfg, number);                          \
     /* never run: has the compiler compare the format with the arguments */                         \
     if (false)                                                                                      \
@@ -63,18 +64,25 @@ __attribute__((cold, noinline)) void write_trace(yfw_map_ctx *ctx, int is_logged
                         __LINE__ __VA_OPT__(, ) __VA_ARGS__);                                       \
   } while (false)
 
+/// A site with a text of its own.
+#define YMAP_SITE(number, log, level, ctx, function, text, ...)                     \
+  do {                                                                              \
+    static uint32_t own_index = 0xffffffffU;                                        \
+    YMAP_TRACE(number, log, ctx, function, own_index, YMAP_LOG_FORMAT(level, text), \
+               YMAP_LIGHT_FORMAT(level, text) __VA_OPT__(, ) __VA_ARGS__);          \
+  } while (false)
+
 /// Level TRC (3) and level ERR (0).
-#define TRC(ctx, function, text, ...)                                 \
-  YMAP_TRACE(3, trc_log, ctx, function, YMAP_LOG_FORMAT("TRC", text), \
-             YMAP_LIGHT_FORMAT("TRC", text) __VA_OPT__(, ) __VA_ARGS__)
-#define ERR(ctx, function, text, ...)                                 \
-  YMAP_TRACE(0, err_log, ctx, function, YMAP_LOG_FORMAT("ERR", text), \
-             YMAP_LIGHT_FORMAT("ERR", text) __VA_OPT__(, ) __VA_ARGS__)
+#define TRC(ctx, function, text, ...) \
+  YMAP_SITE(3, trc_log, "TRC", ctx, function, text __VA_OPT__(, ) __VA_ARGS__)
+#define ERR(ctx, function, text, ...) \
+  YMAP_SITE(0, err_log, "ERR", ctx, function, text __VA_OPT__(, ) __VA_ARGS__)
 
 /// Level TRC with the text of a row.
 #define YMAP_TRC_TEXT(text) \
   { YMAP_LOG_FORMAT("TRC", text), YMAP_LIGHT_FORMAT("TRC", text) }
-#define TRC_ROW(ctx, function, row_text, ...) \
-  YMAP_TRACE(3, trc_log, ctx, function, (row_text).log, (row_text).light __VA_OPT__(, ) __VA_ARGS__)
+#define TRC_ROW(ctx, function, row_text, ...)                                  \
+  YMAP_TRACE(3, trc_log, ctx, function, (row_text).site_index, (row_text).log, \
+             (row_text).light __VA_OPT__(, ) __VA_ARGS__)
 
 #endif  // YMAP_TRACE_H
