@@ -130,6 +130,16 @@ class Operations(DeviceTest):
                 self.assertEqual(status, 0 if tag is None else 1)
                 self.assertIn("<ok/>" if tag is None else f"<error-tag>{tag}</error-tag>", out)
 
+    def test_an_amplifier_that_is_not_there_can_be_removed_only(self):
+        before = self.settings()
+        for operation, tag in (("remove", None), ("delete", "data-missing"), ("merge", "invalid-value")):
+            with self.subTest(operation):
+                named = f'<amplifier nc:operation="{operation}"><name>0/0-AMP-XYZ</name></amplifier>'
+                status, out, _ = self.run_tool("rpc", text=edit(entries(named)))
+                self.assertEqual(status, 0 if tag is None else 1)
+                self.assertIn("<ok/>" if tag is None else f"<error-tag>{tag}</error-tag>", out)
+                self.assertEqual(self.settings(), before)
+
     def test_an_edit_of_two_amplifiers_is_one_transaction(self):
         before = self.settings()
         for second in ("<target-gain>99</target-gain>", '<enabled nc:operation="create">true</enabled>'):

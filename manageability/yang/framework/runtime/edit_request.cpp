@@ -112,11 +112,25 @@ class Normaliser {
     throw refusal;
   }
 
+  bool is_instance(std::string_view name) const {
+    const auto &instances = registration_.instances;
+    return std::find(instances.begin(), instances.end(), name) != instances.end();
+  }
+
+  /// An amplifier that is not there can be removed, but not deleted (RFC 6241, section 7.2). Everything else
+  /// with it is for the plug-in, and then refuse_unknown(), to judge.
+  bool is_removed_already(const Entry &entry) const {
+    if (entry.name.empty() || !deletes(entry.operation) || is_instance(entry.name)) return false;
+    if (entry.operation == YMAP_OP_DELETE)
+      refuse_entry(*entry.source, "", "data-missing", YMAP_OK,
+                   "there is no " + registration_.list + " " + std::string(entry.name));
+    return true;
+  }
+
   /// What no amplifier can do: come into being, or lose its name.
   void refuse_against_hardware(const vidl_yfw_datatree &entry, std::string_view name,
                                uint32_t operation) const {
-    const auto &instances = registration_.instances;
-    if (std::find(instances.begin(), instances.end(), name) == instances.end()) return;
+    if (!is_instance(name)) return;
     if (operation == YMAP_OP_CREATE) {
       refuse_entry(entry, "", "data-exists", YMAP_OK,
                    registration_.list + " " + std::string(name) + " exists; only its " +
@@ -157,9 +171,10 @@ class Normaliser {
         continue;
       }
       const vidl_yfw_datatree *key = child(entry, registration_.key);
-      entries_.push_back(store_of(result_).arena,
-                         {&entry, key == nullptr ? "" : value_of(*key), effective(entry, operation)});
-      refuse_against_hardware(entry, entries_.back().name, entries_.back().operation);
+      const Entry found = {&entry, key == nullptr ? "" : value_of(*key), effective(entry, operation)};
+      if (is_removed_already(found)) continue;
+      entries_.push_back(store_of(result_).arena, found);
+      refuse_against_hardware(entry, found.name, found.operation);
     }
     list_seen_ = true;
     if (operation == YMAP_OP_REPLACE) concern_unlisted();
