@@ -39,6 +39,7 @@ struct RequestNode {
 struct FolderError : std::runtime_error {
   using std::runtime_error::runtime_error;
   bool no_room = false;  ///< the disk is full, or a quota or limit reached: room would mend it
+  bool busy = false;     ///< another process does not come to the end of its edit
 };
 
 /// A refused edit; nothing was stored.

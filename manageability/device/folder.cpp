@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "device.hpp"
 
@@ -19,6 +21,10 @@ namespace {
 constexpr const char *kRunning = "running.json";
 constexpr const char *kTemporary = "running.json.new";
 constexpr const char *kLock = "running.lock";
+
+// An edit takes milliseconds, and a few seconds where many wait for the disk. Turns are short against a sync.
+constexpr std::chrono::seconds kPatience{10};
+constexpr std::chrono::milliseconds kTurn{1};
 
 // A configuration takes a few kilobytes; a file beyond this is not one, and must not fill the memory.
 constexpr off_t kLargestFile = off_t{64} << 20;
@@ -194,8 +200,18 @@ Descriptor Folder::lock() const {
   if (lock.get() < 0) folder_failure("cannot open the lock file", file, errno, remedy_for_writing(errno));
   struct stat status {};
   if (::fstat(lock.get(), &status) == 0 && status.st_size == 0) share_rights(path_, lock.get());
-  while (::flock(lock.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) folder_failure("cannot lock", file, errno, "use a file system with file locks");
+  const auto give_up = std::chrono::steady_clock::now() + kPatience;
+  while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR)
+      folder_failure("cannot lock", file, errno, "use a file system with file locks");
+    if (std::chrono::steady_clock::now() > give_up) {
+      FolderError failure("another process has been editing for " + std::to_string(kPatience.count()) +
+                          " seconds and keeps the lock " + file.string() +
+                          "; try again, or end the one that hangs");
+      failure.busy = true;
+      throw failure;
+    }
+    std::this_thread::sleep_for(kTurn);
   }
   return lock;
 }

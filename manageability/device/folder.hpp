@@ -74,7 +74,7 @@ class Folder {
   /// The running configuration and the version that was read.
   std::string load(Stamp &stamp) const;
 
-  /// Waits for other writers. The lock is held while the result lives.
+  /// Waits for other writers, but not for ever. The lock is held while the result lives.
   Descriptor lock() const;
   /// Replaces the running configuration under the lock: synced before it takes the old one's place.
   void store(std::string_view text) const;
