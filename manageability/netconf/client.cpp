@@ -10,6 +10,7 @@
 
 #include "client_reply.hpp"
 #include "datatree.hpp"
+#include "deadline.hpp"
 #include "plugin.hpp"
 #include "protocol_modules.hpp"
 #include "rpc_error.hpp"
@@ -156,14 +157,14 @@ std::string Client::operation(const Request &request) const {
 }
 
 Answer Client::run(const Request &request) {
-  if (request.kind != Request::Kind::edit) return exchange(operation(request));
+  if (request.kind != Request::Kind::edit) return exchange(operation(request), true);
   if (!offers("writable-running:1.0"))
     throw RpcError({.type = "protocol",
                     .tag = "operation-not-supported",
                     .message = "the server does not let clients edit its running datastore (no capability "
                                "writable-running)"});
   try {
-    return exchange(operation(request));
+    return exchange(operation(request), false);
   } catch (const RpcError &error) {
     if (offers(kRollback)) throw;
     auto fault = error.fault();
@@ -172,9 +173,10 @@ Answer Client::run(const Request &request) {
   }
 }
 
-Answer Client::exchange(const std::string &operation) {
+Answer Client::exchange(const std::string &operation, bool read) {
   const WithoutSigpipe scope;
   const int timeout = static_cast<int>(patience_.count());
+  const Deadline deadline(input_[Pipe::reading], patience_);
   last_message.clear();
   const std::unique_ptr<nc_rpc, RpcDeleter> rpc(
       nc_rpc_act_generic_xml(operation.c_str(), NC_PARAMTYPE_CONST));
@@ -188,7 +190,7 @@ Answer Client::exchange(const std::string &operation) {
     kind = nc_recv_reply(session_.get(), rpc.get(), id, timeout, &envelope, &output);
   const Tree envelope_owner(envelope);
   const Tree output_owner(output);
-  if (kind == NC_MSG_WOULDBLOCK) fail(too_late(patience_));
+  if (kind == NC_MSG_WOULDBLOCK || (kind != NC_MSG_REPLY && deadline.passed())) fail(too_late(patience_));
   if (kind != NC_MSG_REPLY) fail("gives no proper answer: " + last_message);
 
   std::vector<std::string> warnings;
@@ -196,6 +198,7 @@ Answer Client::exchange(const std::string &operation) {
     throw RpcError(std::move(*fault));
   Answer answer;
   const lyd_node *data = output == nullptr ? nullptr : lyd_child(output);
+  if (data == nullptr && read) fail("answers a read without data");
   if (data != nullptr && data->schema != nullptr && (data->schema->nodetype & LYD_NODE_ANY) != 0) {
     const auto *any = reinterpret_cast<const lyd_node_any *>(data);
     if (any->value_type == LYD_ANYDATA_DATATREE) answer = read_data(schema_, elements(any->value.tree));

@@ -50,7 +50,7 @@ class Client {
   [[noreturn]] void fail(const std::string &what) const;
   bool offers(const std::string &capability) const;
   std::string operation(const Request &request) const;
-  Answer exchange(const std::string &operation);
+  Answer exchange(const std::string &operation, bool read);
 
   const Schema &schema_;
   std::string server_;

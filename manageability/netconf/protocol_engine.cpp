@@ -37,9 +37,12 @@ Fault fault_of(const std::exception &error) {
   if (const auto *refusal = dynamic_cast<const RpcError *>(&error)) return refusal->fault();
   if (dynamic_cast<const std::bad_alloc *>(&error) != nullptr)
     return {.tag = "resource-denied", .message = "the device is out of memory"};
-  const auto *folder = dynamic_cast<const device::FolderError *>(&error);
-  return {.tag = folder != nullptr && folder->no_room ? "resource-denied" : "operation-failed",
-          .message = error.what()};
+  Fault fault = {.tag = "operation-failed", .message = error.what()};
+  if (const auto *folder = dynamic_cast<const device::FolderError *>(&error)) {
+    if (folder->no_room) fault.tag = "resource-denied";
+    if (folder->busy) fault.tag = "in-use";
+  }
+  return fault;
 }
 
 }  // namespace

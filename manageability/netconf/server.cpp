@@ -72,20 +72,6 @@ void check_hello(const XmlElement &root) {
   if (!base) refuse("offers neither base:1.0 nor base:1.1");
 }
 
-/// The attributes of the <rpc> that the begin of a message holds, for the reply to one that cannot be read.
-std::vector<XmlAttribute> salvage_attributes(const std::string &text) {
-  const auto begin = text.find("rpc");
-  const auto tag = begin == std::string::npos ? std::string::npos : text.rfind('<', begin);
-  const auto end = tag == std::string::npos ? std::string::npos : text.find('>', tag);
-  if (end == std::string::npos) return {};
-  try {
-    const auto kept = text[end - 1] == '/' ? end - 1 : end;
-    return RpcMessage(text.substr(tag, kept - tag) + "/>").attributes();
-  } catch (const RpcError &) {
-    return {};
-  }
-}
-
 class Server {
  public:
   Server(Session &requests, const std::filesystem::path &folder, const std::filesystem::path &models)
@@ -140,36 +126,33 @@ class Server {
   }
 
   ProtocolEngine::Reply answer(ProtocolEngine &engine, const Deframer::Message &message) {
-    auto attributes = std::vector<XmlAttribute>();
+    std::vector<XmlAttribute> attributes;
     ProtocolEngine::Reply reply;
     try {
-      if (message.cut) refuse_size(message.text, attributes);
-      const auto rpc = read(message.text, attributes);
-      const auto action = parse_operation(*rpc, parts_);
-      reply = engine.run(bare_request(attributes, rpc->operation()), action);
+      if (message.cut) refuse_size();
+      const RpcMessage rpc(message.text);
+      attributes = rpc.attributes();
+      const auto action = parse_operation(rpc, parts_);
+      reply = engine.run(bare_request(attributes, rpc.operation()), action);
       ++counters_.in_rpcs;
     } catch (const RpcError &error) {
       ++counters_.in_bad_rpcs;
-      reply.bytes = framed(error_reply(attributes, error.fault()), framing_);
+      if (attributes.empty()) attributes = attributes_of_broken(message.text);
+      reply.bytes = framed(error_reply(attributes, known_to_client(error.fault())), framing_);
       reply.refused = true;
     }
     if (reply.refused) ++counters_.out_rpc_errors;
     return reply;
   }
 
-  static std::unique_ptr<RpcMessage> read(const std::string &text, std::vector<XmlAttribute> &attributes) {
-    try {
-      auto message = std::make_unique<RpcMessage>(text);
-      attributes = message->attributes();
-      return message;
-    } catch (const RpcError &) {
-      attributes = salvage_attributes(text);
-      throw;
-    }
+  /// RFC 6241, appendix A: malformed-message must not be sent to clients of base:1.0.
+  Fault known_to_client(Fault fault) const {
+    if (framing_ == Framing::end_of_message && fault.tag == "malformed-message")
+      fault.tag = "operation-failed";
+    return fault;
   }
 
-  [[noreturn]] static void refuse_size(const std::string &begin, std::vector<XmlAttribute> &attributes) {
-    attributes = salvage_attributes(begin);
+  [[noreturn]] static void refuse_size() {
     throw RpcError(
         {.type = "rpc",
          .tag = "too-big",

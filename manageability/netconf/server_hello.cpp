@@ -22,8 +22,9 @@ bool readable(int source, std::chrono::steady_clock::time_point end) {
   while (true) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
+    if (left <= 0) return false;
     pollfd waiting = {source, POLLIN, 0};
-    const int count = poll(&waiting, 1, static_cast<int>(std::max<decltype(left)>(left, 0)));
+    const int count = poll(&waiting, 1, static_cast<int>(left));
     if (count > 0) return true;
     if (count == 0) return false;
     if (errno != EINTR) return true;  // read() will tell

@@ -50,6 +50,10 @@ class RpcMessage {
   XmlDocument document_;
 };
 
+/// The attributes of the <rpc> with which a message that cannot be read begins; empty if not even that can be
+/// told.
+std::vector<XmlAttribute> attributes_of_broken(const std::string &message);
+
 /// A read of `amplifiers`, of all of them if there is none. Throws RpcError for an empty name.
 Request read_request(const Schema &schema, Request::Kind kind, bool state_only,
                      const std::vector<std::string> &amplifiers);

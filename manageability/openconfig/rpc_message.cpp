@@ -158,9 +158,23 @@ XmlElement RpcMessage::operation() const {
   const auto path = step({}, kProtocolModule, "rpc");
   check_message_id(rpc, path);
   const auto operations = rpc.children();
-  if (operations.size() != 1)
-    refuse("malformed-message", "an <rpc> holds exactly one operation", path, {}, "rpc");
+  if (operations.empty()) refuse("missing-element", "an <rpc> holds exactly one operation", path, {}, "rpc");
+  if (operations.size() > 1)
+    refuse("bad-element", "an <rpc> holds exactly one operation", path, operations[1].name(), "rpc");
   return operations.front();
+}
+
+std::vector<XmlAttribute> attributes_of_broken(const std::string &message) {
+  const auto begin = message.find("rpc");
+  const auto tag = begin == std::string::npos ? std::string::npos : message.rfind('<', begin);
+  const auto end = tag == std::string::npos ? std::string::npos : message.find('>', tag);
+  if (end == std::string::npos) return {};
+  try {
+    const auto kept = message[end - 1] == '/' ? end - 1 : end;
+    return RpcMessage(message.substr(tag, kept - tag) + "/>").attributes();
+  } catch (const RpcError &) {
+    return {};
+  }
 }
 
 Request RpcMessage::request(const Schema &schema) const {

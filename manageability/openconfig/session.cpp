@@ -63,7 +63,8 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
   }
   const auto &said = request.stated ? *request.stated : request.tree;
   KeyFault key;
-  if (refusal.status == YMAP_ERR_LIST_KEY && find_key_fault(schema, nullptr, said.root(), key)) {
+  const bool about_children = refusal.status == YMAP_ERR_LIST_KEY || refusal.status == YMAP_ERR_BAD_NODE;
+  if (about_children && find_key_fault(schema, nullptr, said.root(), key)) {
     fault.tag = key.missing ? "missing-element" : "bad-element";
     fault.bad_element = key.key;
   } else if (refusal.status != YMAP_ERR_INVALID_VALUE) {
@@ -73,7 +74,10 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
     fault.bad_attribute = "operation";
     fault.bad_element = yfw::optical_amplifier().key;
   }
-  if (refusal.status == YMAP_ERR_BAD_NODE) fault.type = "rpc";
+  if (fault.tag == "malformed-message") fault.type = "rpc";
+  // The device names its own leaf; the client knows the one that the path names.
+  if (refusal.status == YMAP_OK && fault.tag == "data-exists") fault.message = "it exists already";
+  if (refusal.status == YMAP_OK && fault.tag == "data-missing") fault.message = "there is nothing to delete";
   // No node is at fault.
   if (fault.tag == "in-use") fault = {.type = "protocol", .tag = fault.tag, .message = fault.message};
   return RpcError(std::move(fault));

@@ -1,15 +1,15 @@
-// XML from outside, its size and depth limited before libyang parses it.
+// XML from outside, parsed by libyang without a schema.
 #include "xml_document.hpp"
 
 #include <libyang/libyang.h>
 
-#include <algorithm>
 #include <memory>
 #include <new>
 #include <set>
 #include <utility>
 
 #include "rpc_error.hpp"
+#include "xml_intake.hpp"
 #include "yang.hpp"
 
 namespace ymap {
@@ -17,100 +17,6 @@ namespace {
 
 [[noreturn]] void malformed(const std::string &reason) {
   throw RpcError({.type = "rpc", .tag = "malformed-message", .message = reason});
-}
-
-[[noreturn]] void too_big(const std::string &reason) {
-  throw RpcError({.type = "rpc", .tag = "too-big", .message = reason});
-}
-
-/// End of the start tag that begins at `begin`: the position of its '>', or npos. Quoted values may hold '>'.
-std::size_t end_of_tag(std::string_view xml, std::size_t begin) {
-  char quote = '\0';
-  for (std::size_t at = begin; at < xml.size(); ++at) {
-    const char character = xml[at];
-    if (quote != '\0') {
-      if (character == quote) quote = '\0';
-    } else if (character == '"' || character == '\'') {
-      quote = character;
-    } else if (character == '>') {
-      return at;
-    }
-  }
-  return std::string_view::npos;
-}
-
-/// Whether a start tag declares a default namespace, be it none.
-bool declares_default(std::string_view tag) {
-  constexpr std::string_view white = " \t\r\n", name = "xmlns";
-  for (std::size_t at = 0; at < tag.size(); ++at) {
-    if (tag[at] == '"' || tag[at] == '\'') {
-      at = tag.find(tag[at], at + 1);
-      if (at == std::string_view::npos) return false;
-    } else if (white.find(tag[at]) != std::string_view::npos && tag.substr(at + 1).starts_with(name)) {
-      const auto next = tag.find_first_not_of(white, at + 1 + name.size());
-      if (next != std::string_view::npos && tag[next] == '=') return true;
-    }
-  }
-  return false;
-}
-
-/// libyang descends into elements by recursion and searches for the place of every new element and attribute,
-/// so depth and numbers are limited before it sees the text. An unfinished construct ends the count and is
-/// left for the parser to report. Returned is the text without comments and processing instructions, which
-/// libyang takes for an error in front of a value, and with the default namespace said to be none where the
-/// root element leaves it unsaid: libyang wants it declared before it takes an element without a namespace.
-std::string prepared(std::string_view xml) {
-  if (xml.size() > kLargestDocument)
-    too_big("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
-  if (xml.find('\0') != std::string_view::npos) malformed("the message contains a NUL character");
-  struct Opaque {
-    std::string_view begin, end;
-    bool is_content;
-  };
-  static constexpr Opaque opaque[] = {
-      {"<!--", "-->", false}, {"<![CDATA[", "]]>", true}, {"<?", "?>", false}};
-
-  std::string content;
-  std::size_t kept = 0;  // up to here `xml` is in `content`, or left out of it
-  std::size_t depth = 0;
-  std::size_t elements = 0;
-  for (std::size_t at = xml.find('<'); at != std::string_view::npos; at = xml.find('<', at)) {
-    const auto rest = xml.substr(at);
-    const auto skipped =
-        std::ranges::find_if(opaque, [&](const Opaque &row) { return rest.starts_with(row.begin); });
-    if (skipped != std::end(opaque)) {
-      const auto end = xml.find(skipped->end, at + skipped->begin.size());
-      if (end == std::string_view::npos) break;
-      const auto next = end + skipped->end.size();
-      if (!skipped->is_content) {
-        content.append(xml.substr(kept, at - kept));
-        kept = next;
-      }
-      at = next;
-      continue;
-    }
-    if (rest.starts_with("<!")) malformed("a document type declaration is not allowed in a NETCONF message");
-    const auto end = end_of_tag(xml, at);
-    if (std::min(end, xml.size()) - at > kLongestTag)
-      too_big("a tag of the message is longer than " + std::to_string(kLongestTag) + " bytes");
-    if (end == std::string_view::npos) break;
-    if (rest.starts_with("</")) {
-      if (depth > 0) --depth;
-    } else if (++elements == 1 && !declares_default(xml.substr(at, end - at))) {
-      const auto end_of_name = std::min(xml.find_first_of(" \t\r\n/>", at), end);
-      if (end_of_name > at + 1) {
-        content.append(xml.substr(kept, end_of_name - kept)).append(" xmlns=\"\"");
-        kept = end_of_name;
-      }
-      if (xml[end - 1] != '/') ++depth;
-    } else if (elements > kMostElements) {
-      too_big("the message has more than " + std::to_string(kMostElements) + " elements");
-    } else if (xml[end - 1] != '/' && ++depth > kDeepestElement) {
-      malformed("elements are nested deeper than " + std::to_string(kDeepestElement) + " levels");
-    }
-    at = end + 1;
-  }
-  return content.append(xml.substr(kept));
 }
 
 void check_attributes(const XmlElement &element) {
@@ -146,7 +52,8 @@ std::string_view XmlElement::name() const {
   return view(node_->name.name);
 }
 std::string_view XmlElement::ns() const {
-  return view(node_->name.module_ns);
+  const auto ns = view(node_->name.module_ns);
+  return ns == kNoNamespace ? std::string_view() : ns;
 }
 std::string_view XmlElement::text() const {
   return view(node_->value);
@@ -175,15 +82,11 @@ void XmlDocument::TreeDeleter::operator()(lyd_node *tree) const {
   lyd_free_all(tree);
 }
 
-void check_limits(std::string_view text) {
-  prepared(text);
-}
-
 XmlDocument::XmlDocument(std::string_view text) {
   constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
   if (trimmed(text).empty()) malformed("the message is empty; it must be one <rpc> element");
-  text_ = prepared(text);
+  text_ = prepared_xml(text);
 
   const device::LogScope log;
   ly_ctx *context = bare_context();

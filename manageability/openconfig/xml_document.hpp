@@ -43,11 +43,6 @@ class XmlElement {
   const lyd_node_opaq *node_;
 };
 
-/// Checks what is limited in a document before it is parsed: its size, its depth, the length of its tags, the
-/// number of its elements; zero bytes and document types are refused as well. Throws RpcError: too-big or
-/// malformed-message.
-void check_limits(std::string_view text);
-
 class XmlDocument {
  public:
   /// Checks the limits first. Throws RpcError: too-big, or malformed-message with the reason and the line.

@@ -129,6 +129,7 @@ int rpc(Session &session, const Options &options) {
     print(reply(attributes, request, answer));
     return kDone;
   } catch (const RpcError &error) {
+    if (attributes.empty()) attributes = attributes_of_broken(text);
     print(error_reply(attributes, error.fault()));
     return kRefused;
   }

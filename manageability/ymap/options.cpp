@@ -99,6 +99,11 @@ Examples:
   source <(ymap completion bash)
   ymap completion bash > ~/.local/share/bash-completion/completions/ymap)";
 
+/// An unset variable of the shell must not lead to the user's own device.
+CLI::Validator not_empty() {
+  return {[](const std::string &value) { return std::string(value.empty() ? "it is empty" : ""); }, ""};
+}
+
 /// The parser, bound to the options that it fills.
 class Parser {
  public:
@@ -107,11 +112,13 @@ class Parser {
     app_.footer(kExamples);
     app_.require_subcommand(1);
     app_.add_option("--device", options_.device, "Folder of the emulated device; your own without it")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(not_empty());
     app_.add_option("--connect", options_.connect,
                     "NETCONF server to get from, set and unset at, in the place of a device folder; port 830 "
                     "without one")
-        ->type_name("[USER@]HOST[:PORT]");
+        ->type_name("[USER@]HOST[:PORT]")
+        ->check(not_empty());
     app_.add_option("--timeout", options_.timeout, "How long the server may take to answer; 30 without it")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 86400.0).description(""));

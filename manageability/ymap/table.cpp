@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "printable.hpp"
+
 namespace ymap {
 namespace {
 
@@ -40,6 +42,14 @@ uint64_t number(const char *text) {
   return value;
 }
 
+/// A server's names may hold anything.
+std::string on_one_line(std::string_view text) {
+  std::string line = printable(text);
+  std::ranges::replace_if(
+      line, [](char character) { return character == '\n' || character == '\t'; }, ' ');
+  return line;
+}
+
 Cell cell_of(const lyd_node *leaf) {
   const std::string_view name = leaf->schema->name;
   const char *value = lyd_get_value(leaf);
@@ -48,7 +58,7 @@ Cell cell_of(const lyd_node *leaf) {
     constexpr uint64_t second = 1'000'000'000;
     if (number(value) % second == 0) return {std::to_string(number(value) / second), "s"};
   }
-  return {plain_value(leaf->schema, value), std::string(units(leaf->schema))};
+  return {on_one_line(plain_value(leaf->schema, value)), std::string(units(leaf->schema))};
 }
 
 /// The parts of a statistic in reading order; the words stand before the values where a line holds them all.
@@ -119,7 +129,7 @@ Table table_of(const lyd_node *first) {
   for_each_entry(first, [&](const lyd_node *entry) {
     const auto *key = entry_key(entry);
     if (key == nullptr) return;
-    table.amplifiers.emplace_back(lyd_get_value(key));
+    table.amplifiers.push_back(on_one_line(lyd_get_value(key)));
     table.next = 0;
     const lyd_node *section = nullptr;
     LY_LIST_FOR(lyd_child(entry), section) {
@@ -211,7 +221,7 @@ std::string print_lines(const lyd_node *first) {
   for_each_entry(first, [&](const lyd_node *entry) {
     const auto *key = entry_key(entry);
     if (key == nullptr) return;
-    const std::string amplifier = lyd_get_value(key);
+    const std::string amplifier = on_one_line(lyd_get_value(key));
     const lyd_node *section = nullptr;
     LY_LIST_FOR(lyd_child(entry), section) {
       const lyd_node *node = nullptr;

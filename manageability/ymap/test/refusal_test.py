@@ -150,7 +150,7 @@ class Messages(DeviceTest):
                  "/nc:rpc/nc:validate/nc:source", {}),
                 ("<validate><source><config>x</config></source></validate>", "bad-element",
                  "/nc:rpc/nc:validate/nc:source/nc:config", {"bad_element": "config"}),
-                ("<get/><get/>", "malformed-message", "/nc:rpc", {}),
+                ("<get/><get/>", "bad-element", "/nc:rpc", {"bad_element": "get"}),
                 ("<lock/>", "operation-not-supported", "/nc:rpc", {})):
             with self.subTest(inner):
                 self.assert_refused(rpc(inner), tag, path, **info)

@@ -1,0 +1,19 @@
+/// \file
+/// XML from outside before libyang sees it: limited, and freed of what libyang fails on.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ymap {
+
+/// Stands for "no namespace" in texts for libyang, which crashes on two siblings of one name without any.
+inline constexpr std::string_view kNoNamespace = "urn:ymap:no-namespace";
+
+/// `xml` as libyang can take it: within the limits of xml_document.hpp; without comments and processing
+/// instructions, which it takes for an error in front of a value; and with kNoNamespace declared as default
+/// namespace where that is none. Throws RpcError: too-big; bad-element for text beside elements, which
+/// libyang calls not well-formed; malformed-message. Other faults of the text are left for the parser.
+std::string prepared_xml(std::string_view xml);
+
+}  // namespace ymap
