@@ -55,7 +55,7 @@ def error(tag, message, severity="error", path=""):
 
 class OwnServer(ServedTest):
     def environment(self):
-        return {**os.environ, "YMAP_SSH": "ssh -F " + shlex.quote(os.path.join(self.state, "ssh_config"))}
+        return {**os.environ, "YMAP_SSH": "ssh -F " + shlex.quote(self.at_port("ssh_config"))}
 
     def remote(self, *arguments):
         done = self.tool("--connect", f"ymap:{self.port}", *arguments, env=self.environment())

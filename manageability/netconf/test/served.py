@@ -71,9 +71,12 @@ class ServedTest(unittest.TestCase):
         self.assertEqual(server.wait(60), 0)
         self.assertEqual(SANITIZER.findall(self.log()), [])
 
+    def at_port(self, name):
+        return os.path.join(self.state, str(self.port), name)
+
     def log(self):
         """What sshd and the sessions wrote on standard error."""
-        with open(os.path.join(self.state, "log"), encoding="utf-8", errors="replace") as log:
+        with open(self.at_port("log"), encoding="utf-8", errors="replace") as log:
             return log.read()
 
     def connect(self):
@@ -85,7 +88,7 @@ class ServedTest(unittest.TestCase):
 
     def ssh(self, **options):
         """The subsystem through OpenSSH's client, for bytes that no NETCONF client would send."""
-        process = subprocess.Popen(["ssh", "-F", os.path.join(self.state, "ssh_config"), "-s", "ymap", "netconf"],
+        process = subprocess.Popen(["ssh", "-F", self.at_port("ssh_config"), "-s", "ymap", "netconf"],
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, **options)
         self.addCleanup(process.wait)
         self.addCleanup(process.stdout.close)
