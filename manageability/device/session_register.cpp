@@ -198,7 +198,8 @@ Descriptor SessionRegister::enter(SessionRecord &record) const {
   const std::string unfinished = name + std::string(kUnfinished);
   Descriptor entry = open_to_write(unfinished, O_EXCL);
   int error = ::fcntl(entry.get(), F_SETLK, &lock) == 0 ? 0 : errno;
-  if (error == 0) error = write_all(entry.get(), record_text(record));
+  // The record is for others to read. A full disk must not keep out whoever comes to make room.
+  if (error == 0) write_all(entry.get(), record_text(record));
   const int directory = directory_.get();
   if (error == 0 && ::renameat(directory, unfinished.c_str(), directory, name.c_str()) != 0) error = errno;
   if (error != 0) {
