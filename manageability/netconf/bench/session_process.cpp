@@ -11,8 +11,6 @@
 #include <sstream>
 #include <stdexcept>
 
-extern char **environ;
-
 namespace ymap::bench {
 namespace {
 

@@ -1,6 +1,7 @@
 // The services as the plug-in calls them, one request at a time.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -89,7 +90,7 @@ TEST(Texts, OwnedCopiesAreApartUntilTheyAreFreed) {
 // A fill rejects its leaves under one tag, whose copy need not be made each time; the next walk's may differ.
 TEST_F(Services, AFilledNodesTagIsCopiedAsItIs) {
   for (const char *tag : {"first", "other"}) {
-    std::strcpy(filled_tag, tag);
+    std::snprintf(filled_tag, sizeof filled_tag, "%s", tag);
     run([&](auto *ctx, auto *top, auto *) {
       vidl_yfw_datatree node = *top;
       node.tag = filled_tag;
