@@ -34,16 +34,16 @@ class CommandLine(DeviceTest):
                 (PRE0, "colour=red", "unknown-element", "no element colour"),
                 (PRE0, f"name={BST0}", "invalid-value", BST0)):
             with self.subTest(assignment):
-                before = self.settings()
+                before = self.stored()
                 status, out, err = self.run_tool("set", name, "target-gain-tilt=1", assignment)
                 self.assertEqual((status, out), (1, ""))
                 path = at(name, "/config/" + assignment.split("=")[0])
                 self.assertTrue(err.startswith(f"ymap: error: {tag} at {path}: "), err)
                 self.assertIn(message, err)
-                self.assertEqual(self.settings(), before)
+                self.assertEqual(self.stored(), before)
 
     def test_unknown_amplifier(self):
-        before = self.settings()
+        before = self.stored()
         for arguments in (("set", XYZ, "target-gain=20"), ("set", "0/0-AMP-PRE2", "target-gain=20"),
                           ("unset", XYZ, "target-gain"), ("get", XYZ),
                           ("get", XYZ, "--config"), ("get", PRE0, XYZ, "--state")):
@@ -55,12 +55,12 @@ class CommandLine(DeviceTest):
         status, _, err = self.run_tool("set", PRE0, "target-gain-tilt=5.1")
         self.assertEqual(status, 1)
         self.assertIn("target-gain-tilt: Invalid argument:NALTO support range from -50 to 50", err)
-        self.assertEqual(self.settings(), before)
+        self.assertEqual(self.stored(), before)
 
 
 class Messages(DeviceTest):
     def assert_refused(self, message, tag, path=None, **info):
-        before = self.settings()
+        before = self.stored()
         status, out, err = self.run_tool("rpc", text=message)
         self.assertEqual((status, err), (1, ""), out)
         error = ElementTree.fromstring(out).find(NC + "rpc-error")
@@ -72,7 +72,7 @@ class Messages(DeviceTest):
         self.assertEqual(found["error-path"].text if "error-path" in found else None, path)
         details = {child.tag.replace(NC, ""): child.text for child in found.get("error-info", ())}
         self.assertEqual(details, {word.replace("_", "-"): value for word, value in info.items()})
-        self.assertEqual(self.settings(), before)
+        self.assertEqual(self.stored(), before)
         return out
 
     def test_refused_edits(self):

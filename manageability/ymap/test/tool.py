@@ -78,6 +78,14 @@ class DeviceTest(unittest.TestCase):
     def settings(self, *arguments):
         return self.lines(*arguments, "--config")
 
+    def stored(self):
+        """The stored configuration, byte for byte; reading it starts no process."""
+        file = os.path.join(self.folder, "running.json")
+        if not os.path.exists(file):
+            self.ok("get")
+        with open(file, "rb") as running:
+            return running.read()
+
     def data(self, message):
         """The answer of a read as a list of paths with values, below the amplifier's entry."""
         reply = ElementTree.fromstring(self.ok("rpc", text=message))
