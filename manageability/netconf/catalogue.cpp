@@ -55,10 +55,6 @@ void remove_locations(lyd_node *tree) {
 
 }  // namespace
 
-void TreeDeleter::operator()(lyd_node *tree) const {
-  lyd_free_all(tree);
-}
-
 void Catalogue::ContextDeleter::operator()(ly_ctx *context) const {
   ly_ctx_destroy(context);
 }

@@ -7,17 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "device.hpp"
+
 struct ly_ctx;
-struct lyd_node;
 struct lys_module;
 
 namespace ymap::netconf {
 
-struct TreeDeleter {
-  void operator()(lyd_node *tree) const;
-};
 /// Data of the catalogue's modules, first sibling. Must not outlive the catalogue.
-using Tree = std::unique_ptr<lyd_node, TreeDeleter>;
+using device::Tree;
 
 class Catalogue {
  public:

@@ -11,6 +11,7 @@
 #include "client_reply.hpp"
 #include "datatree.hpp"
 #include "deadline.hpp"
+#include "device.hpp"
 #include "plugin.hpp"
 #include "protocol_modules.hpp"
 #include "rpc_error.hpp"
@@ -47,10 +48,6 @@ class WithoutSigpipe {
 struct RpcDeleter {
   void operator()(nc_rpc *rpc) const { nc_rpc_free(rpc); }
 };
-struct TreeDeleter {
-  void operator()(lyd_node *tree) const { lyd_free_all(tree); }
-};
-using Tree = std::unique_ptr<lyd_node, TreeDeleter>;
 
 std::vector<XmlElement> elements(const lyd_node *first) {
   std::vector<XmlElement> list;
@@ -188,8 +185,8 @@ Answer Client::exchange(const std::string &operation, bool read) {
   NC_MSG_TYPE kind = NC_MSG_NOTIF;
   while (kind == NC_MSG_NOTIF)
     kind = nc_recv_reply(session_.get(), rpc.get(), id, timeout, &envelope, &output);
-  const Tree envelope_owner(envelope);
-  const Tree output_owner(output);
+  const device::Tree envelope_owner(envelope);
+  const device::Tree output_owner(output);
   if (kind == NC_MSG_WOULDBLOCK || (kind != NC_MSG_REPLY && deadline.passed())) fail(too_late(patience_));
   if (kind != NC_MSG_REPLY) fail("gives no proper answer: " + last_message);
 

@@ -10,7 +10,6 @@
 namespace ymap::netconf {
 namespace {
 
-constexpr std::string_view kEndOfMessage = "]]>]]>";
 constexpr std::string_view kEndOfChunks = "\n##\n";
 constexpr std::size_t kKeptOfCut = kLongestTag;
 constexpr uint64_t kLargestChunk = 4'294'967'295;

@@ -11,6 +11,9 @@
 
 namespace ymap::netconf {
 
+/// What ends a message in the first of the two framings, and every hello.
+inline constexpr std::string_view kEndOfMessage = "]]>]]>";
+
 /// Both peers begin with the first and go on with the second after their hellos if both offer base:1.1.
 enum class Framing { end_of_message, chunked };
 

@@ -9,14 +9,13 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "framing.hpp"
 #include "rpc_error.hpp"
 #include "xml_document.hpp"
 #include "xml_writer.hpp"
 
 namespace ymap::netconf {
 namespace {
-
-constexpr std::string_view kEndOfMessage = "]]>]]>";
 
 bool readable(int source, std::chrono::steady_clock::time_point end) {
   while (true) {

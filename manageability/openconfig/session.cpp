@@ -90,10 +90,6 @@ yfw::Read read_of(const Request &request) {
 
 }  // namespace
 
-void DataDeleter::operator()(lyd_node *tree) const {
-  lyd_free_all(tree);
-}
-
 Session::Session(const Parts &parts, std::filesystem::path folder)
     : schema_(parts.models, yfw::optical_amplifier().openconfig_module),
       plugin_(yfw::optical_amplifier(), parts.plugin),

@@ -14,15 +14,10 @@
 #include "plugin.hpp"
 #include "schema.hpp"
 
-struct lyd_node;
-
 namespace ymap {
 
-struct DataDeleter {
-  void operator()(lyd_node *tree) const;
-};
 /// OpenConfig data, first sibling; empty for no data. Must not outlive the schema.
-using Data = std::unique_ptr<lyd_node, DataDeleter>;
+using Data = device::Tree;
 
 struct Answer {
   Data data;                          ///< of a read
