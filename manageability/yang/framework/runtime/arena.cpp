@@ -37,8 +37,9 @@ struct Kept {
 };
 YFW_THREAD_LOCAL Kept *kept = nullptr;
 YFW_THREAD_LOCAL std::size_t kept_count = 0;
+YFW_THREAD_LOCAL bool is_closed_later = false;
 
-/// Empties the store with its thread. Trees that die later still find the two words above.
+/// Empties the store with its thread. Trees that die later still find the words above.
 struct Closer {
   ~Closer() {
     while (kept != nullptr) ::operator delete(std::exchange(kept, kept->next));
@@ -59,7 +60,7 @@ void give_chunk(void *chunk) {
     ::operator delete(chunk);
     return;
   }
-  if (kept_count == 0) closer.armed = true;
+  if (!is_closed_later) is_closed_later = closer.armed = true;  // its first use has it destroyed
   ++kept_count;
   kept = new (chunk) Kept{kept};
 }

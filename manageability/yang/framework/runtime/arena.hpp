@@ -85,12 +85,16 @@ class Arena {
   std::size_t left_ = 0;
 };
 
-/// A short list of plain values that live as long as the arena it grows in.
+/// A short list of plain values. The first stand in the list itself, more of them in the arena it grows in.
 template <typename T>
 class ArenaList {
   static_assert(std::is_trivially_copyable_v<T>);
 
  public:
+  ArenaList() = default;
+  ArenaList(const ArenaList &) = delete;
+  ArenaList &operator=(const ArenaList &) = delete;
+
   void push_back(Arena &arena, const T &value) {
     if (size_ == capacity_) grow(arena);
     first_[size_++] = value;
@@ -107,19 +111,19 @@ class ArenaList {
   const T &back() const { return first_[size_ - 1]; }
 
  private:
-  void grow(Arena &arena) {
-    capacity_ = capacity_ == 0 ? 4 : 2 * capacity_;
-    auto *larger = static_cast<T *>(arena.allocate(capacity_ * sizeof(Place)));
+  [[gnu::noinline]] void grow(Arena &arena) {
+    struct Place {
+      T value;
+    };
+    auto *larger = static_cast<T *>(arena.allocate(2 * capacity_ * sizeof(Place)));
     std::copy_n(first_, size_, larger);
     first_ = larger;
+    capacity_ *= 2;
   }
 
-  struct Place {
-    T value;
-  };
-
-  T *first_ = nullptr;
-  std::size_t size_ = 0, capacity_ = 0;
+  std::array<T, 2> own_;
+  T *first_ = own_.data();
+  std::size_t size_ = 0, capacity_ = own_.size();
 };
 
 }  // namespace yfw

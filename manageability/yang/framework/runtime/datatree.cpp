@@ -9,14 +9,14 @@
 namespace yfw {
 namespace {
 
-TreeStore *make_store() {
+vidl_yfw_datatree *make_root() {
   Arena arena;
   void *place = arena.allocate(sizeof(TreeStore));
   auto *store = new (place) TreeStore(std::move(arena));
   clear(store->root);
   set_tag(store->root, "", nullptr);
   extra(store->root).tree = store;
-  return store;
+  return &store->root;
 }
 
 void destroy_store(TreeStore *store) {
@@ -63,46 +63,41 @@ const char *TreeStore::share(std::string_view ns) {
 }
 
 void adopt(Datatree &tree, Datatree part) {
-  TreeStore *last = std::exchange(part.store_, nullptr);
-  TreeStore *first = last;
+  TreeStore *first = store_of(*std::exchange(part.root_, nullptr));
+  TreeStore *last = first;
   while (last->adopted != nullptr) last = last->adopted;
-  last->adopted = std::exchange(tree.store_->adopted, first);
+  last->adopted = std::exchange(store_of(tree).adopted, first);
 }
 
-Datatree::Datatree() : store_(make_store()) {}
-Datatree::Datatree(Datatree &&other) noexcept : store_(std::exchange(other.store_, nullptr)) {}
+Datatree::Datatree() : root_(make_root()) {}
+Datatree::Datatree(Datatree &&other) noexcept : root_(std::exchange(other.root_, nullptr)) {}
 Datatree &Datatree::operator=(Datatree &&other) noexcept {
-  std::swap(store_, other.store_);
+  std::swap(root_, other.root_);
   return *this;
 }
 Datatree::~Datatree() {
-  destroy_store(store_);
-}
-
-vidl_yfw_datatree *Datatree::root() {
-  return &store_->root;
-}
-const vidl_yfw_datatree *Datatree::root() const {
-  return &store_->root;
+  if (root_ != nullptr) destroy_store(store_of(*root_));
 }
 
 vidl_yfw_datatree *Datatree::add(vidl_yfw_datatree *parent, std::string_view tag, std::string_view ns,
                                  std::optional<std::string_view> value, uint32_t operation) {
-  vidl_yfw_datatree *node = append_child(store_->arena, *parent);
-  set_tag(*node, store_->arena.copy(tag), store_->share(ns));
-  if (value) set_data(*node, store_->arena.copy(*value));
+  TreeStore &store = store_of(*this);
+  vidl_yfw_datatree *node = append_child(store.arena, *parent);
+  set_tag(*node, store.arena.copy(tag), store.share(ns));
+  if (value) set_data(*node, store.arena.copy(*value));
   if (operation != YMAP_OP_NONE) vidl_yfw_datatree_set_operation(node, operation);
   return node;
 }
 
 vidl_yfw_datatree *Datatree::add_copy(vidl_yfw_datatree *parent, const vidl_yfw_datatree *node) {
-  vidl_yfw_datatree *copy = append_alias(store_->arena, *parent, *node);
-  TextOwner(*store_).own(*copy);
+  TreeStore &store = store_of(*this);
+  vidl_yfw_datatree *copy = append_alias(store.arena, *parent, *node);
+  TextOwner(store).own(*copy);
   return copy;
 }
 
 vidl_yfw_datatree *Datatree::add_shared(vidl_yfw_datatree *parent, const vidl_yfw_datatree *node) {
-  vidl_yfw_datatree *shared = append_child(store_->arena, *parent);
+  vidl_yfw_datatree *shared = append_child(store_of(*this).arena, *parent);
   *shared = *node;
   extra(*shared) = {};
   return shared;

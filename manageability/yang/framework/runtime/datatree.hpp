@@ -25,8 +25,8 @@ class YFW_EXPORT Datatree {
   Datatree &operator=(Datatree &&) noexcept;
   ~Datatree();
 
-  vidl_yfw_datatree *root();
-  const vidl_yfw_datatree *root() const;
+  vidl_yfw_datatree *root() { return root_; }
+  const vidl_yfw_datatree *root() const { return root_; }
 
   /// Appends a child. `value` absent: the node has no data. The new record is valid until the next sibling.
   vidl_yfw_datatree *add(vidl_yfw_datatree *parent, std::string_view tag, std::string_view ns,
@@ -43,7 +43,7 @@ class YFW_EXPORT Datatree {
  private:
   friend void adopt(Datatree &tree, Datatree part);
 
-  TreeStore *store_;
+  vidl_yfw_datatree *root_;  ///< in the TreeStore
 };
 
 }  // namespace yfw

@@ -27,13 +27,18 @@ uint32_t effective(const vidl_yfw_datatree &node, uint32_t above) {
   return own == YMAP_OP_NONE && above == YMAP_OP_CREATE ? above : own;
 }
 
+bool is_instance(const Registration &registration, std::string_view name) {
+  const auto &instances = registration.instances;
+  return std::find(instances.begin(), instances.end(), name) != instances.end();
+}
+
 /// True for a merge in the form that a Normaliser would give it: no operations, names and namespaces as
-/// registered, each list key with its value.
+/// registered, each list key with its value, which is an amplifier of the device.
 class NormalForm {
  public:
   explicit NormalForm(const Registration &registration) : registration_(registration) {}
 
-  bool covers(const Datatree &request) const {
+  bool covers(const Datatree &request) {
     if (child_count(*request.root()) != 1) return false;
     const vidl_yfw_datatree &top = *request.root()->subtrees;
     if (!is_step(top, registration_.top) || child_count(top) != 1) return false;
@@ -46,25 +51,36 @@ class NormalForm {
   }
 
  private:
-  bool is_step(const vidl_yfw_datatree &node, const std::string &tag) const {
-    return has_tag(node, tag) && same_text(namespace_of(node), registration_.openconfig_ns.c_str()) &&
-           node.data == nullptr && !vidl_yfw_datatree_has_operation(&node);
+  bool is_step(const vidl_yfw_datatree &node, const std::string &tag) {
+    return has_tag(node, tag) && is_in_namespace(node) && node.data == nullptr &&
+           !vidl_yfw_datatree_has_operation(&node);
+  }
+
+  /// A tree mostly has one text for all of its nodes.
+  bool is_in_namespace(const vidl_yfw_datatree &node) {
+    if (ns_ != nullptr && node.namespace_ == ns_) return true;
+    ns_ = node.namespace_;
+    return same_text(namespace_of(node), registration_.openconfig_ns.c_str());
   }
 
   bool covers_entry(const vidl_yfw_datatree &entry) const {
     for (const vidl_yfw_datatree &below : children(entry)) {
-      if (!is_merge(below) || (has_tag(below, registration_.key) && !has_value(below))) return false;
+      if (has_tag(below, registration_.key) && !is_instance(registration_, value_of(below))) return false;
+    }
+    return are_merged(entry);
+  }
+
+  /// Of everything below `parent`.
+  static bool are_merged(const vidl_yfw_datatree &parent) {
+    for (const vidl_yfw_datatree &node : children(parent)) {
+      if (vidl_yfw_datatree_has_operation(&node)) return false;
+      if (vidl_yfw_datatree_has_subtrees(&node) && !are_merged(node)) return false;
     }
     return true;
   }
 
-  static bool is_merge(const vidl_yfw_datatree &node) {
-    if (vidl_yfw_datatree_has_operation(&node)) return false;
-    const Children below = children(node);
-    return std::all_of(below.begin(), below.end(), is_merge);
-  }
-
   const Registration &registration_;
+  const char *ns_ = nullptr;  ///< of the node looked at last
 };
 
 class Normaliser {
@@ -112,15 +128,11 @@ class Normaliser {
     throw refusal;
   }
 
-  bool is_instance(std::string_view name) const {
-    const auto &instances = registration_.instances;
-    return std::find(instances.begin(), instances.end(), name) != instances.end();
-  }
-
   /// An amplifier that is not there can be removed, but not deleted (RFC 6241, section 7.2). Everything else
   /// with it is for the plug-in, and then refuse_unknown(), to judge.
   bool is_removed_already(const Entry &entry) const {
-    if (entry.name.empty() || !deletes(entry.operation) || is_instance(entry.name)) return false;
+    if (entry.name.empty() || !deletes(entry.operation) || is_instance(registration_, entry.name))
+      return false;
     if (entry.operation == YMAP_OP_DELETE)
       refuse_entry(*entry.source, "", "data-missing", YMAP_OK,
                    "there is no " + registration_.list + " " + std::string(entry.name));
@@ -130,7 +142,7 @@ class Normaliser {
   /// What no amplifier can do: come into being, or lose its name.
   void refuse_against_hardware(const vidl_yfw_datatree &entry, std::string_view name,
                                uint32_t operation) const {
-    if (!is_instance(name)) return;
+    if (!is_instance(registration_, name)) return;
     if (operation == YMAP_OP_CREATE) {
       refuse_entry(entry, "", "data-exists", YMAP_OK,
                    registration_.list + " " + std::string(name) + " exists; only its " +
@@ -290,11 +302,16 @@ class Normaliser {
 
 }  // namespace
 
-Datatree normalise_edit(const Registration &registration, const Datatree &request) {
-  if (!NormalForm(registration).covers(request)) return Normaliser(registration).run(request);
-  Datatree copy;
-  add_alias(copy, copy.root(), *request.root()->subtrees);
-  return copy;
+NormalEdit normalise_edit(const Registration &registration, const Datatree &request, Datatree &holder) {
+  Arena &arena = store_of(holder).arena;
+  if (NormalForm(registration).covers(request)) {
+    return {copy_record_tree(arena, *request.root()->subtrees), request.root(), true};
+  }
+  Datatree normal = Normaliser(registration).run(request);
+  if (child_count(*normal.root()) == 0) return {};
+  const NormalEdit edit{normal.root()->subtrees, copy_record_tree(arena, *normal.root()), false};
+  adopt(holder, std::move(normal));
+  return edit;
 }
 
 }  // namespace yfw

@@ -9,13 +9,21 @@
 
 namespace yfw {
 
+/// An edit as the plug-in gets it.
+struct NormalEdit {
+  vidl_yfw_datatree *top = nullptr;         ///< to be walked, which marks it; nullptr: nothing is to be done
+  const vidl_yfw_datatree *root = nullptr;  ///< above another copy of it, for the plug-in to search
+  bool is_known = false;                    ///< every entry is an amplifier of the device
+};
+
 /// A copy of the edit with operations only where the plug-in keeps the amplifiers apart:
 /// - amplifiers are hardware, so an operation on an entry or above becomes one on the `config` of each
 ///   amplifier that it concerns; a replace without `config` removes it;
 /// - what is deleted has no children;
 /// - create is given to everything below it, keys excepted.
-/// Keys stay as they are. The texts are those of the edit and the registration. Throws Refusal for a top that
-/// is not the registered one.
-Datatree normalise_edit(const Registration &registration, const Datatree &request);
+/// Keys stay as they are. The texts, and of a plain merge the tree to be searched, are those of the edit and
+/// the registration; what is made anew lives as long as `holder`. Throws Refusal for a top that is not the
+/// registered one.
+NormalEdit normalise_edit(const Registration &registration, const Datatree &request, Datatree &holder);
 
 }  // namespace yfw

@@ -1,13 +1,12 @@
 // Pairs the tags, paths and messages that a plug-in gives one by one.
 #include "error_notes.hpp"
 
-#include <utility>
-
 namespace yfw {
 
 void ErrorNotes::settle(const yfw_map_state &state) {
   if (pending_ == nullptr || state.err_tag != pending_) return;
-  tag_ = std::move(pending_text_);
+  Texts &texts = begin_texts();
+  texts.tag = std::move(texts.pending);
   pending_ = nullptr;
   tag_waits_ = !note_waits_;
   note_waits_ = false;
@@ -21,24 +20,26 @@ void ErrorNotes::released(const yfw_map_state &state, const char *text) {
 void ErrorNotes::duplicated(const yfw_map_state &state, const char *copy) {
   settle(state);
   pending_ = copy;
-  pending_text_ = copy;
+  begin_texts().pending = copy;
 }
 
 void ErrorNotes::noted(const yfw_map_state &state, std::string path, std::vector<std::string> tags) {
   settle(state);
-  path_ = std::move(path);
-  tags_ = std::move(tags);
-  if (!tag_waits_) tag_.clear();
+  Texts &texts = begin_texts();
+  texts.path = std::move(path);
+  texts.tags = std::move(tags);
+  if (!tag_waits_) texts.tag.clear();
   note_waits_ = !tag_waits_;
   tag_waits_ = false;
-  message_ = !reason_.empty() ? reason_ : trace_waits_ ? trace_ : std::string();
-  reason_.clear();
+  texts.message = !texts.reason.empty() ? texts.reason : trace_waits_ ? texts.trace : std::string();
+  texts.reason.clear();
   trace_waits_ = false;
 }
 
 void ErrorNotes::traced(std::string text, std::string path) {
-  trace_ = std::move(text);
-  trace_path_ = std::move(path);
+  Texts &texts = begin_texts();
+  texts.trace = std::move(text);
+  texts.trace_path = std::move(path);
   trace_waits_ = true;
 }
 

@@ -2,7 +2,9 @@
 /// Where and why a request failed.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ymap_types.h"
@@ -23,29 +25,39 @@ class ErrorNotes {
   /// An ERR message was traced at the walk path `path`.
   void traced(std::string text, std::string path);
   /// A reason of the runtime's own, for a note that follows.
-  void reason(std::string text) { reason_ = std::move(text); }
+  void reason(std::string text) { begin_texts().reason = std::move(text); }
   /// To be called once, when the walk is over.
-  void finish(const yfw_map_state &state) { settle(state); }
+  void finish(const yfw_map_state &state) {
+    if (is_copy_pending()) settle(state);
+  }
 
   /// The walk path of the last note, and the tag at fault where one was given; empty without a note.
-  const std::string &path() const { return path_; }
-  const std::vector<std::string> &tags() const { return tags_; }
-  const std::string &tag() const { return tag_; }
+  const std::string &path() const { return texts().path; }
+  const std::vector<std::string> &tags() const { return texts().tags; }
+  const std::string &tag() const { return texts().tag; }
   /// The message that belongs to the note, or empty.
-  const std::string &message() const { return message_; }
-  const std::string &last_trace() const { return trace_; }
-  const std::string &last_trace_path() const { return trace_path_; }
+  const std::string &message() const { return texts().message; }
+  const std::string &last_trace() const { return texts().trace; }
+  const std::string &last_trace_path() const { return texts().trace_path; }
 
  private:
-  void settle(const yfw_map_state &state);
+  struct Texts {
+    std::string path, tag, message, reason, trace, trace_path, pending;
+    std::vector<std::string> tags;
+  };
 
-  std::string path_, tag_, message_, reason_, trace_, trace_path_;
-  std::vector<std::string> tags_;
+  void settle(const yfw_map_state &state);
+  const Texts &texts() const {
+    static const Texts none;
+    return texts_ ? *texts_ : none;
+  }
+  Texts &begin_texts() { return texts_ ? *texts_ : texts_.emplace(); }
+
+  std::optional<Texts> texts_;     ///< requests without an error make none
   const char *pending_ = nullptr;  ///< copy made last, not yet seen in err_tag
-  std::string pending_text_;
-  bool tag_waits_ = false;    ///< the tag came before its note
-  bool note_waits_ = false;   ///< the note came before its tag, if it has one
-  bool trace_waits_ = false;  ///< the trace came before its note
+  bool tag_waits_ = false;         ///< the tag came before its note
+  bool note_waits_ = false;        ///< the note came before its tag, if it has one
+  bool trace_waits_ = false;       ///< the trace came before its note
 };
 
 }  // namespace yfw

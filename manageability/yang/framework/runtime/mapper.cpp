@@ -161,14 +161,14 @@ void for_each_part(const Plugin &plugin, const Read &read, ReadPlan &plan, Use u
 
 // ---- Edits ----------------------------------------------------------------------------------------
 
-/// The plug-in's translation of an edit. Its native nodes point into `walked`.
+/// The plug-in's translation of an edit.
 struct TranslatedEdit {
-  Datatree walked, native;
+  Datatree native;                            ///< owns `walked` too
+  const vidl_yfw_datatree *walked = nullptr;  ///< top of the request as the plug-in saw it
 };
 
-void refuse_unknown(const Registration &registration, const Datatree &request) {
-  const vidl_yfw_datatree *list = child(*request.root(), registration.top);
-  if (list != nullptr) list = child(*list, registration.list_container);
+void refuse_unknown(const Registration &registration, const vidl_yfw_datatree &top) {
+  const vidl_yfw_datatree *list = child(top, registration.list_container);
   if (list == nullptr) return;
   const auto &instances = registration.instances;
   for (const vidl_yfw_datatree &entry : children(*list)) {
@@ -208,8 +208,8 @@ std::string openconfig_path(const Registration &registration, const TranslatedEd
   const vidl_yfw_datatree *source = nullptr;
   for (auto at = native.rbegin(); at != native.rend() && source == nullptr; ++at) source = extra(**at).source;
   if (source == nullptr) source = source_below(*node);
-  Chain steps;
-  if (source == nullptr || !find_chain(*edit.walked.root(), source, steps))
+  Chain steps{edit.walked};
+  if (source == nullptr || (source != edit.walked && !find_chain(*edit.walked, source, steps)))
     return full_path(registration, {});
   std::string path;
   for (const vidl_yfw_datatree *step : steps) {
@@ -236,19 +236,16 @@ void refuse_unknown_words(const Registration &registration, const TranslatedEdit
 
 TranslatedEdit translate(const Plugin &plugin, const Datatree &edit) {
   const Registration &registration = plugin.registration();
-  TranslatedEdit result{normalise_edit(registration, edit), {}};
-  if (child_count(*result.walked.root()) == 0) return result;
-  vidl_yfw_datatree *walked = result.walked.root()->subtrees;
+  TranslatedEdit result;
+  const NormalEdit normal = normalise_edit(registration, edit, result.native);
+  if (normal.top == nullptr) return result;
+  result.walked = normal.top;
   Request request(registration, plugin.paths(), YMAP_REQ_EDIT, 0);
-  vidl_yfw_datatree duplicate;
-  clear(duplicate);
-  set_tag(duplicate, "", nullptr);
-  own_children(duplicate, copy_record_tree(request.arena(), *walked), 1, 1);
   const verrno status =
-      request.run(Observer::Direction::on, plugin.on_root(), walked, result.native.root(), &duplicate);
+      request.run(Observer::Direction::on, plugin.on_root(), normal.top, result.native.root(), normal.root);
   if (status != YMAP_OK) throw refusal_of(registration, request, status);
-  refuse_unknown(registration, result.walked);
-  refuse_unknown_words(registration, result, *result.native.root());
+  if (!normal.is_known) refuse_unknown(registration, *normal.top);
+  if (request.added_valueless()) refuse_unknown_words(registration, result, *result.native.root());
   return result;
 }
 

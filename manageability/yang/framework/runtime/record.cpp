@@ -6,36 +6,25 @@
 namespace yfw {
 namespace {
 
-/// Makes a record that was copied bit by bit from another tree's one of this tree's, without marks.
-void adopt_record(vidl_yfw_datatree &copy) {
-  extra(copy) = {};
-  copy.walk_info = {};
-  copy.is_key = 0;
-  copy.unused_presence = 0;
-  copy.presence1 &= YMAP_HAS_TAG | YMAP_HAS_DATA | YMAP_HAS_OPERATION | YMAP_HAS_SUBTREES;
-  copy.presence2 &= YMAP_HAS_STATUS;
-  if (!vidl_yfw_datatree_has_operation(&copy)) copy.operation = YMAP_OP_NONE;
-  if (copy.tag == nullptr) set_tag(copy, "", copy.namespace_);
-  if (!vidl_yfw_datatree_has_data(&copy)) copy.data = nullptr;
-}
-
-/// Puts copies in the place of children that belong to another tree.
-void alias_children(Arena &arena, vidl_yfw_datatree &parent) {
-  const Children below = children(parent);
-  if (below.count == 0) return vidl_yfw_datatree_clear_subtrees(&parent);
-  vidl_yfw_datatree *array = allocate_records(arena, below.count);
-  std::memcpy(static_cast<void *>(array), below.first, below.count * sizeof(vidl_yfw_datatree));
-  own_children(parent, array, below.count, below.count);
-  for (vidl_yfw_datatree &copy : children(parent)) {
-    adopt_record(copy);
-    if (vidl_yfw_datatree_has_subtrees(&copy)) alias_children(arena, copy);
+/// Makes `copy` a record of this tree: what `node` says, without its marks and children.
+void copy_record(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+  clear(copy);
+  set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
+  if (vidl_yfw_datatree_has_data(&node)) set_data(copy, node.data);
+  if (vidl_yfw_datatree_has_operation(&node)) vidl_yfw_datatree_set_operation(&copy, node.operation);
+  if (vidl_yfw_datatree_has_status(&node)) {
+    copy.node_status = node.node_status;
+    copy.presence2 = YMAP_HAS_STATUS;
   }
 }
 
-void alias_node(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
-  std::memcpy(static_cast<void *>(&copy), &node, sizeof copy);
-  adopt_record(copy);
-  alias_children(arena, copy);
+void copy_with_children(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+  copy_record(copy, node);
+  const Children below = children(node);
+  if (below.count == 0) return;
+  vidl_yfw_datatree *place = allocate_records(arena, below.count);
+  own_children(copy, place, below.count, below.count);
+  for (const vidl_yfw_datatree &child : below) copy_with_children(arena, *place++, child);
 }
 
 }  // namespace
@@ -64,13 +53,13 @@ vidl_yfw_datatree *append_to_larger(Arena &arena, vidl_yfw_datatree &parent, Gro
 
 vidl_yfw_datatree *copy_record_tree(Arena &arena, const vidl_yfw_datatree &node) {
   vidl_yfw_datatree *copy = allocate_records(arena, 1);
-  alias_node(arena, *copy, node);
+  copy_with_children(arena, *copy, node);
   return copy;
 }
 
 vidl_yfw_datatree *append_alias(Arena &arena, vidl_yfw_datatree &parent, const vidl_yfw_datatree &node) {
   vidl_yfw_datatree *copy = append_child(arena, parent);
-  alias_node(arena, *copy, node);
+  copy_with_children(arena, *copy, node);
   return copy;
 }
 

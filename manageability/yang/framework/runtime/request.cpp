@@ -23,13 +23,14 @@ Request::Request(const Registration &registration, std::shared_ptr<PathTable> pa
 }
 
 Request::~Request() {
-  nos_named_free(state_.err_tag);
-  nos_named_free(state_.err_message);
+  for (char *text : {state_.err_tag, state_.err_message}) {
+    if (text != nullptr) nos_named_free(text);
+  }
   running_ = outer_;
 }
 
 verrno Request::run(Observer::Direction direction, Walker walker, vidl_yfw_datatree *top,
-                    vidl_yfw_datatree *out, vidl_yfw_datatree *duplicate) {
+                    vidl_yfw_datatree *out, const vidl_yfw_datatree *duplicate) {
   static std::atomic<uint64_t> walks = 0;
   walk_ = ++walks;
   direction_ = direction;
@@ -40,10 +41,10 @@ verrno Request::run(Observer::Direction direction, Walker walker, vidl_yfw_datat
   expansions_.clear();
   state_.output_list_count = 0;
   state_.plist = nullptr;
-  state_.reg_dup_datatree = duplicate;
+  state_.reg_dup_datatree = const_cast<vidl_yfw_datatree *>(duplicate);
   state_.root_node = top;
   state_.pass_flags = state_.key_mode = state_.final_pass = state_.leaf_seen = 0;
-  added_hollow_ = false;
+  added_hollow_ = added_valueless_ = false;
   output_arena_ = &arena_;
   if (TreeStore *store = out == nullptr ? nullptr : store_of(*out)) {
     output_arena_ = &store->arena;

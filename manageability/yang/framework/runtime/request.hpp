@@ -30,10 +30,10 @@ class Request {
   }
   static Request *running() { return running_; }
 
-  /// Calls a root walker. `duplicate` is the root of the request's copy that the plug-in may search.
-  /// `out` may be the root of a Datatree; what is added to it then lives as long as that.
+  /// Calls a root walker. `duplicate` is the root of the request's copy that the plug-in may search, but not
+  /// change. `out` may be the root of a Datatree; what is added to it then lives as long as that.
   verrno run(Observer::Direction direction, Walker walker, vidl_yfw_datatree *top, vidl_yfw_datatree *out,
-             vidl_yfw_datatree *duplicate);
+             const vidl_yfw_datatree *duplicate);
 
   yfw_map_ctx *ctx() { return &ctx_; }
   yfw_map_state &state() { return state_; }
@@ -96,6 +96,11 @@ class Request {
   void note_hollow(const vidl_yfw_datatree &node) {
     added_hollow_ = added_hollow_ || !has_tag(node, registration_.list);
   }
+  /// A node was added without a value, or with an empty one, for a request node that has one.
+  bool added_valueless() const { return added_valueless_; }
+  void note_valueless(const vidl_yfw_datatree &source) {
+    added_valueless_ = added_valueless_ || has_value(source);
+  }
 
   WalkPath path;
   ErrorNotes errors;
@@ -126,6 +131,7 @@ class Request {
   Observer::Direction direction_ = Observer::Direction::on;
   uint64_t walk_ = 0;
   bool added_hollow_ = false;
+  bool added_valueless_ = false;
   Request *outer_ = nullptr;
   ArenaList<Current> currents_;
   ArenaList<const vidl_yfw_datatree *> outputs_;

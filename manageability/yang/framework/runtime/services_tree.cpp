@@ -254,8 +254,9 @@ verrno yfw_map_datatree_add_path_flagged(yfw_map_ctx *ctx, vidl_yfw_datatree *tr
   if (created != nullptr) *created = nullptr;
   Request *request = Request::of(ctx);
   if (request == nullptr || tree == nullptr || path == nullptr) return YMAP_ERR_INVALID_ARGS;
-  const bool is_empty = value != nullptr && *value == '\0' && request->is_read();
-  const Wanted wanted{ns, is_empty ? nullptr : value, source, list_flag, leaf_flag};
+  const bool is_empty = value == nullptr || *value == '\0';
+  if (is_empty && source != nullptr) request->note_valueless(*source);
+  const Wanted wanted{ns, is_empty && request->is_read() ? nullptr : value, source, list_flag, leaf_flag};
   const verrno status = add_path(*request, *tree, path, wanted, created);
   if (Observer *observer = current_observer()) observer->added(tree, path, value, status);
   return status;

@@ -5,6 +5,22 @@
 
 using namespace yfw;
 
+namespace {
+
+/// Notes that a leaf of an entry, which ought to repeat its key, says something else.
+[[gnu::noinline]] void note_mismatch(Request &request, const char *container, const vidl_yfw_datatree &leaf,
+                                     const vidl_yfw_datatree &key) {
+  const std::string tag(tag_of(key));
+  const std::string path = std::string(container) + "/" + tag;
+  request.errors.reason(path + " '" + leaf.data + "' differs from the key " + tag + " '" + key.data +
+                        "'; both must be the same");
+  std::vector<std::string> tags = request.walk_tags();
+  tags.insert(tags.end(), {container, tag});
+  request.errors.noted(request.state(), request.walk_text() + "/" + path, std::move(tags));
+}
+
+}  // namespace
+
 // ---- Names and request kinds ----------------------------------------------------------------------
 
 int yfw_map_do_these_match(const char *a, const char *b) {
@@ -64,12 +80,7 @@ verrno yfw_map_check_oc_leafref(yfw_map_ctx *ctx, const char *list_path, const c
     if (!has_tag(holder, container)) continue;
     const vidl_yfw_datatree *target = child(holder, key_tag);
     if (target == nullptr || !has_value(*target) || same_text(target->data, key->data)) continue;
-    const std::string leaf = std::string(container) + "/" + key_tag;
-    request->errors.reason(leaf + " '" + target->data + "' differs from the key " + key_tag + " '" +
-                           key->data + "'; both must be the same");
-    std::vector<std::string> tags = request->walk_tags();
-    tags.insert(tags.end(), {container, key_tag});
-    request->errors.noted(request->state(), request->walk_text() + "/" + leaf, std::move(tags));
+    note_mismatch(*request, container, *target, *key);
     return YMAP_ERR_INVALID_VALUE;
   }
   return YMAP_OK;

@@ -1,6 +1,8 @@
 // Whole requests through the built plug-in, over a native datastore in memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "mapper.hpp"
 #include "notation.hpp"
 #include "record_filter.hpp"
@@ -169,6 +171,10 @@ TEST_F(Requests, EachAmplifierAnswersItsOwnSide) {
       {amplifiers("amplifier{name=}"), amplifiers("amplifier{name=0/0-AMP-PRE0} amplifier{name=0/0-AMP-BST0} "
                                                   "amplifier{name=0/0-AMP-BST2}")},
       {amplifiers("amplifier{name=0/0-AMP-BST2} amplifier{name=0/0-AMP-PRE0}"), amplifiers(pre + " " + bst2)},
+      {amplifiers("amplifier{name=0/0-AMP-BST2}"), amplifiers(bst2)},
+      {amplifiers("amplifier{name=0/0-AMP-BST2} amplifier{name=0/0-AMP-BST2 config{enabled}}"),
+       amplifiers(bst2)},
+      {amplifiers("amplifier{name=0/0-AMP-BST2{x}}"), ""},
       {amplifiers("amplifier{name=0/0-AMP-BST0 config}"), amplifiers(bst0)},
       // a content match that no data fulfils, beside what would select
       {"optical-amplifier=x", ""},
@@ -323,6 +329,12 @@ TEST_F(Requests, OperationsConcernTheAmplifiersNamedOnly) {
   const Row rows[] = {
       {amplifiers("amplifier{name=0/0-AMP-BST2 config{target-gain=15.57 enabled=false}}"),
        native("2", "ots-egress-amplifier-gain=155 ots-egress-osri=true")},
+      {"optical-amplifier{amplifiers{amplifier{name=0/0-AMP-PRE0 config{target-gain=9}}} "
+       "amplifiers{amplifier{name=0/0-AMP-PRE0 config{enabled=true}}}}",
+       native("0", "ots-ingress-amplifier-gain=90") + " " + native("0", "ots-ingress-osri=false")},
+      {amplifiers("amplifier{name=0/0-AMP-PRE0 config{enabled=true}} "
+                  "amplifier{name=0/0-AMP-BST2 config{enabled!remove}}"),
+       native("0", "ots-ingress-osri=false") + " " + native("2", "ots-egress-osri!remove")},
       {amplifiers("amplifier{name=0/0-AMP-BST0 config!delete{target-gain=15}}"), bst0},
       {amplifiers("amplifier!delete{name=0/0-AMP-BST0}"), bst0},
       {amplifiers("amplifier!remove{name=0/0-AMP-PRE0 config{target-gain=1}}"), pre},
@@ -344,6 +356,26 @@ TEST_F(Requests, OperationsConcernTheAmplifiersNamedOnly) {
   }
   EXPECT_EQ(edit("optical-amplifier"), "nothing");
   EXPECT_EQ(edit(""), "nothing");
+}
+
+bool is_untouched(const vidl_yfw_datatree &parent) {
+  const Children all = children(parent);
+  return std::all_of(all.begin(), all.end(), [](const vidl_yfw_datatree &node) {
+    return node.walk_info.presence == 0 && node.is_key == 0 && node.presence2 == 0 && is_untouched(node);
+  });
+}
+
+TEST_F(Requests, AnEditLeavesItsRequestAsItWas) {
+  for (const char *operation : {"", "!replace"}) {
+    const std::string text = amplifiers("amplifier{name=0/0-AMP-BST2 config" + std::string(operation) +
+                                        "{target-gain=15.5 gain-range=MID_GAIN_RANGE}}");
+    const Datatree request = parse(text);
+    for (int time = 0; time < 2; ++time) mapper.edit(request);
+    EXPECT_EQ(print(request), text);
+    EXPECT_TRUE(is_untouched(*request.root())) << text;
+    EXPECT_EQ(datastore.edits[0], datastore.edits[1]);
+    datastore.edits.clear();
+  }
 }
 
 TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
