@@ -209,8 +209,7 @@ std::string openconfig_path(const Registration &registration, const TranslatedEd
   for (auto at = native.rbegin(); at != native.rend() && source == nullptr; ++at) source = extra(**at).source;
   if (source == nullptr) source = source_below(*node);
   Chain steps{edit.walked};
-  if (source == nullptr || (source != edit.walked && !find_chain(*edit.walked, source, steps)))
-    return full_path(registration, {});
+  if (source == nullptr || !find_chain(*edit.walked, source, steps)) return full_path(registration, {});
   std::string path;
   for (const vidl_yfw_datatree *step : steps) {
     if (!path.empty()) path += '/';

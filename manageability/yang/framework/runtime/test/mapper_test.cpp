@@ -329,6 +329,9 @@ TEST_F(Requests, OperationsConcernTheAmplifiersNamedOnly) {
   const Row rows[] = {
       {amplifiers("amplifier{name=0/0-AMP-BST2 config{target-gain=15.57 enabled=false}}"),
        native("2", "ots-egress-amplifier-gain=155 ots-egress-osri=true")},
+      {amplifiers("amplifier{name=0/0-AMP-PRE0 config{enabled=true}}") + " " +
+           amplifiers("amplifier{name=0/0-AMP-BST2 config{enabled=true}}"),
+       native("0", "ots-ingress-osri=false") + " " + native("2", "ots-egress-osri=false")},
       {"optical-amplifier{amplifiers{amplifier{name=0/0-AMP-PRE0 config{target-gain=9}}} "
        "amplifiers{amplifier{name=0/0-AMP-PRE0 config{enabled=true}}}}",
        native("0", "ots-ingress-amplifier-gain=90") + " " + native("0", "ots-ingress-osri=false")},

@@ -284,6 +284,21 @@ TEST(Trees, ASharedNodeIsTheSameOneAndGrowsApart) {
 
 // ---- Lists of the output --------------------------------------------------------------------------
 
+TEST(Trees, ACopySaysWhatItsSourceSaysWithoutTheMarks) {
+  Datatree from = parse("a!replace{b!remove=v c=w}"), to;
+  vidl_yfw_datatree *top = from.root()->subtrees;
+  vidl_yfw_datatree_set_is_key(&top->subtrees[0]);
+  vidl_yfw_datatree_set_walk_mark(vidl_yfw_datatree_get_walk_info(top), YMAP_MARK_CONTAINER);
+  top->subtrees[0].node_status = YMAP_NODE_XPATH_ERROR;
+  top->subtrees[0].presence2 |= YMAP_HAS_STATUS;
+  top->subtrees[1].presence1 &= static_cast<uint8_t>(~YMAP_HAS_DATA);
+  const vidl_yfw_datatree *copy = to.add_copy(to.root(), top);
+  EXPECT_EQ(print(to), "a!replace{b!remove=v c}");
+  EXPECT_EQ(copy->walk_info.presence, 0);
+  EXPECT_EQ(copy->subtrees[0].presence2, YMAP_HAS_STATUS);
+  EXPECT_EQ(copy->subtrees[0].node_status, YMAP_NODE_XPATH_ERROR);
+}
+
 TEST_F(Services, AnOutputEntryIsFoundByItsKey) {
   run(
       [&](auto *ctx, auto *top, auto *tree) {
@@ -383,12 +398,13 @@ TEST_F(Services, TheExpansionStackIsAStack) {
     yfw_map_util_itree_stack_pop(ctx);
     yfw_map_util_itree_stack_peak(ctx, &entry);
     EXPECT_EQ(entry.nodes, nullptr);
-    yfw_map_util_itree_stack_push(ctx, top, 1, nullptr);
-    yfw_map_util_itree_stack_push(ctx, top->subtrees, 2, nullptr);
-    yfw_map_util_itree_stack_peak(ctx, &entry);
-    EXPECT_EQ(entry.count, 2U);
-    yfw_map_util_itree_stack_pop(ctx);
-    EXPECT_EQ(yfw_map_util_itree_stack_size(ctx), 1U);
+    for (uint32_t count = 1; count <= 20; ++count) yfw_map_util_itree_stack_push(ctx, top, count, nullptr);
+    for (uint32_t count = 20; count > 0; --count) {
+      EXPECT_EQ(yfw_map_util_itree_stack_size(ctx), count);
+      yfw_map_util_itree_stack_peak(ctx, &entry);
+      EXPECT_EQ(entry.count, count);
+      yfw_map_util_itree_stack_pop(ctx);
+    }
     yfw_map_util_itree_stack_peak(ctx, nullptr);
   });
 }
