@@ -32,8 +32,8 @@ namespace {
 constexpr std::size_t kLightTraceLines = 100'000;
 
 void print(const std::string &text) {
-  std::cout << text << std::flush;
-  if (!std::cout) throw UsageError("standard output cannot be written");
+  std::cout << text;
+  flush_output();
 }
 
 void print_warnings(const std::vector<std::string> &warnings) {

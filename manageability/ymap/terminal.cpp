@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iostream>
+
+#include "rpc_error.hpp"
 
 namespace ymap {
 namespace {
@@ -35,6 +38,10 @@ std::string Terminal::bold(std::string_view text) const {
 }
 std::string Terminal::dim(std::string_view text) const {
   return styled(text, "2", coloured);
+}
+
+void flush_output() {
+  if (!std::cout.flush()) throw UsageError("standard output cannot be written");
 }
 
 }  // namespace ymap

@@ -21,4 +21,7 @@ struct Terminal {
   std::string dim(std::string_view text) const;
 };
 
+/// Ends what was written to std::cout. Throws UsageError when it cannot be written.
+void flush_output();
+
 }  // namespace ymap

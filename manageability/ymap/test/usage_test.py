@@ -42,10 +42,11 @@ class Usage(DeviceTest):
             status, _, err = self.run_tool("get", env={variable: "/nonexistent"})
             self.assertEqual(status, 2)
             self.assertIn(variable, err)
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([YMAP, "--device", self.folder, "get"], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual(done.returncode, 2)
-        self.assertIn(b"standard output", done.stderr)
+        for arguments in (["--device", self.folder, "get"], ["--help"], ["--version"]):
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run([YMAP, *arguments], stdout=full, stderr=subprocess.PIPE)
+            self.assertEqual(done.returncode, 2, arguments)
+            self.assertIn(b"standard output", done.stderr)
 
 
 class Terminal(DeviceTest):
