@@ -29,13 +29,6 @@ void copy_with_children(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_da
 
 }  // namespace
 
-vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const char *tag) {
-  for (vidl_yfw_datatree &candidate : children(node)) {
-    if (has_tag(candidate, tag)) return &candidate;
-  }
-  return nullptr;
-}
-
 vidl_yfw_datatree *append_to_larger(Arena &arena, vidl_yfw_datatree &parent, Grown *grown,
                                     uint32_t capacity) {
   const uint32_t count = child_count(parent);

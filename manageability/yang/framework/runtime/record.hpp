@@ -108,7 +108,12 @@ inline void drop_value(vidl_yfw_datatree &node) {
 void truncate_children(vidl_yfw_datatree &parent, uint32_t count);
 
 /// The first child of that name, or nullptr.
-vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const char *tag);
+inline vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const char *tag) {
+  for (vidl_yfw_datatree &candidate : children(node)) {
+    if (has_tag(candidate, tag)) return &candidate;
+  }
+  return nullptr;
+}
 inline vidl_yfw_datatree *child(const vidl_yfw_datatree &node, const std::string &tag) {
   return child(node, tag.c_str());
 }
