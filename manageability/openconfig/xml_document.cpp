@@ -85,7 +85,7 @@ void XmlDocument::TreeDeleter::operator()(lyd_node *tree) const {
 XmlDocument::XmlDocument(std::string_view text) {
   constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
-  if (trimmed(text).empty()) malformed("the message is empty; it must be one <rpc> element");
+  if (trimmed(text).empty()) malformed("the message is empty; it must be one element");
   text_ = prepared_xml(text);
 
   const device::LogScope log;
@@ -101,8 +101,8 @@ XmlDocument::XmlDocument(std::string_view text) {
     const char *place = ly_errpath(context);
     malformed("not well-formed XML: " + std::string(view(reason)) + " " + std::string(view(place)));
   }
-  if (tree == nullptr) malformed("the message holds no element; it must be one <rpc> element");
-  if (tree->next != nullptr) malformed("the message holds several root elements; it must be one <rpc>");
+  if (tree == nullptr) malformed("the message holds no element; it must be one");
+  if (tree->next != nullptr) malformed("the message holds several root elements; it must be one");
   check_attributes(root());
 }
 

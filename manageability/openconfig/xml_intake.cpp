@@ -110,7 +110,7 @@ class Intake {
       too_big("the message has more than " + std::to_string(kMostElements) + " elements");
     const bool is_empty = xml_[end - 1] == '/';
     const auto stop = is_empty ? end - 1 : end;
-    const auto end_of_name = std::min(xml_.find_first_of(kWhite, at_), stop);
+    const auto end_of_name = std::min(xml_.substr(0, stop).find_first_of(kWhite, at_), stop);
     const bool says_default = declare_none(end_of_name, stop);
     if (elements_ == 1 && !says_default && end_of_name > at_ + 1) {
       copy_to(end_of_name);
@@ -126,13 +126,14 @@ class Intake {
   /// Puts kNoNamespace where an attribute from `begin` on declares none as the default. Tells whether there
   /// is a declaration of the default.
   bool declare_none(std::size_t begin, std::size_t end) {
+    const auto tags = xml_.substr(0, end);
     bool says_default = false;
-    for (auto at = begin; (at = xml_.find_first_not_of(kWhite, at)) < end;) {
-      const auto equals = xml_.find('=', at);
-      const auto open = equals == std::string_view::npos ? equals : xml_.find_first_of("'\"", equals);
-      const auto close = open == std::string_view::npos ? open : xml_.find(xml_[open], open + 1);
+    for (auto at = begin; (at = tags.find_first_not_of(kWhite, at)) < end;) {
+      const auto equals = tags.find('=', at);
+      const auto open = equals == std::string_view::npos ? equals : tags.find_first_of("'\"", equals);
+      const auto close = open == std::string_view::npos ? open : tags.find(tags[open], open + 1);
       if (close >= end) break;
-      const auto name = xml_.substr(at, std::min(xml_.find_first_of(kWhite, at), equals) - at);
+      const auto name = tags.substr(at, std::min(tags.find_first_of(kWhite, at), equals) - at);
       const bool is_empty = close == open + 1;
       if (name.starts_with("xmlns:") && is_empty)
         malformed("prefix " + std::string(name.substr(6)) +

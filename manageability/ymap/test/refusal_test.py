@@ -224,6 +224,11 @@ class Messages(DeviceTest):
         inner = "<get><!-- " + "<a>" * 200 + ' --><filter type="subtree"><![CDATA[]]></filter></get>'
         self.assertIn("<data/>", self.ok("rpc", text=rpc(inner)))
 
+    def test_a_message_without_blanks_is_read_once_only(self):
+        """It took minutes when each tag's blanks were sought up to the message's end."""
+        names = '<x xmlns="urn:x"/>' + "<y/>" * 19000 + "<z>" + "z" * 4_000_000 + "</z>"
+        self.assertIn("<data/>", self.ok("rpc", text=rpc(f'<get><filter type="subtree">{names}</filter></get>')))
+
 
 if __name__ == "__main__":
     unittest.main()
