@@ -1,16 +1,15 @@
 // Requests through libnetconf2's client.
 #include "client.hpp"
 
-#include <fcntl.h>
 #include <libyang/libyang.h>
 #include <nc_client.h>
-#include <unistd.h>
 
-#include <csignal>
+#include <algorithm>
+#include <exception>
+#include <new>
 
 #include "client_reply.hpp"
 #include "datatree.hpp"
-#include "deadline.hpp"
 #include "device.hpp"
 #include "plugin.hpp"
 #include "protocol_modules.hpp"
@@ -24,6 +23,9 @@ namespace ymap::netconf {
 namespace {
 
 constexpr const char *kRollback = "rollback-on-error:1.0";
+constexpr std::string_view kNotificationNs = "urn:ietf:params:xml:ns:netconf:notification:1.0";  // RFC 5277
+constexpr int kAtOnce = 0;  ///< libnetconf2's milliseconds for what is in memory already
+constexpr std::chrono::milliseconds kGrace{500};  ///< for a server to say goodbye
 
 /// libnetconf2 tells reasons in messages only; the last one explains a failure.
 std::string last_message;
@@ -32,27 +34,15 @@ void keep_message(const nc_session *, NC_VERB_LEVEL level, const char *message) 
   if (level == NC_VERB_ERROR) last_message = message;
 }
 
-/// While a server is spoken to, its end must show as an error and not end the tool; afterwards a closed pipe
-/// on standard output does again.
-class WithoutSigpipe {
- public:
-  WithoutSigpipe() : before_(std::signal(SIGPIPE, SIG_IGN)) {}
-  ~WithoutSigpipe() { std::signal(SIGPIPE, before_); }
-  WithoutSigpipe(const WithoutSigpipe &) = delete;
-  WithoutSigpipe &operator=(const WithoutSigpipe &) = delete;
-
- private:
-  void (*before_)(int);
-};
-
 struct RpcDeleter {
   void operator()(nc_rpc *rpc) const { nc_rpc_free(rpc); }
 };
+using Rpc = std::unique_ptr<nc_rpc, RpcDeleter>;
 
-std::vector<XmlElement> elements(const lyd_node *first) {
-  std::vector<XmlElement> list;
-  for (const lyd_node *node = first; node != nullptr; node = node->next) list.emplace_back(node);
-  return list;
+Rpc make_rpc(const std::string &operation) {
+  Rpc rpc(nc_rpc_act_generic_xml(operation.c_str(), NC_PARAMTYPE_DUP_AND_FREE));
+  if (!rpc) throw std::bad_alloc();
+  return rpc;
 }
 
 /// The list container in the tree of a read_request(); nullptr where it names no entry.
@@ -96,39 +86,61 @@ void Client::ContextDeleter::operator()(ly_ctx *context) const {
 }
 
 void Client::SessionDeleter::operator()(nc_session *session) const {
-  const WithoutSigpipe scope;
   nc_session_free(session, nullptr);
 }
 
 Client::Client(const Schema &schema, const Destination &destination, std::chrono::milliseconds patience)
-    : schema_(schema), server_(destination.text()), patience_(patience), ssh_(destination) {
+    : schema_(schema),
+      server_(destination.text()),
+      channel_(destination, patience),
+      input_("netconf-input"),
+      output_("netconf-output") {
   nc_verbosity(NC_VERB_ERROR);
   nc_set_print_clb_session(keep_message);
+  context_.reset(make_context({protocol_module_folder()}));
+  load_protocol_modules(context_.get());
   try {
-    hello_ = read_hello(ssh_.from_server(), patience);
+    open_session();
+  } catch (const BadMessage &error) {
+    fail(std::string("does not speak NETCONF: ") + error.what());
   } catch (const UsageError &error) {
     fail(error.what());
   }
   if (!hello_.lists_module(schema.module_name()))
     warnings_.push_back(server_ + " does not announce the module " + schema.module_name());
-
-  context_.reset(make_context({protocol_module_folder()}));
-  load_protocol_modules(context_.get());
-
-  // libnetconf2 reads the hello from a pipe; then the server takes the pipe's place.
-  const auto hello = bare_hello(hello_);
-  const auto written = write(input_[Pipe::writing], hello.data(), hello.size());
-  const WithoutSigpipe scope;
-  if (written == static_cast<ssize_t>(hello.size()))
-    session_.reset(nc_connect_inout(input_[Pipe::reading], ssh_.to_server(), context_.get()));
-  if (!session_ || dup3(ssh_.from_server(), input_[Pipe::reading], O_CLOEXEC) < 0)
-    fail("gives no session: " + last_message);
-  input_.shut(Pipe::writing);
 }
 
-Client::~Client() = default;
+// libnetconf2 takes the end of its input for the server's and sends no <close-session> of its own.
+Client::~Client() {
+  if (failed_) return;
+  try {
+    const auto end = Stream::Clock::now() + kGrace;
+    XmlWriter goodbye;
+    goodbye.leaf("close-session", {}, {{"xmlns", std::string(kNetconfNs)}});
+    send(make_rpc(goodbye.text()).get(), end);
+    channel_.receive(end);
+  } catch (const std::exception &) {
+    return;  // the end of ssh ends the session too
+  }
+}
 
-void Client::fail(const std::string &what) const {
+void Client::open_session() {
+  const auto end = channel_.end_of_patience();
+  const auto hello = channel_.receive(end);
+  if (!hello)
+    throw UsageError(
+        "gives no NETCONF session (ssh -s HOST netconf ended); YMAP_SSH=\"ssh -i KEY\" names a key");
+  hello_ = read_hello(hello->root());
+  input_.put(framed(bare_hello(hello_), framing_));
+  session_.reset(nc_connect_inout(input_.descriptor(), output_.descriptor(), context_.get()));
+  if (!session_) throw UsageError("gives no session: " + last_message);
+  channel_.send(output_.take(), end);
+  if (nc_session_get_version(session_.get()) == 1) framing_ = Framing::chunked;
+  channel_.use(framing_);
+}
+
+void Client::fail(const std::string &what) {
+  failed_ = true;
   throw UsageError("server " + server_ + " " + what);
 }
 
@@ -171,37 +183,64 @@ Answer Client::run(const Request &request) {
 }
 
 Answer Client::exchange(const std::string &operation, bool read) {
-  const WithoutSigpipe scope;
-  const int timeout = static_cast<int>(patience_.count());
-  const Deadline deadline(input_[Pipe::reading], patience_);
-  last_message.clear();
-  const std::unique_ptr<nc_rpc, RpcDeleter> rpc(
-      nc_rpc_act_generic_xml(operation.c_str(), NC_PARAMTYPE_CONST));
+  const auto rpc = make_rpc(operation);
+  const auto end = channel_.end_of_patience();
   uint64_t id = 0;
-  if (!rpc || nc_send_rpc(session_.get(), rpc.get(), timeout, &id) != NC_MSG_RPC)
-    fail("takes no request: " + last_message);
-  lyd_node *envelope = nullptr;
-  lyd_node *output = nullptr;
-  NC_MSG_TYPE kind = NC_MSG_NOTIF;
-  while (kind == NC_MSG_NOTIF)
-    kind = nc_recv_reply(session_.get(), rpc.get(), id, timeout, &envelope, &output);
-  const device::Tree envelope_owner(envelope);
-  const device::Tree output_owner(output);
-  if (kind == NC_MSG_WOULDBLOCK || (kind != NC_MSG_REPLY && deadline.passed())) fail(too_late(patience_));
-  if (kind != NC_MSG_REPLY) fail("gives no proper answer: " + last_message);
-
-  std::vector<std::string> warnings;
-  if (auto fault = read_errors(schema_, elements(lyd_child(envelope)), warnings))
-    throw RpcError(std::move(*fault));
-  Answer answer;
-  const lyd_node *data = output == nullptr ? nullptr : lyd_child(output);
-  if (data == nullptr && read) fail("answers a read without data");
-  if (data != nullptr && data->schema != nullptr && (data->schema->nodetype & LYD_NODE_ANY) != 0) {
-    const auto *any = reinterpret_cast<const lyd_node_any *>(data);
-    if (any->value_type == LYD_ANYDATA_DATATREE) answer = read_data(schema_, elements(any->value.tree));
+  std::unique_ptr<XmlDocument> reply;
+  try {
+    id = send(rpc.get(), end);
+    reply = await_reply(end);
+  } catch (const BadMessage &error) {
+    fail(std::string("gives no proper answer: ") + error.what());
+  } catch (const UsageError &error) {
+    fail(error.what());
   }
+  check_reply(reply->root(), rpc.get(), id);
+
+  const auto parts = reply->root().children();
+  std::vector<std::string> warnings;
+  if (auto fault = read_errors(schema_, parts, warnings)) throw RpcError(std::move(*fault));
+  const auto data = std::ranges::find(parts, "data", &XmlElement::name);
+  if (data == parts.end() && read) fail("answers a read without data");
+  Answer answer;
+  if (data != parts.end()) answer = read_data(schema_, data->children());
   answer.warnings.insert(answer.warnings.begin(), warnings.begin(), warnings.end());
   return answer;
+}
+
+/// Returns the request's message-id. Throws UsageError.
+uint64_t Client::send(nc_rpc *rpc, Stream::Clock::time_point end) {
+  last_message.clear();
+  uint64_t id = 0;
+  if (nc_send_rpc(session_.get(), rpc, kAtOnce, &id) != NC_MSG_RPC)
+    throw UsageError("takes no request: " + last_message);
+  channel_.send(output_.take(), end);
+  return id;
+}
+
+/// The next message that is no notification. Throws BadMessage, UsageError.
+std::unique_ptr<XmlDocument> Client::await_reply(Stream::Clock::time_point end) {
+  while (true) {
+    auto message = channel_.receive(end);
+    if (!message) throw BadMessage("the connection ended before it");
+    const auto root = message->root();
+    if (root.name() == "notification" && root.ns() == kNotificationNs) continue;
+    if (root.name() == "rpc-reply" && root.ns() == kNetconfNs) return message;
+    throw BadMessage("it is a <" + std::string(root.name()) + "> of namespace \"" + std::string(root.ns()) +
+                     "\"; it must be an <rpc-reply> of " + std::string(kNetconfNs));
+  }
+}
+
+/// Has libnetconf2 judge what a reply is made of, and whether it is the one that was asked for. What is in
+/// its elements it need not see: it would make schema nodes of those that its context knows.
+void Client::check_reply(const XmlElement &reply, nc_rpc *rpc, uint64_t id) {
+  input_.put(framed(bare_reply(reply), framing_));
+  lyd_node *envelope = nullptr;
+  lyd_node *output = nullptr;
+  const auto kind = nc_recv_reply(session_.get(), rpc, id, kAtOnce, &envelope, &output);
+  const device::Tree envelope_owner(envelope);
+  const device::Tree output_owner(output);
+  if (kind != NC_MSG_REPLY) fail("gives no proper answer: " + last_message);
 }
 
 }  // namespace ymap::netconf

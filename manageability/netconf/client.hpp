@@ -3,18 +3,20 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "memory_file.hpp"
 #include "openconfig_request.hpp"
-#include "pipe.hpp"
 #include "schema.hpp"
+#include "server_channel.hpp"
 #include "server_hello.hpp"
 #include "session.hpp"
-#include "ssh_process.hpp"
 
 struct ly_ctx;
+struct nc_rpc;
 struct nc_session;
 
 namespace ymap::netconf {
@@ -47,18 +49,24 @@ class Client {
     void operator()(nc_session *session) const;
   };
 
-  [[noreturn]] void fail(const std::string &what) const;
+  [[noreturn]] void fail(const std::string &what);
   bool offers(const std::string &capability) const;
   std::string operation(const Request &request) const;
   Answer exchange(const std::string &operation, bool read);
+  void open_session();
+  uint64_t send(nc_rpc *rpc, Stream::Clock::time_point end);
+  std::unique_ptr<XmlDocument> await_reply(Stream::Clock::time_point end);
+  void check_reply(const XmlElement &reply, nc_rpc *rpc, uint64_t id);
 
   const Schema &schema_;
   std::string server_;
-  std::chrono::milliseconds patience_;
   std::vector<std::string> warnings_;
-  SshProcess ssh_;
+  ServerChannel channel_;
+  bool failed_ = false;  ///< so that there is nothing more to say to the server
   ServerHello hello_;
-  Pipe input_;  ///< what libnetconf2 reads: first the reduced hello, then the server
+  Framing framing_ = Framing::end_of_message;
+  MemoryFile input_;   ///< what libnetconf2 reads: one message at a time, of which it sees the envelope
+  MemoryFile output_;  ///< what it writes
   std::unique_ptr<ly_ctx, ContextDeleter> context_;  ///< the protocol's modules: data stays as it was written
   std::unique_ptr<nc_session, SessionDeleter> session_;
 };

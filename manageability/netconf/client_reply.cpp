@@ -8,6 +8,8 @@
 #include "datatree.hpp"
 #include "openconfig_answer.hpp"
 #include "rpc_error.hpp"
+#include "xml_intake.hpp"
+#include "xml_writer.hpp"
 
 namespace ymap::netconf {
 namespace {
@@ -103,7 +105,32 @@ std::string in_words(const Fault &fault) {
   return fault.tag + (fault.path.empty() ? "" : " at " + fault.path) + ": " + fault.message;
 }
 
+XmlWriter::Attributes own_namespace(const XmlElement &element) {
+  return {{"xmlns", std::string(element.ns().empty() ? kNoNamespace : element.ns())}};
+}
+
+void write_fields(const XmlElement &error, XmlWriter &xml) {
+  for (const auto &field : error.children())
+    if (field.name() != "error-info") xml.leaf(field.name(), field.text(), own_namespace(field));
+}
+
 }  // namespace
+
+std::string bare_reply(const XmlElement &reply) {
+  XmlWriter::Attributes envelope = {{"xmlns", std::string(kNetconfNs)}};
+  for (const auto &attribute : reply.attributes())
+    if (attribute.ns.empty() && attribute.name == "message-id")
+      envelope.push_back({attribute.name, attribute.value});
+  XmlWriter xml;
+  xml.open("rpc-reply", envelope);
+  for (const auto &part : reply.children()) {
+    xml.open(part.name(), own_namespace(part));
+    if (part.name() == "rpc-error") write_fields(part, xml);
+    xml.close();
+  }
+  xml.close();
+  return xml.text();
+}
 
 Answer read_data(const Schema &schema, const std::vector<XmlElement> &data) {
   return DataReader(schema).read(data);

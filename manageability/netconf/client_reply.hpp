@@ -13,6 +13,10 @@
 
 namespace ymap::netconf {
 
+/// An <rpc-reply> with this one's message-id and elements: their names, and the texts in each <rpc-error> but
+/// those of its <error-info>.
+std::string bare_reply(const XmlElement &reply);
+
 /// The content of <data> as checked OpenConfig data; what the schema does not take is left out with a
 /// warning.
 Answer read_data(const Schema &schema, const std::vector<XmlElement> &data);

@@ -44,6 +44,9 @@ class Deframer {
   /// The next whole message, nothing until there is one. Throws FramingError.
   std::optional<Message> next();
 
+  /// The message that has begun is too big already, however much of it is still to come.
+  bool cuts() const { return message_.cut; }
+
   /// No message is begun: the stream may end here.
   bool idle() const;
 

@@ -5,14 +5,9 @@
 #include <libnetconf2/messages_server.h>
 #include <libnetconf2/session_server.h>
 #include <libyang/libyang.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <iostream>
-#include <system_error>
+#include <new>
 
 #include "device.hpp"
 #include "printable.hpp"
@@ -22,12 +17,6 @@
 
 namespace ymap::netconf {
 namespace {
-
-int memory_file(const char *name) {
-  const int file = memfd_create(name, MFD_CLOEXEC);
-  if (file < 0) throw std::system_error(errno, std::generic_category(), "a file in memory cannot be made");
-  return file;
-}
 
 void print_message(const nc_session * /*session*/, NC_VERB_LEVEL /*level*/, const char *message) {
   std::cerr << "ymap: " << printable(message) << "\n";
@@ -53,7 +42,7 @@ void ProtocolEngine::PollDeleter::operator()(nc_pollsession *poll) const {
 }
 
 ProtocolEngine::ProtocolEngine(ly_ctx *context)
-    : context_(context), input_(memory_file("netconf-input")), output_(memory_file("netconf-output")) {
+    : context_(context), input_("netconf-input"), output_("netconf-output") {
   nc_verbosity(NC_VERB_ERROR);
   nc_set_print_clb_session(print_message);
   // These two the library would answer itself.
@@ -70,29 +59,13 @@ ProtocolEngine::ProtocolEngine(ly_ctx *context)
 ProtocolEngine::~ProtocolEngine() {
   poll_.reset();
   nc_server_destroy();
-  close(input_);
-  close(output_);
-}
-
-void ProtocolEngine::give_input(const std::string &bytes) const {
-  if (ftruncate(input_, 0) != 0 || pwrite(input_, bytes.data(), bytes.size(), 0) != ssize_t(bytes.size()))
-    throw std::system_error(errno, std::generic_category(), "the message cannot be kept");
-  lseek(input_, 0, SEEK_SET);
-}
-
-std::string ProtocolEngine::take_output() const {
-  std::string bytes(static_cast<std::size_t>(lseek(output_, 0, SEEK_CUR)), '\0');
-  if (pread(output_, bytes.data(), bytes.size(), 0) != ssize_t(bytes.size()) || ftruncate(output_, 0) != 0)
-    throw std::system_error(errno, std::generic_category(), "the reply cannot be read");
-  lseek(output_, 0, SEEK_SET);
-  return bytes;
 }
 
 Framing ProtocolEngine::open(const std::string &hello, const std::string &user) {
-  give_input(framed(hello, Framing::end_of_message));
-  if (nc_accept_inout(input_, output_, user.c_str(), &session_) != NC_MSG_HELLO)
+  input_.put(framed(hello, Framing::end_of_message));
+  if (nc_accept_inout(input_.descriptor(), output_.descriptor(), user.c_str(), &session_) != NC_MSG_HELLO)
     throw TransportError("the client's <hello> is not in order");
-  take_output();  // the library's own <hello>, which knows no number but its own for the session
+  output_.take();  // the library's own <hello>, which knows no number but its own for the session
   nc_session_set_data(session_, this);
   nc_ps_add_session(poll_.get(), session_);
   framing_ = nc_session_get_version(session_) == 1 ? Framing::chunked : Framing::end_of_message;
@@ -100,12 +73,12 @@ Framing ProtocolEngine::open(const std::string &hello, const std::string &user) 
 }
 
 ProtocolEngine::Reply ProtocolEngine::run(const std::string &request, const Action &action) {
-  give_input(framed(request, framing_));
+  input_.put(framed(request, framing_));
   action_ = &action;
   const int events = nc_ps_poll(poll_.get(), 0, nullptr);
   action_ = nullptr;
   Reply reply;
-  reply.bytes = take_output();
+  reply.bytes = output_.take();
   // What the library cannot read it refuses in words that no client can use.
   if ((events & NC_PSPOLL_BAD_RPC) != 0) {
     const char *reason = ly_errmsg(context_);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "framing.hpp"
+#include "memory_file.hpp"
 #include "rpc_error.hpp"
 
 struct ly_ctx;
@@ -58,12 +59,10 @@ class ProtocolEngine {
   static nc_server_reply *answer(lyd_node *rpc, nc_session *session);
   nc_server_reply *answer(lyd_node *rpc) const;
   nc_server_reply *error(const Fault &fault) const;
-  std::string take_output() const;
-  void give_input(const std::string &bytes) const;
 
   ly_ctx *context_;
-  int input_;
-  int output_;
+  MemoryFile input_;
+  MemoryFile output_;
   std::unique_ptr<nc_pollsession, PollDeleter> poll_;
   nc_session *session_ = nullptr;  ///< freed by `poll_`
   Framing framing_ = Framing::end_of_message;

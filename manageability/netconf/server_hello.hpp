@@ -2,10 +2,11 @@
 /// What a NETCONF server says first (RFC 6241, section 8.1).
 #pragma once
 
-#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "xml_document.hpp"
 
 namespace ymap::netconf {
 
@@ -19,16 +20,12 @@ struct ServerHello {
   bool lists_module(const std::string &name) const;
 };
 
-/// Reads the hello from the stream `source`, to its end and no byte further. Throws UsageError, its text to
-/// stand after the server's name: none came within `patience`, the stream ended, or it is none.
-ServerHello read_hello(int source, std::chrono::milliseconds patience);
+/// Reads a server's first message. Throws UsageError, its text to stand after the server's name.
+ServerHello read_hello(const XmlElement &message);
 
 /// A hello like that of a server which has this session, knows no modules but ietf-netconf, and has nothing
 /// else to offer. libnetconf2 asks a server for each module in its hello before it hands out the session,
 /// however many there are.
 std::string bare_hello(const ServerHello &hello);
-
-/// For an answer that did not come in time.
-std::string too_late(std::chrono::milliseconds patience);
 
 }  // namespace ymap::netconf

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <chrono>
-#include <csignal>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
-#include <vector>
+
+#include "stream.hpp"
 
 namespace ymap::netconf {
 
@@ -39,12 +39,8 @@ class Transport {
   void write(std::string_view bytes);
 
  private:
-  bool wait(int descriptor, short event, const timespec *patience) const;
-
-  int in_;
-  int out_;
-  std::vector<char> buffer_;
-  sigset_t outside_{};  ///< the signal mask outside of wait()
+  Stream::Signals signals_;
+  Stream stream_;
 };
 
 }  // namespace ymap::netconf

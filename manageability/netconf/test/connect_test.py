@@ -10,25 +10,36 @@ import unittest
 from served import SERVE, YMAP, ServedTest
 from tool import BST0, BST2, NETCONF, OPENCONFIG, PRE0, DeviceTest, config, entries, entry
 
-# Says a hello, and a reply to each request, whatever it is; writes down what it was asked.
+# Says a hello, and a reply to each request, whatever it is; writes down what it was asked. "slow:" says what follows byte
+# by byte, "endless:" again and again.
 FOREIGN = r"""
-import re, sys, time
+import os, re, sys, time
 hello, *replies = open(sys.argv[1], encoding="utf-8").read().split("\0")
 def say(text):
-    sys.stdout.buffer.write(text.encode()); sys.stdout.flush()
+    mode, _, rest = text.partition(":")
+    text = (rest if mode in ("slow", "endless") else text).encode()
+    size = 1 if mode == "slow" else len(text) or 1
+    parts = [text[at:at + size] for at in range(0, len(text), size)]
+    try:
+        while True:
+            for part in parts:
+                sys.stdout.buffer.write(part); sys.stdout.flush()
+                if mode == "slow": time.sleep(0.02)
+            if mode != "endless": return
+    except BrokenPipeError: os._exit(0)
 def hear():
     text = b""
-    while not text.endswith(b"]]>]]>"):
+    while not text.endswith((b"]]>]]>", b"\n##\n")):
         byte = sys.stdin.buffer.read(1)
         if not byte: sys.exit()
         text += byte
+    open(sys.argv[1] + ".heard", "ab").write(text)
     return text.decode()
 say(hello)
 if hello.endswith("gone"): sys.exit()
 hear()
 for reply in replies:
     request = hear()
-    open(sys.argv[1] + ".heard", "a", encoding="utf-8").write(request)
     if not reply: time.sleep(1)
     say(reply.replace("ID", re.search(r'message-id="(\d+)"', request)[1]))
     if not reply.endswith("]]>]]>"): sys.exit()
@@ -48,9 +59,16 @@ def reply(inner):
     return f'<rpc-reply message-id="ID" xmlns="{NETCONF}">{inner}</rpc-reply>]]>]]>'
 
 
-def error(tag, message, severity="error", path=""):
+TWINS = '<twin xmlns=""/><twin xmlns=""/>'
+STATE = ('<netconf-state xmlns="urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"><statistics><in-rpcs>7</in-rpcs>'
+         '</statistics></netconf-state>')
+NOTIFICATION = ('<notification xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0"><eventTime>2026-01-01T00:00:00Z'
+                '</eventTime>' + TWINS + '</notification>]]>]]>')
+
+
+def error(tag, message, severity="error", more=""):
     return (f"<rpc-error><error-type>application</error-type><error-tag>{tag}</error-tag><error-severity>{severity}"
-            f"</error-severity>{path}<error-message>{message}</error-message></rpc-error>")
+            f"</error-severity>{more}<error-message>{message}</error-message></rpc-error>")
 
 
 class OwnServer(ServedTest):
@@ -138,6 +156,10 @@ class ForeignServer(DeviceTest):
                                                 "<enabled> true </enabled><power xmlns='urn:else'>1</power>"),
                  ["a config/name a", "a config/enabled true"], "target-gain: ", "colour: the model has no such element",
                  'power: the model has no element of namespace "urn:else"'),
+                ("elements without a namespace", TWINS + config("a", "<name>a</name>" + TWINS), ["a config/name a"],
+                 *['twin: the model has no element of namespace ""'] * 4),
+                ("elements that the client's protocol modules know", config("a", "<name>a</name>" + STATE), ["a config/name a"],
+                 'netconf-state: the model has no element of namespace "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"'),
                 ("an entry without key", entries(entry("", "<config><enabled>true</enabled></config>", "")), [], "no key"),
                 ("nothing", "", [])):
             with self.subTest(what):
@@ -151,7 +173,10 @@ class ForeignServer(DeviceTest):
     def test_edits(self):
         status, out, err, heard = self.run_against([hello(*EVERYTHING), reply("<ok/>")], "unset", "a", "target-gain")
         self.assertEqual((status, out, err), (0, "", ""))
-        self.assertRegex(heard, r'(?s)rollback-on-error.*operation="remove"')
+        self.assertRegex(heard, r'(?s)rollback-on-error.*operation="remove".*<close-session')
+        prefixed = f'<q:rpc-reply message-id="ID" xmlns:q="{NETCONF}"><q:ok/></q:rpc-reply>]]>]]>'
+        done = self.run_against([hello(*EVERYTHING), NOTIFICATION * 2 + prefixed], "set", "a", "target-gain=9")
+        self.assertEqual(done[:3], (0, "", ""))
         status, _, err, heard = self.run_against([hello(*EVERYTHING[1:]), reply("<ok/>")], "set", "a", "target-gain=9")
         self.assertEqual((status, "edit-config" in heard), (1, False))
         self.assertIn("operation-not-supported: the server does not let clients edit", err)
@@ -167,11 +192,12 @@ class ForeignServer(DeviceTest):
                 '</error-path>')
         full = "/openconfig-optical-amplifier:optical-amplifier/amplifiers/amplifier[name='x/oc-opt-amp:y']"
         for errors, expected in (
-                (error("invalid-value", "too loud", path=path.format(OPENCONFIG, "oc-opt-amp")),
+                (error("invalid-value", "too loud", more=path.format(OPENCONFIG, "oc-opt-amp")),
                  f"ymap: error: invalid-value at {full}: too loud\n"),
-                (error("in-use", "busy", path="<error-path>/else:top</error-path>"),
+                (error("in-use", "busy", more="<error-path>/else:top</error-path>"),
                  "ymap: error: in-use at /else:top: busy\n"),
                 (error("in-use", "busy") + error("bad-element", "wrong"), "ymap: error: in-use: busy; bad-element: wrong\n"),
+                (error("in-use", "busy", more=f"<error-info>{TWINS}{STATE}</error-info>"), "ymap: error: in-use: busy\n"),
                 (error("in-use", "one\x7ftwo"), "ymap: error: in-use: one\\x7ftwo\n"),
                 (re.sub("<error-message>.*</error-message>", "", error("too-big", "")),
                  "ymap: error: too-big: the server gives no reason\n")):
@@ -184,6 +210,8 @@ class ForeignServer(DeviceTest):
 
     def test_no_conversation(self):
         other = reply("<ok/>").replace("ID", "ID1")
+        chunked = hello("urn:ietf:params:netconf:base:1.1", *EVERYTHING)
+        deep = "<deep>" * 100000 + "</deep>" * 100000
         for what, server, message in (
                 ("no hello", [""], "does not answer within 0.5 seconds; --timeout SECONDS"),
                 ("no NETCONF", ["SSH-2.0\r\n]]>]]>"], "does not speak NETCONF"),
@@ -194,9 +222,22 @@ class ForeignServer(DeviceTest):
                 ("no answer", [hello(*EVERYTHING), ""], "does not answer within 0.5 seconds"),
                 ("half an answer", [hello(*EVERYTHING), reply("<ok/>")[:30]], "gives no proper answer"),
                 ("broken answer", [hello(*EVERYTHING), "<rpc-reply>]]>]]>"], "gives no proper answer"),
-                ("answer to something else", [hello(*EVERYTHING), other], "gives no proper answer")):
+                ("answer to something else", [hello(*EVERYTHING), other], "gives no proper answer"),
+                ("answer that drips", [hello(*EVERYTHING), "slow:" + reply("<ok/>")], "does not answer within 0.5 seconds"),
+                ("hello that drips", ["slow:" + hello(*EVERYTHING)], "does not answer within 0.5 seconds"),
+                ("answer without end", [hello(*EVERYTHING), "endless:" + "x" * 65536],
+                 "gives no proper answer: the message is larger than 16 MiB"),
+                ("hello without end", ["endless:" + "x" * 65536], "does not speak NETCONF: the message is larger than 16 MiB"),
+                ("notifications only", [hello(*EVERYTHING), "endless:" + NOTIFICATION], "does not answer within 0.5 seconds"),
+                ("bad chunk", [chunked, "\n#0\n"], "gives no proper answer: bad chunk header"),
+                ("more chunk than bytes", [chunked, "\n#9\n<ok/>"], "gives no proper answer: the connection ended"),
+                ("deep answer", [hello(*EVERYTHING), reply(deep)], "gives no proper answer: elements are nested deeper than"),
+                ("deep hello", [hello(*EVERYTHING).replace("</hello>", deep + "</hello>")], "does not speak NETCONF: elements"),
+                ("request for an answer", [hello(*EVERYTHING), other.replace("rpc-reply", "rpc")],
+                 "gives no proper answer: it is a <rpc> of")):
             with self.subTest(what):
-                status, out, err, _ = self.run_against(server, "--timeout", "0.5", "set", "a", "target-gain=9")
+                patience = "0.5" if "0.5" in message else "20"
+                status, out, err, _ = self.run_against(server, "--timeout", patience, "set", "a", "target-gain=9")
                 self.assertEqual((status, out), (2, ""))
                 self.assertIn("ymap: error: server host port 830 " + message, err)
 

@@ -1,0 +1,52 @@
+/// \file
+/// Whole messages to and from a server.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "framing.hpp"
+#include "ssh_process.hpp"
+#include "stream.hpp"
+#include "xml_document.hpp"
+
+namespace ymap::netconf {
+
+/// What the server sends is no NETCONF message. The text tells why.
+struct BadMessage : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// The only reader of what a server sends: nobody else sees a message before it is whole, within the limits
+/// of xml_document.hpp, and well-formed. Errors beside BadMessage are UsageErrors, their text to stand after
+/// the server's name.
+class ServerChannel {
+ public:
+  /// Starts ssh. `patience` is for messages.
+  ServerChannel(const Destination &destination, std::chrono::milliseconds patience);
+
+  /// When an answer that is asked for now is too late.
+  Stream::Clock::time_point end_of_patience() const { return Stream::Clock::now() + patience_; }
+
+  /// For the messages that are not yet received.
+  void use(Framing framing) { deframer_.use(framing); }
+
+  /// All of it before `end`. Throws UsageError.
+  void send(std::string_view framed_message, Stream::Clock::time_point end);
+
+  /// The next message, nullptr if the server ends its stream before one begins. Throws BadMessage, and
+  /// UsageError if the message is not whole before `end`.
+  std::unique_ptr<XmlDocument> receive(Stream::Clock::time_point end);
+
+ private:
+  [[noreturn]] void give_up() const;
+
+  std::chrono::milliseconds patience_;
+  SshProcess ssh_;
+  Stream stream_;
+  Deframer deframer_{kLargestDocument};
+};
+
+}  // namespace ymap::netconf
