@@ -63,7 +63,11 @@ class ImpliedRemove {
 verrno refuse_unsupported(yfw_map_ctx *ctx, const char *tag, const char *function);
 
 /// The row of a child, or nullptr.
-const OnRow *find_row(const char *tag, const OnRow *rows, size_t count);
+inline const OnRow *find_row(const char *tag, const OnRow *rows, size_t count) {
+  for (; count != 0; --count, ++rows)
+    if (yfw_map_do_these_match(tag, rows->tag) != 0) return rows;
+  return nullptr;
+}
 
 /// True for a child of the OpenConfig namespace itself.
 bool is_openconfig(const vidl_yfw_datatree *child);

@@ -19,19 +19,15 @@ struct EntryWalk {
   yfw_map_state &state;
   uint32_t type;
 
-  Children own;                         // the entry's children
   Children children;                    // those of the node being walked: the entry's, or an expansion node's
   vidl_yfw_datatree *walked = nullptr;  // an expansion node, or nullptr
-  bool two_passes = false;
+  yfw_itree_entry expansion{};          // without nodes: none
 
   uint8_t key_count = 0;
   uint8_t valued_keys = 0;
   bool key_without_value = false;
   bool other_child = false;
   bool key_flag = false;
-
-  yfw_itree_entry expansion{};
-  bool expanded = false;
   bool keymode_by_handler = false;
   bool keymode_set = false;
 
@@ -57,15 +53,16 @@ void count_key(uint8_t &count) {
 
 // Counts the keys before anything is walked. A leafref failure ends the whole walk.
 verrno prescan(EntryWalk &walk) {
-  for (uint32_t i = 0; i < walk.own.count && !walk.is_whole(); ++i) {
-    vidl_yfw_datatree *child = &walk.own.array[i];
-    const char *tag = vidl_yfw_datatree_get_tag(child);
-    if (yfw_map_do_these_match(tag, walk.child(key_child).tag) == 0) {
+  const char *key_tag = walk.child(key_child).tag;
+  const vidl_yfw_datatree *const end = walk.children.array + walk.children.count;
+  for (vidl_yfw_datatree *child = walk.children.array; child != end && !walk.is_whole(); ++child) {
+    if (yfw_map_do_these_match(vidl_yfw_datatree_get_tag(child), key_tag) == 0) {
       walk.other_child = true;
       continue;
     }
     if (is_keyed(walk.type)) {
-      const verrno status = yfw_map_check_oc_leafref(walk.ctx, walk.row.list_path, "config", tag, walk.node);
+      const verrno status = yfw_map_check_oc_leafref(walk.ctx, walk.row.list_path, "config",
+                                                     vidl_yfw_datatree_get_tag(child), walk.node);
       if (status != YMAP_OK) return status;
     }
     count_key(walk.key_count);
@@ -122,7 +119,6 @@ bool handle_entry(EntryWalk &walk, verrno &status) {
   if (yfw_map_util_itree_stack_size(walk.ctx) > depth) {
     yfw_map_util_itree_stack_peak(walk.ctx, &walk.expansion);
     if (walk.expansion.nodes == nullptr) walk.expansion.count = 0;
-    walk.expanded = true;
   }
   if (status == YMAP_OK)
     walk.ctx->list_entry_op =
@@ -161,6 +157,15 @@ verrno dispatch_child(EntryWalk &walk, vidl_yfw_datatree *child) {
   walk.other_child = true;
   if (row == nullptr) return walk.row.augments(walk.ctx, child, walk.out);
   return row->walk(walk.ctx, *row, child, walk.out);
+}
+
+verrno dispatch(EntryWalk &walk) {
+  const vidl_yfw_datatree *const end = walk.children.array + walk.children.count;
+  for (vidl_yfw_datatree *child = walk.children.array; child != end; ++child) {
+    const verrno status = dispatch_child(walk, child);
+    if (status != YMAP_OK) return status;
+  }
+  return YMAP_OK;
 }
 
 // Takes up node j of the expansion. True when it was recorded on the walk path.
@@ -237,10 +242,8 @@ void walk_expansion(EntryWalk &walk, verrno &status) {
   uint32_t j = 0;
   do {
     bool added = false;
-    if (status == YMAP_OK && walk.expanded) added = enter_expansion(walk, j, status);
-
-    for (uint32_t i = 0; i < walk.children.count && status == YMAP_OK; ++i)
-      status = dispatch_child(walk, &walk.children.array[i]);
+    if (status == YMAP_OK) added = enter_expansion(walk, j, status);
+    if (status == YMAP_OK) status = dispatch(walk);
 
     if (status == YMAP_OK && !walk.key_without_value && !walk.other_child && walk.key_flag &&
         (is_read(walk.type) || walk.is_delete()))
@@ -262,28 +265,29 @@ verrno add_key_selector(EntryWalk &walk) {
   return status;
 }
 
-void walk_passes(EntryWalk &walk, verrno &status) {
-  for (int pass = 0; pass < (walk.two_passes ? 2 : 1); ++pass) {
-    const bool skipped = status == YMAP_OK && handle_entry(walk, status);
-    if (!skipped) {
-      walk_expansion(walk, status);
-      if (status == YMAP_OK && is_read(walk.type) && walk.state.final_pass != 1 && walk.other_child &&
-          !walk.key_flag)
-        status = add_key_selector(walk);
-    }
-    if (walk.two_passes) {
-      vidl_yfw_datatree_set_operation(walk.node, YMAP_OP_NONE);
-      walk.state.pass_flags &= ~YMAP_PASS_FIRST;
-    }
-  }
+// One pass over the entry; the status after it.
+verrno walk_pass(EntryWalk &walk, verrno status) {
+  if (status == YMAP_OK && handle_entry(walk, status)) return YMAP_OK;
+  walk_expansion(walk, status);
+  if (status == YMAP_OK && is_read(walk.type) && walk.state.final_pass != 1 && walk.other_child &&
+      !walk.key_flag)
+    status = add_key_selector(walk);
+  return status;
 }
 
-void open_replace(EntryWalk &walk) {
+// Both passes of a replace. The first removes.
+verrno walk_replace(EntryWalk &walk, verrno status) {
   vidl_yfw_datatree_set_operation(walk.node, YMAP_OP_REMOVE);
   walk.state.pass_flags |= YMAP_PASS_FIRST;
-  walk.two_passes = true;
   walk.key_without_value = false;
   walk.other_child = false;
+  for (int pass = 0; pass < 2; ++pass) {
+    status = walk_pass(walk, status);
+    vidl_yfw_datatree_set_operation(walk.node, YMAP_OP_NONE);
+    walk.state.pass_flags &= ~YMAP_PASS_FIRST;
+  }
+  walk.state.pass_flags &= ~(YMAP_PASS_FIRST | YMAP_PASS_SECOND);
+  return status;
 }
 
 // Traces an entry without children; true when the request type cannot do with one.
@@ -296,8 +300,7 @@ bool is_key_missing(EntryWalk &walk) {
 }
 
 void end_walk(EntryWalk &walk) {
-  if (walk.two_passes) walk.state.pass_flags &= ~(YMAP_PASS_FIRST | YMAP_PASS_SECOND);
-  if (walk.expanded && walk.expansion.nodes != nullptr) yfw_map_util_itree_stack_pop(walk.ctx);
+  if (walk.expansion.nodes != nullptr) yfw_map_util_itree_stack_pop(walk.ctx);
   reset_keymode(walk);
   if (walk.state.final_pass != 1) yfw_map_remove_from_node_hierarchy(walk.ctx, walk.node);
   TRC(walk.ctx, walk.row.name, "End");
@@ -310,8 +313,9 @@ verrno walk_on_list_entry(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree 
   verrno status = YMAP_OK;
   Children own;
   if (!begin_walk(ctx, node, out, row.name, own, status)) return status;
-  EntryWalk walk{ctx, row, node, out, state_of(ctx), request_type(ctx), own, own};
-  if (walk.own.count == 0 && is_key_missing(walk)) return YMAP_ERR_BAD_NODE;
+  yfw_map_state &state = state_of(ctx);
+  EntryWalk walk{ctx, row, node, out, state, request_type(state), own};
+  if (own.count == 0 && is_key_missing(walk)) return YMAP_ERR_BAD_NODE;
 
   if (walk.state.final_pass != 1) {
     yfw_map_add_to_node_hierarchy(ctx, node, YMAP_WALK_LIST_ENTRY);
@@ -328,13 +332,13 @@ verrno walk_on_list_entry(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree 
       return leafref;
     }
   }
-  if (!walk.is_whole() && walk.own.count != 0 && !keeps_key_rule(walk)) {
+  if (!walk.is_whole() && own.count != 0 && !keeps_key_rule(walk)) {
     ERR(ctx, row.name, "List key node error.");
     status = refuse_key(walk, walk.child(key_child).tag);
   }
 
-  if (vidl_yfw_datatree_get_operation(node) == YMAP_OP_REPLACE) open_replace(walk);
-  walk_passes(walk, status);
+  const bool replaces = vidl_yfw_datatree_get_operation(node) == YMAP_OP_REPLACE;
+  status = replaces ? walk_replace(walk, status) : walk_pass(walk, status);
   end_walk(walk);
   return status;
 }

@@ -14,11 +14,6 @@ constexpr uint8_t has_content_selector = 1U << 0;
 
 yfw_map_state blank_state{};
 
-Kind kind_of(yfw_map_ctx *ctx, const vidl_yfw_datatree *node) {
-  if (is_read(request_type(ctx))) return kind_read;
-  return yfw_map_is_request_delete(node) != 0 ? kind_delete : kind_edit;
-}
-
 bool is_config_suppressed(yfw_map_ctx *ctx) {
   const yfw_map_request *request = state_of(ctx).request;
   if (request == nullptr) return false;

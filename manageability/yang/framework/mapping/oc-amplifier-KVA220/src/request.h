@@ -23,10 +23,12 @@ inline yfw_map_state &state_of(yfw_map_ctx *ctx) {
 }
 
 /// The request type; without a request record that of an edit that is not keyed.
-inline uint32_t request_type(yfw_map_ctx *ctx) {
+inline uint32_t request_type(const yfw_map_state &state) {
   constexpr uint32_t type_unknown = 0xffffffffU;
-  const yfw_map_request *request = state_of(ctx).request;
-  return request != nullptr ? request->type : type_unknown;
+  return state.request != nullptr ? state.request->type : type_unknown;
+}
+inline uint32_t request_type(yfw_map_ctx *ctx) {
+  return request_type(state_of(ctx));
 }
 
 inline bool is_read(uint32_t type) {
@@ -40,7 +42,10 @@ inline bool is_keyed(uint32_t type) {
 
 /// What a request wants of a leaf.
 enum Kind { kind_read, kind_delete, kind_edit };
-Kind kind_of(yfw_map_ctx *ctx, const vidl_yfw_datatree *node);
+inline Kind kind_of(yfw_map_ctx *ctx, const vidl_yfw_datatree *node) {
+  if (is_read(request_type(ctx))) return kind_read;
+  return yfw_map_is_request_delete(node) != 0 ? kind_delete : kind_edit;
+}
 
 /// True when the content selection asks for state only: configuration paths are left out.
 bool is_config_suppressed(yfw_map_ctx *ctx);

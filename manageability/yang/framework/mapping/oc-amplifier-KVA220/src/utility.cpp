@@ -21,10 +21,6 @@ constexpr std::string_view controller_prefix = "Ots0/0/0/";
 constexpr const char *pre_marker = "PRE";
 constexpr const char *bst_marker = "BST";
 
-// Both slots point here once a request has run, so that no release can be forgotten.
-char pre_buffer[ymap::text_size];
-char bst_buffer[ymap::text_size];
-
 // Zero-fills a buffer of ymap::text_size, in parts that a compiler fills with a few wide stores: as a whole
 // it takes a string instruction, which is slow to start.
 void zero_fill(char *buffer) {
@@ -36,16 +32,10 @@ void zero_fill(char *buffer) {
 }
 
 // True when a marker of three characters stands anywhere in the text.
-bool holds_marker(const char *text, const char *marker) {
+bool holds(const char *text, const char *marker) {
   for (; *text != '\0'; ++text)
     if (text[0] == marker[0] && text[1] == marker[1] && text[2] == marker[2]) return true;
   return false;
-}
-
-// True when a buffer of text_size begins with the text, its end not included.
-template <size_t size>
-bool begins_with(const char *buffer, const char (&text)[size]) {
-  return std::memcmp(buffer, text, size - 1) == 0;
 }
 
 bool is_empty(const char *text) {
@@ -271,23 +261,24 @@ void print_data(yfw_map_ctx *ctx) {
 
 namespace ymap {
 
-bool is_side_named(Side side) {
-  // Each leaf asks, and mostly finds an amplifier's name or the word of the other side's requests, in the
-  // buffer that the slot was given.
-  if (side == Side::ingress) {
-    const bool is_own = amp_key_pre == pre_buffer;
-    if (is_own && begins_with(pre_buffer, "pre\0")) return false;
-    if (is_own && begins_with(pre_buffer, "0/0-AMP-PRE")) return true;
-    return amp_key_pre != nullptr && holds_marker(amp_key_pre, pre_marker);
-  }
-  const bool is_own = amp_key_bst == bst_buffer;
-  if (is_own && begins_with(bst_buffer, "bst\0")) return false;
-  if (is_own && begins_with(bst_buffer, "0/0-AMP-BST")) return true;
-  return amp_key_bst != nullptr && holds_marker(amp_key_bst, bst_marker);
+char pre_buffer[text_size];
+char bst_buffer[text_size];
+
+bool holds_marker(Side side) {
+  const bool is_ingress = side == Side::ingress;
+  const char *slot = is_ingress ? amp_key_pre : amp_key_bst;
+  return slot != nullptr && holds(slot, is_ingress ? pre_marker : bst_marker);
 }
 
 bool is_side_selected(Side side) {
   return is_side_named(side) || is_empty(side == Side::ingress ? amp_key_pre : amp_key_bst);
+}
+
+std::optional<Side> side_of(const char *text) {
+  if (is_usual_name(text)) return text[prefix_length] == *pre_marker ? Side::ingress : Side::egress;
+  if (holds(text, pre_marker)) return Side::ingress;
+  if (holds(text, bst_marker)) return Side::egress;
+  return std::nullopt;
 }
 
 bool is_amplifier_name(const char *text) {

@@ -10,6 +10,9 @@
 #ifndef YMAP_UTILITY_H
 #define YMAP_UTILITY_H
 
+#include <cstring>
+#include <optional>
+
 #include "exports.h"
 #include "request.h"
 
@@ -59,12 +62,33 @@ namespace ymap {
 enum class Side { ingress, egress };
 inline constexpr Side both_sides[] = {Side::ingress, Side::egress};
 
+/// Where the slots point once a request has run: no buffers that somebody could forget to release.
+extern char pre_buffer[text_size];
+extern char bst_buffer[text_size];
+
+/// True when the slot of a side holds the marker of its amplifiers, whatever its text.
+bool holds_marker(Side side);
+
 /// True when the slot of the side names an amplifier of it. What requests are steered by: an empty slot, that
 /// of a request for all amplifiers, does not count.
-bool is_side_named(Side side);
+inline bool is_side_named(Side side) {
+  // Each leaf asks, and mostly finds the word of the other side's requests or an amplifier's name, in the
+  // buffer that the slot was given.
+  const bool is_ingress = side == Side::ingress;
+  const char *buffer = is_ingress ? pre_buffer : bst_buffer;
+  if ((is_ingress ? amp_key_pre : amp_key_bst) == buffer) {
+    if (std::memcmp(buffer, is_ingress ? "pre" : "bst", sizeof "bst") == 0) return false;
+    if (std::memcmp(buffer, is_ingress ? "0/0-AMP-PRE" : "0/0-AMP-BST", sizeof "0/0-AMP-BST" - 1) == 0)
+      return true;
+  }
+  return holds_marker(side);
+}
 
 /// True when the slot of the side names an amplifier of it or is empty. What answers are steered by.
 bool is_side_selected(Side side);
+
+/// The side whose marker a text holds, ingress before egress; nothing for texts without one.
+std::optional<Side> side_of(const char *text);
 
 /// True for a text that holds "0/0-AMP-" and one of "PRE0", "BST0", "BST2". NULL is none.
 bool is_amplifier_name(const char *text);

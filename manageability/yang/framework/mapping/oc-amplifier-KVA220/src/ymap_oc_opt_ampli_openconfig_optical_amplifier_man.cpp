@@ -1,6 +1,4 @@
 // Hand-written transforms of the OpenConfig direction: the amplifier entry and its names.
-#include <cstring>
-
 #include "native_paths.h"
 #include "trace.h"
 #include "utility.h"
@@ -59,11 +57,13 @@ void read_current_key(yfw_map_ctx *ctx, char *key, const char *function) {
 }
 
 void select_named_side(yfw_map_ctx *ctx, const char *key, const char *function) {
-  if (std::strstr(key, "PRE") != nullptr) {
+  const std::optional<Side> side = side_of(key);
+  if (!side) return;
+  if (*side == Side::ingress) {
     set_slot(function, amp_key_pre, key);
     set_slot(function, amp_key_bst, "bst");
     TRC(ctx, function, "amp_key_pre = %s", amp_key_pre);
-  } else if (std::strstr(key, "BST") != nullptr) {
+  } else {
     set_slot(function, amp_key_bst, key);
     set_slot(function, amp_key_pre, "pre");
     TRC(ctx, function, "amp_key_bst = %s", amp_key_bst);

@@ -25,16 +25,17 @@ template <typename Value, typename After>
 verrno add_sided(yfw_map_ctx *ctx, vidl_yfw_datatree *node, vidl_yfw_datatree *out, const SidedLeaf &leaf,
                  Kind kind, Value value_of_side, After after) {
   verrno status = YMAP_OK;
-  for (const Side side : both_sides) {
-    if (!is_side_named(side)) continue;
+  const auto add = [&](Side side, const char *path) {
     status = add_path(ctx, out,
-                      {.path = side == Side::ingress ? leaf.ingress : leaf.egress,
+                      {.path = path,
                        .ns = YMAP_NS_OTS_CFG,
                        .value = kind == kind_delete ? nullptr : value_of_side(),
                        .source = kind == kind_read ? nullptr : node,
                        .leaf_flag = 1});
     after(side, status);
-  }
+  };
+  if (is_side_named(Side::ingress)) add(Side::ingress, leaf.ingress);
+  if (is_side_named(Side::egress)) add(Side::egress, leaf.egress);
   return status;
 }
 

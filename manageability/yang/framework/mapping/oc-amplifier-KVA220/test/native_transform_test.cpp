@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cctype>
+#include <cstdio>
+#include <cstdlib>
 
 #include "scenario.hpp"
 
@@ -100,6 +103,20 @@ TEST(ValuesToHigh, SideTypeAndContentSelection) {
       EXPECT_EQ(scenario.call(leaf.function, std::string("leaf=") + leaf.native), expected)
           << leaf.function << " pre " << (one.pre ? one.pre : "NULL") << " selection " << one.selection;
     }
+  }
+}
+
+// The short ways for usual numbers give what the C library gives for all of them.
+TEST(ValuesToHigh, NumbersOfAnyForm) {
+  for (const char *text :
+       {"7", "-7", "999", "1000", "-0", "-", ".", "5.", ".5", "-.5", "+5", "0x10", "1e2", "12,5", "1-2",
+        "00000000000000012", "123456789012.345", "123456789012345678", "0.1234567890123456789"}) {
+    std::array<char, 64> expected{};
+    std::snprintf(expected.data(), expected.size(), "=\"%.2f\"", std::strtod(text, nullptr) / 10);
+    Scenario scenario(YMAP_REQ_GET);
+    scenario.slots("", "");
+    const std::string outcome = scenario.call("cfg_target_gain_egress_to_high", std::string("leaf=") + text);
+    EXPECT_NE(outcome.find(expected.data()), std::string::npos) << text << " " << outcome;
   }
 }
 
