@@ -205,7 +205,8 @@ TEST(Names, AmplifierToController) {
   out[200] = '#';
   const auto to_key = function<int(const char *, const char *, char *)>("ampli_key_to_key");
   to_key(("0/0-AMP-BST2" + std::string(5000, 'x')).c_str(), "%d", out.data());
-  EXPECT_EQ(to_key("0/0-AMP-PRE7", (std::string(250, 'f') + "%d").c_str(), out.data()), 251);
+  const std::string format = std::string(250, 'f').append("%d");
+  EXPECT_EQ(to_key("0/0-AMP-PRE7", format.c_str(), out.data()), 251);
   EXPECT_EQ(std::string(out.data()), std::string(199, 'f'));
   EXPECT_EQ(out[200], '#');
 }
