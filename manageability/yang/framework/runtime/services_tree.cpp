@@ -170,7 +170,6 @@ struct Wanted {
     }
     if (vidl_yfw_datatree *node = add_new_name(request, parent, step, wanted.ns, kParentCapacity)) {
       take_operation(*node, wanted.source);
-      request.memo.note(step, node);
       give_first_value(request, *node, wanted.value);
       return *node;
     }
