@@ -71,6 +71,7 @@ struct Device::Impl {
   Folder folder;
   std::optional<uint64_t> clock;
   Tree running;
+  std::optional<std::string> stored;  ///< `running` as it is stored
   uint32_t session = 0;
   std::optional<Stamp> stamp;  ///< of `running`, if the file can be told by it
 };
@@ -78,7 +79,11 @@ struct Device::Impl {
 void Device::Impl::refresh() {
   if (stamp && *stamp == folder.stamp()) return;
   Stamp loaded;
-  running = parse(folder.load(loaded));
+  std::string text = folder.load(loaded);
+  if (text != stored) {
+    running = parse(text);
+    stored = std::move(text);
+  }
   // Until proven old enough, the file is read again each time.
   stamp.reset();
   const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(loaded.modified, loaded.changed);
@@ -168,10 +173,13 @@ void Device::edit(const std::vector<RequestNode> &request) {
   const Descriptor lock = impl_->folder.lock();
   impl_->refresh();
   impl_->check_not_locked();
-  const Tree edited = impl_->edited(request);
-  impl_->folder.store(impl_->print(edited.get()));
-  Folder::mark_used(lock);
+  Tree edited = impl_->edited(request);
+  std::string text = impl_->print(edited.get());
+  impl_->folder.store(text);
+  impl_->running = std::move(edited);
+  impl_->stored = std::move(text);
   impl_->stamp.reset();
+  Folder::mark_used(lock);
 }
 
 void Device::test(const std::vector<RequestNode> &request) const {
