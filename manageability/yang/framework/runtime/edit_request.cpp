@@ -32,54 +32,66 @@ bool is_instance(const Registration &registration, std::string_view name) {
   return std::find(instances.begin(), instances.end(), name) != instances.end();
 }
 
-/// True for a merge in the form that a Normaliser would give it: no operations, names and namespaces as
-/// registered, each list key with its value, which is an amplifier of the device.
-class NormalForm {
+/// Copies a merge that is in the form that a Normaliser would give it: one tree of the registered top and
+/// namespace, without operations, each list key with its value, which is an amplifier of the device. Names
+/// below the top are the plug-in's to judge.
+class PlainMerge {
  public:
-  explicit NormalForm(const Registration &registration) : registration_(registration) {}
+  PlainMerge(const Registration &registration, Arena &arena) : registration_(registration), arena_(arena) {}
 
-  bool covers(const Datatree &request) {
-    if (child_count(*request.root()) != 1) return false;
+  /// The copy; nullptr for other edits.
+  vidl_yfw_datatree *copy(const Datatree &request) {
+    if (child_count(*request.root()) != 1) return nullptr;
     const vidl_yfw_datatree &top = *request.root()->subtrees;
-    if (!is_step(top, registration_.top) || child_count(top) != 1) return false;
-    const vidl_yfw_datatree &list = *top.subtrees;
-    if (!is_step(list, registration_.list_container)) return false;
+    if (!has_tag(top, registration_.top) || !is_step(top) || child_count(top) != 1) return nullptr;
+    if (!is_plain_list(*top.subtrees)) return nullptr;
+    vidl_yfw_datatree *copied = allocate_records(arena_, 1);
+    return copy_record(*copied, top) && copy_children(*copied, top) ? copied : nullptr;
+  }
+
+ private:
+  bool is_plain_list(const vidl_yfw_datatree &list) {
+    if (!is_step(list)) return false;
     for (const vidl_yfw_datatree &entry : children(list)) {
-      if (!is_step(entry, registration_.list) || !covers_entry(entry)) return false;
+      if (!is_step(entry)) return false;
+      for (const vidl_yfw_datatree &below : children(entry)) {
+        if (has_tag(below, registration_.key) && !is_instance(registration_, value_of(below))) return false;
+      }
     }
     return true;
   }
 
- private:
-  bool is_step(const vidl_yfw_datatree &node, const std::string &tag) {
-    return has_tag(node, tag) && is_in_namespace(node) && node.data == nullptr &&
-           !vidl_yfw_datatree_has_operation(&node);
-  }
-
-  /// A tree mostly has one text for all of its nodes.
-  bool is_in_namespace(const vidl_yfw_datatree &node) {
-    if (ns_ != nullptr && node.namespace_ == ns_) return true;
+  /// A tree mostly has one text for the namespace of all of its nodes.
+  bool is_step(const vidl_yfw_datatree &node) {
+    const bool is_last = ns_ != nullptr && node.namespace_ == ns_;
     ns_ = node.namespace_;
-    return same_text(namespace_of(node), registration_.openconfig_ns.c_str());
+    return node.data == nullptr &&
+           (is_last || same_text(namespace_of(node), registration_.openconfig_ns.c_str()));
   }
 
-  bool covers_entry(const vidl_yfw_datatree &entry) const {
-    for (const vidl_yfw_datatree &below : children(entry)) {
-      if (has_tag(below, registration_.key) && !is_instance(registration_, value_of(below))) return false;
-    }
-    return are_merged(entry);
+  /// False for a node with an operation.
+  static bool copy_record(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+    if (vidl_yfw_datatree_has_operation(&node)) return false;
+    clear(copy);
+    set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
+    if (vidl_yfw_datatree_has_data(&node)) set_data(copy, node.data);
+    return true;
   }
 
-  /// Of everything below `parent`.
-  static bool are_merged(const vidl_yfw_datatree &parent) {
-    for (const vidl_yfw_datatree &node : children(parent)) {
-      if (vidl_yfw_datatree_has_operation(&node)) return false;
-      if (vidl_yfw_datatree_has_subtrees(&node) && !are_merged(node)) return false;
+  bool copy_children(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+    const Children below = children(node);
+    if (below.count == 0) return true;
+    vidl_yfw_datatree *place = allocate_records(arena_, below.count);
+    own_children(copy, place, below.count, below.count);
+    for (const vidl_yfw_datatree &child : below) {
+      if (!copy_record(*place, child) || !copy_children(*place, child)) return false;
+      ++place;
     }
     return true;
   }
 
   const Registration &registration_;
+  Arena &arena_;
   const char *ns_ = nullptr;  ///< of the node looked at last
 };
 
@@ -304,9 +316,7 @@ class Normaliser {
 
 NormalEdit normalise_edit(const Registration &registration, const Datatree &request, Datatree &holder) {
   Arena &arena = store_of(holder).arena;
-  if (NormalForm(registration).covers(request)) {
-    return {copy_record_tree(arena, *request.root()->subtrees), request.root(), true};
-  }
+  if (auto *top = PlainMerge(registration, arena).copy(request)) return {top, request.root(), true};
   Datatree normal = Normaliser(registration).run(request);
   if (child_count(*normal.root()) == 0) return {};
   const NormalEdit edit{normal.root()->subtrees, copy_record_tree(arena, *normal.root()), false};

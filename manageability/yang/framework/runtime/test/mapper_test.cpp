@@ -98,12 +98,13 @@ struct Requests : testing::Test {
   }
 
   /// "error path: message", or what the datastore was sent.
-  std::string edit(const std::string &request) {
+  std::string edit(const std::string &request) { return edit(parse(request)); }
+  std::string edit(const Datatree &request) {
     datastore.edits.clear();
     try {
-      mapper.edit(parse(request));
+      mapper.edit(request);
     } catch (const Refusal &refusal) {
-      EXPECT_TRUE(datastore.edits.empty() || !datastore.refused.empty()) << request;
+      EXPECT_TRUE(datastore.edits.empty() || !datastore.refused.empty()) << print(request);
       return describe(refusal);
     }
     return datastore.edits.empty() ? "nothing" : datastore.edits.front();
@@ -383,6 +384,10 @@ TEST_F(Requests, AnEditLeavesItsRequestAsItWas) {
 
 TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
   const std::string entry = "/amplifiers/amplifier[name='0/0-AMP-PRE0']";
+  const std::string no_such_amplifier =
+      "/amplifiers/amplifier[name='x0/0-AMP-PRE0']/name: there is no amplifier 'x0/0-AMP-PRE0'; the device "
+      "has "
+      "0/0-AMP-PRE0, 0/0-AMP-BST0, 0/0-AMP-BST2";
   struct Row {
     const char *entry;
     std::string refusal;
@@ -408,10 +413,7 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
        entry + "/config/gain-range: the device has no counterpart for the value 'LOW_GAIN_RANGE'"},
       {"name=0/0-AMP-PRE0 config{foreign!create=1}",
        entry + "/config/foreign: A node of a foreign namespace cannot be created here"},
-      {"name=x0/0-AMP-PRE0 config{enabled=true}",
-       "/amplifiers/amplifier[name='x0/0-AMP-PRE0']/name: there is no amplifier 'x0/0-AMP-PRE0'; the device "
-       "has "
-       "0/0-AMP-PRE0, 0/0-AMP-BST0, 0/0-AMP-BST2"},
+      {"name=x0/0-AMP-PRE0 config{enabled=true}", no_such_amplifier},
   };
   for (const Row &row : rows) {
     const std::string before = "amplifier{name=0/0-AMP-BST2 config{enabled=true}} ";
@@ -419,6 +421,14 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
   }
   EXPECT_EQ(edit("optical-amplifier{amplifiers!create{amplifier{name=0/0-AMP-PRE0}}}"),
             entry + ": amplifier 0/0-AMP-PRE0 exists; only its config can be created");
+  const std::string unknown = "amplifiers{amplifier{name=x0/0-AMP-PRE0 config{enabled=true}}}";
+  EXPECT_EQ(edit("optical-amplifier{amplifiers{amplifier{name=0/0-AMP-BST2}} " + unknown + "}"),
+            no_such_amplifier);
+  Datatree other;
+  other.add(other.add(other.root(), "amplifiers", YMAP_NS_OPENCONFIG), "amplifier", YMAP_NS_OPENCONFIG);
+  EXPECT_EQ(edit(other),
+            ": 'amplifiers' is not a top container of openconfig-optical-amplifier; an edit begins with "
+            "optical-amplifier");
   EXPECT_EQ(edit("foreign"),
             ": 'foreign' is not a top container of openconfig-optical-amplifier; an edit begins with "
             "optical-amplifier");
