@@ -46,7 +46,7 @@ class PlainMerge {
     if (!has_tag(top, registration_.top) || !is_step(top) || child_count(top) != 1) return nullptr;
     if (!is_plain_list(*top.subtrees)) return nullptr;
     vidl_yfw_datatree *copied = allocate_records(arena_, 1);
-    return copy_record(*copied, top) && copy_children(*copied, top) ? copied : nullptr;
+    return copy_with_children(*copied, top) ? copied : nullptr;
   }
 
  private:
@@ -69,23 +69,16 @@ class PlainMerge {
            (is_last || same_text(namespace_of(node), registration_.openconfig_ns.c_str()));
   }
 
-  /// False for a node with an operation.
-  static bool copy_record(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+  /// False if there is an operation.
+  bool copy_with_children(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
     if (vidl_yfw_datatree_has_operation(&node)) return false;
-    clear(copy);
-    set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
-    if (vidl_yfw_datatree_has_data(&node)) set_data(copy, node.data);
-    return true;
-  }
-
-  bool copy_children(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+    copy_record(copy, node);
     const Children below = children(node);
     if (below.count == 0) return true;
     vidl_yfw_datatree *place = allocate_records(arena_, below.count);
     own_children(copy, place, below.count, below.count);
     for (const vidl_yfw_datatree &child : below) {
-      if (!copy_record(*place, child) || !copy_children(*place, child)) return false;
-      ++place;
+      if (!copy_with_children(*place++, child)) return false;
     }
     return true;
   }

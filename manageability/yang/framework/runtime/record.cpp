@@ -6,18 +6,6 @@
 namespace yfw {
 namespace {
 
-/// Makes `copy` a record of this tree: what `node` says, without its marks and children.
-void copy_record(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
-  clear(copy);
-  set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
-  if (vidl_yfw_datatree_has_data(&node)) set_data(copy, node.data);
-  if (vidl_yfw_datatree_has_operation(&node)) vidl_yfw_datatree_set_operation(&copy, node.operation);
-  if (vidl_yfw_datatree_has_status(&node)) {
-    copy.node_status = node.node_status;
-    copy.presence2 = YMAP_HAS_STATUS;
-  }
-}
-
 void copy_with_children(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
   copy_record(copy, node);
   const Children below = children(node);

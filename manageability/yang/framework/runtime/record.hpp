@@ -147,6 +147,18 @@ inline void clear(vidl_yfw_datatree &record) {
   std::memset(bytes + 192, 0, 8);
 }
 
+/// Makes `copy` a record of this tree: what `node` says, without its marks and children.
+inline void copy_record(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+  clear(copy);
+  set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
+  if (vidl_yfw_datatree_has_data(&node)) set_data(copy, node.data);
+  if (vidl_yfw_datatree_has_operation(&node)) vidl_yfw_datatree_set_operation(&copy, node.operation);
+  if (vidl_yfw_datatree_has_status(&node)) {
+    copy.node_status = node.node_status;
+    copy.presence2 = YMAP_HAS_STATUS;
+  }
+}
+
 /// Makes `array`, of which `count` records are children and `capacity` there are, the children of `parent`.
 inline void own_children(vidl_yfw_datatree &parent, vidl_yfw_datatree *array, uint32_t count,
                          uint32_t capacity) {
