@@ -50,7 +50,7 @@ struct ContainerWalk {
   yfw_map_state &state;
   Children children;  // what this pass walks
 
-  // Read where it is needed: to keep it through the walk costs more.
+  // Read at each use, like the rest of the state.
   uint32_t type() const { return request_type(state); }
   // How many of the children's rows the walk knows.
   size_t known_rows() const {

@@ -17,7 +17,6 @@ struct EntryWalk {
   vidl_yfw_datatree *node;
   vidl_yfw_datatree *out;
   yfw_map_state &state;
-  uint32_t type;
 
   Children children;                    // those of the node being walked: the entry's, or an expansion node's
   vidl_yfw_datatree *walked = nullptr;  // an expansion node, or nullptr
@@ -31,6 +30,7 @@ struct EntryWalk {
   bool keymode_by_handler = false;
   bool keymode_set = false;
 
+  uint32_t type() const { return request_type(state); }
   const OnRow &child(EntryChild which) const { return row.children[which]; }
   bool is_delete() const { return yfw_map_is_request_delete(node) != 0; }
   bool is_whole() const { return state.final_pass == 1 || state.key_mode != YMAP_KEY_NORMAL; }
@@ -60,7 +60,7 @@ verrno prescan(EntryWalk &walk) {
       walk.other_child = true;
       continue;
     }
-    if (is_keyed(walk.type)) {
+    if (is_keyed(walk.type())) {
       const verrno status = yfw_map_check_oc_leafref(walk.ctx, walk.row.list_path, "config",
                                                      vidl_yfw_datatree_get_tag(child), walk.node);
       if (status != YMAP_OK) return status;
@@ -77,9 +77,9 @@ verrno prescan(EntryWalk &walk) {
 }
 
 bool keeps_key_rule(const EntryWalk &walk) {
-  if (walk.type == YMAP_REQ_EDIT || walk.type == YMAP_REQ_KEYED_15)
+  if (walk.type() == YMAP_REQ_EDIT || walk.type() == YMAP_REQ_KEYED_15)
     return walk.valued_keys == 1 && walk.key_count < 2;
-  if (walk.type == YMAP_REQ_KEYED_8 && walk.valued_keys < 1) return false;
+  if (walk.type() == YMAP_REQ_KEYED_8 && walk.valued_keys < 1) return false;
   return walk.key_count <= 1 && walk.valued_keys <= 1;
 }
 
@@ -127,7 +127,7 @@ bool handle_entry(EntryWalk &walk, verrno &status) {
 }
 
 verrno dispatch_key(EntryWalk &walk, vidl_yfw_datatree *child, const char *tag) {
-  if (is_keyed(walk.type) && !vidl_yfw_datatree_has_data(child)) {
+  if (is_keyed(walk.type()) && !vidl_yfw_datatree_has_data(child)) {
     ERR(walk.ctx, walk.row.name, "Empty list key specified.");
     return refuse_key(walk, tag);
   }
@@ -150,7 +150,7 @@ verrno dispatch_child(EntryWalk &walk, vidl_yfw_datatree *child) {
     return YMAP_ERR_BAD_NODE;
   }
   // Beyond the key and config, state is known to reads of state only.
-  const OnRow *row = find_row(tag, walk.row.children, walk.type == YMAP_REQ_GET ? 3 : 2);
+  const OnRow *row = find_row(tag, walk.row.children, walk.type() == YMAP_REQ_GET ? 3 : 2);
   if (row == &walk.child(key_child)) return dispatch_key(walk, child, tag);
   if ((walk.state.pass_flags & YMAP_PASS_FIRST) != 0) return YMAP_OK;
   if (row == nullptr && is_openconfig(child)) return refuse_unsupported(walk.ctx, tag, walk.row.name);
@@ -189,7 +189,7 @@ bool enter_expansion(EntryWalk &walk, uint32_t j, verrno &status) {
 // What both fills end with: state for reads of state, then the augments.
 void fill_state(EntryWalk &walk, vidl_yfw_datatree *target) {
   const OnRow &state_row = walk.child(state_child);
-  if (walk.type == YMAP_REQ_GET) state_row.walk(walk.ctx, state_row, target, walk.out);
+  if (walk.type() == YMAP_REQ_GET) state_row.walk(walk.ctx, state_row, target, walk.out);
   walk.row.augments(walk.ctx, target, walk.out);
 }
 
@@ -246,10 +246,10 @@ void walk_expansion(EntryWalk &walk, verrno &status) {
     if (status == YMAP_OK) status = dispatch(walk);
 
     if (status == YMAP_OK && !walk.key_without_value && !walk.other_child && walk.key_flag &&
-        (is_read(walk.type) || walk.is_delete()))
+        (is_read(walk.type()) || walk.is_delete()))
       fill_key_only(walk);
 
-    if (walk.children.count == 0 && (is_read(walk.type) || walk.is_delete())) fill_childless(walk);
+    if (walk.children.count == 0 && (is_read(walk.type()) || walk.is_delete())) fill_childless(walk);
 
     if (added) yfw_map_remove_from_node_hierarchy(walk.ctx, walk.walked);
   } while (++j < walk.expansion.count);
@@ -269,7 +269,7 @@ verrno add_key_selector(EntryWalk &walk) {
 verrno walk_pass(EntryWalk &walk, verrno status) {
   if (status == YMAP_OK && handle_entry(walk, status)) return YMAP_OK;
   walk_expansion(walk, status);
-  if (status == YMAP_OK && is_read(walk.type) && walk.state.final_pass != 1 && walk.other_child &&
+  if (status == YMAP_OK && is_read(walk.type()) && walk.state.final_pass != 1 && walk.other_child &&
       !walk.key_flag)
     status = add_key_selector(walk);
   return status;
@@ -293,7 +293,7 @@ verrno walk_replace(EntryWalk &walk, verrno status) {
 // Traces an entry without children; true when the request type cannot do with one.
 bool is_key_missing(EntryWalk &walk) {
   ERR(walk.ctx, walk.row.name, "No keys specified with a list node.");
-  if (walk.is_whole() || !is_keyed(walk.type)) return false;
+  if (walk.is_whole() || !is_keyed(walk.type())) return false;
   ERR(walk.ctx, walk.row.name, "No keys specified with a list node.");
   TRC(walk.ctx, walk.row.name, "End");
   return true;
@@ -314,13 +314,13 @@ verrno walk_on_list_entry(yfw_map_ctx *ctx, const OnRow &row, vidl_yfw_datatree 
   Children own;
   if (!begin_walk(ctx, node, out, row.name, own, status)) return status;
   yfw_map_state &state = state_of(ctx);
-  EntryWalk walk{ctx, row, node, out, state, request_type(state), own};
+  EntryWalk walk{ctx, row, node, out, state, own};
   if (own.count == 0 && is_key_missing(walk)) return YMAP_ERR_BAD_NODE;
 
   if (walk.state.final_pass != 1) {
     yfw_map_add_to_node_hierarchy(ctx, node, YMAP_WALK_LIST_ENTRY);
     vidl_yfw_datatree_set_walk_mark(vidl_yfw_datatree_get_walk_info(node), YMAP_MARK_LIST_ENTRY);
-    if (is_read(walk.type)) clear_leaf_seen(walk.state);
+    if (is_read(walk.type())) clear_leaf_seen(walk.state);
   }
   status = yfw_map_update_current_list_node(ctx, row.list_path);
 
