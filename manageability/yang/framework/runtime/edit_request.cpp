@@ -46,7 +46,10 @@ class PlainMerge {
     if (!has_tag(top, registration_.top) || !is_step(top) || child_count(top) != 1) return nullptr;
     if (!is_plain_list(*top.subtrees)) return nullptr;
     vidl_yfw_datatree *copied = allocate_records(arena_, 1);
-    return copy_with_children(*copied, top) ? copied : nullptr;
+    const auto is_merge = [](const vidl_yfw_datatree &node) {
+      return !vidl_yfw_datatree_has_operation(&node);
+    };
+    return copy_accepted(arena_, *copied, top, is_merge) ? copied : nullptr;
   }
 
  private:
@@ -67,20 +70,6 @@ class PlainMerge {
     ns_ = node.namespace_;
     return node.data == nullptr &&
            (is_last || same_text(namespace_of(node), registration_.openconfig_ns.c_str()));
-  }
-
-  /// False if there is an operation.
-  bool copy_with_children(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
-    if (vidl_yfw_datatree_has_operation(&node)) return false;
-    copy_record(copy, node);
-    const Children below = children(node);
-    if (below.count == 0) return true;
-    vidl_yfw_datatree *place = allocate_records(arena_, below.count);
-    own_children(copy, place, below.count, below.count);
-    for (const vidl_yfw_datatree &child : below) {
-      if (!copy_with_children(*place++, child)) return false;
-    }
-    return true;
   }
 
   const Registration &registration_;

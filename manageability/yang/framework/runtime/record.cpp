@@ -7,12 +7,7 @@ namespace yfw {
 namespace {
 
 void copy_with_children(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
-  copy_record(copy, node);
-  const Children below = children(node);
-  if (below.count == 0) return;
-  vidl_yfw_datatree *place = allocate_records(arena, below.count);
-  own_children(copy, place, below.count, below.count);
-  for (const vidl_yfw_datatree &child : below) copy_with_children(arena, *place++, child);
+  copy_accepted(arena, copy, node, [](const vidl_yfw_datatree &) { return true; });
 }
 
 }  // namespace

@@ -198,6 +198,22 @@ inline vidl_yfw_datatree *append_child(Arena &arena, vidl_yfw_datatree &parent, 
   return added != nullptr ? added : append_to_larger(arena, parent, grown, capacity);
 }
 
+/// Makes `copy` one of `node` and all below it, as long as `accepts` says true for each node; false
+/// otherwise.
+template <typename Accepts>
+bool copy_accepted(Arena &arena, vidl_yfw_datatree &copy, const vidl_yfw_datatree &node, Accepts accepts) {
+  if (!accepts(node)) return false;
+  copy_record(copy, node);
+  const Children below = children(node);
+  if (below.count == 0) return true;
+  vidl_yfw_datatree *place = allocate_records(arena, below.count);
+  own_children(copy, place, below.count, below.count);
+  for (const vidl_yfw_datatree &child : below) {
+    if (!copy_accepted(arena, *place++, child, accepts)) return false;
+  }
+  return true;
+}
+
 /// A copy of `node` and all below it whose texts are those of `node`. Operations and the status are copied,
 /// marks are not.
 vidl_yfw_datatree *copy_record_tree(Arena &arena, const vidl_yfw_datatree &node);
