@@ -134,14 +134,87 @@ int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *o
   return 0;
 }
 
-// The children that a search descends to. The presence bit is not asked: answers come without it. Each level
-// makes the path longer, so that below a full path nothing can match; this bounds the depth of the search
-// too.
-int32_t searched_children(const vidl_yfw_datatree *node, const char *path, vidl_yfw_datatree **children) {
+// Each level of a search makes its path longer by a slash at least: this far down the path is full, and
+// nothing can match any more. Hostile trees are deeper.
+constexpr int search_depth = ymap::text_size - 1;
+
+// The children that a search descends to. The presence bit is not asked: answers come without it.
+int32_t searched_children(const vidl_yfw_datatree *node, int depth, vidl_yfw_datatree **children) {
   const auto count = static_cast<int32_t>(vidl_yfw_datatree_get_subtrees(node, children));
-  if (count == 0 || *children == nullptr) return 0;
-  const bool is_full = std::strlen(path) + 1 >= ymap::text_size;
-  return is_full ? 0 : count;
+  return *children == nullptr || depth == search_depth ? 0 : count;
+}
+
+// What is the same at every level of compare_path.
+struct ValueSearch {
+  yfw_map_ctx *ctx;
+  const char *path_to_find;
+  char *key;
+};
+
+// compare_path below its first node; `path` is the path above `node`.
+int find_value(const ValueSearch &search, const vidl_yfw_datatree *node, char *path, int depth) {
+  constexpr const char *function = "compare_path";
+  yfw_map_ctx *ctx = search.ctx;
+  if (node == nullptr) {
+    ERR(ctx, function, "return, req is NULL");
+    return 0;
+  }
+  if (!vidl_yfw_datatree_has_tag(node)) return 0;
+  const char *tag = vidl_yfw_datatree_get_tag(node);
+  TRC(ctx, function, "TAG <%s>, NS <%s>", ymap::shown(tag),
+      ymap::shown(vidl_yfw_datatree_get_namespace(node)));
+  if (tag != nullptr) yfw_strcat_s(function, path, ymap::text_size, tag);
+
+  if (vidl_yfw_datatree_has_data(node)) {
+    const char *data = vidl_yfw_datatree_get_data(node);
+    TRC(ctx, function, "data %s", ymap::shown(data));
+    TRC(ctx, function, "path        : <%s>", path);
+    TRC(ctx, function, "path_to_find: <%s>", search.path_to_find);
+    if (std::strcmp(path, search.path_to_find) == 0) {
+      TRC(ctx, function, "found return !");
+      yfw_strcpy_s(function, search.key, ymap::name_size, data != nullptr ? data : "");
+      TRC(ctx, function, "key %s,", search.key);
+      TRC(ctx, function, "req->_data %s,", ymap::shown(data));
+      return 1;
+    }
+  }
+
+  yfw_strcat_s(function, path, ymap::text_size, "/");
+  vidl_yfw_datatree *children = nullptr;
+  const int32_t count = searched_children(node, depth, &children);
+  TRC(ctx, function, "subtree_count %d", static_cast<int32_t>(node->subtree_count));
+  for (int32_t i = 0; i < count; ++i) {
+    char child_path[ymap::text_size];
+    child_path[0] = '\0';
+    yfw_strcpy_s(function, child_path, sizeof child_path, path);
+    if (find_value(search, &children[i], child_path, depth + 1) != 0) return 1;
+  }
+  return 0;
+}
+
+// check_request_type_3, likewise.
+int find_node(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find, char *path, int depth) {
+  constexpr const char *function = "check_request_type_3";
+  if (node == nullptr) {
+    ERR(ctx, function, "return, req is NULL");
+    return 0;
+  }
+  if (!vidl_yfw_datatree_has_tag(node)) return 0;
+  const char *tag = vidl_yfw_datatree_get_tag(node);
+  if (tag != nullptr) yfw_strcat_s(function, path, ymap::text_size, tag);
+  if (std::strcmp(path, path_to_find) == 0) return 1;
+
+  vidl_yfw_datatree *children = nullptr;
+  const int32_t count = searched_children(node, depth, &children);
+  for (int32_t i = 0; i < count; ++i) {
+    char saved[ymap::text_size];
+    saved[0] = '\0';
+    yfw_strcpy_s(function, saved, sizeof saved, path);
+    yfw_strcat_s(function, path, ymap::text_size, "/");
+    if (find_node(ctx, &children[i], path_to_find, path, depth + 1) == 1) return 1;
+    yfw_strcpy_s(function, path, ymap::text_size, saved);
+  }
+  return 0;
 }
 
 }  // namespace
@@ -176,64 +249,11 @@ int ampli_key_to_ots_ctrl_key(const char *amplifier_name, char *out) {
 }
 
 int compare_path(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find, char *path, char *key) {
-  if (node == nullptr) {
-    ERR(ctx, __func__, "return, req is NULL");
-    return 0;
-  }
-  if (!vidl_yfw_datatree_has_tag(node)) return 0;
-  const char *tag = vidl_yfw_datatree_get_tag(node);
-  TRC(ctx, __func__, "TAG <%s>, NS <%s>", ymap::shown(tag),
-      ymap::shown(vidl_yfw_datatree_get_namespace(node)));
-  if (tag != nullptr) yfw_strcat_s(__func__, path, ymap::text_size, tag);
-
-  if (vidl_yfw_datatree_has_data(node)) {
-    const char *data = vidl_yfw_datatree_get_data(node);
-    TRC(ctx, __func__, "data %s", ymap::shown(data));
-    TRC(ctx, __func__, "path        : <%s>", path);
-    TRC(ctx, __func__, "path_to_find: <%s>", path_to_find);
-    if (std::strcmp(path, path_to_find) == 0) {
-      TRC(ctx, __func__, "found return !");
-      yfw_strcpy_s(__func__, key, ymap::name_size, data != nullptr ? data : "");
-      TRC(ctx, __func__, "key %s,", key);
-      TRC(ctx, __func__, "req->_data %s,", ymap::shown(data));
-      return 1;
-    }
-  }
-
-  yfw_strcat_s(__func__, path, ymap::text_size, "/");
-  vidl_yfw_datatree *children = nullptr;
-  const int32_t count = searched_children(node, path, &children);
-  TRC(ctx, __func__, "subtree_count %d", static_cast<int32_t>(node->subtree_count));
-  for (int32_t i = 0; i < count; ++i) {
-    char child_path[ymap::text_size];
-    child_path[0] = '\0';
-    yfw_strcpy_s(__func__, child_path, sizeof child_path, path);
-    if (compare_path(ctx, &children[i], path_to_find, child_path, key) != 0) return 1;
-  }
-  return 0;
+  return find_value({ctx, path_to_find, key}, node, path, 0);
 }
 
 int check_request_type_3(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find, char *path) {
-  if (node == nullptr) {
-    ERR(ctx, __func__, "return, req is NULL");
-    return 0;
-  }
-  if (!vidl_yfw_datatree_has_tag(node)) return 0;
-  const char *tag = vidl_yfw_datatree_get_tag(node);
-  if (tag != nullptr) yfw_strcat_s(__func__, path, ymap::text_size, tag);
-  if (std::strcmp(path, path_to_find) == 0) return 1;
-
-  vidl_yfw_datatree *children = nullptr;
-  const int32_t count = searched_children(node, path, &children);
-  for (int32_t i = 0; i < count; ++i) {
-    char saved[ymap::text_size];
-    saved[0] = '\0';
-    yfw_strcpy_s(__func__, saved, sizeof saved, path);
-    yfw_strcat_s(__func__, path, ymap::text_size, "/");
-    if (check_request_type_3(ctx, &children[i], path_to_find, path) == 1) return 1;
-    yfw_strcpy_s(__func__, path, ymap::text_size, saved);
-  }
-  return 0;
+  return find_node(ctx, node, path_to_find, path, 0);
 }
 
 int check_request_type(yfw_map_ctx *ctx, vidl_yfw_datatree *node, const char *path_to_find) {
