@@ -35,34 +35,37 @@ constexpr std::size_t kMostKept = YFW_KEEPS_CHUNKS ? 16 : 0;
 struct Kept {
   Kept *next;
 };
-YFW_THREAD_LOCAL Kept *kept = nullptr;
-YFW_THREAD_LOCAL std::size_t kept_count = 0;
-YFW_THREAD_LOCAL bool is_closed_later = false;
+struct ChunkStore {
+  Kept *first = nullptr;
+  std::size_t count = 0;
+  bool is_closed_later = false;
+};
+YFW_THREAD_LOCAL constinit ChunkStore store;
 
-/// Empties the store with its thread. Trees that die later still find the words above.
+/// Empties the store with its thread. Trees that die later still find it.
 struct Closer {
   ~Closer() {
-    while (kept != nullptr) ::operator delete(std::exchange(kept, kept->next));
-    kept_count = kMostKept;
+    while (store.first != nullptr) ::operator delete(std::exchange(store.first, store.first->next));
+    store.count = kMostKept;
   }
   bool armed = false;
 };
 YFW_THREAD_LOCAL Closer closer;
 
 void *take_chunk() {
-  if (kept == nullptr) return ::operator new(kChunk);
-  --kept_count;
-  return std::exchange(kept, kept->next);
+  if (store.first == nullptr) return ::operator new(kChunk);
+  --store.count;
+  return std::exchange(store.first, store.first->next);
 }
 
 void give_chunk(void *chunk) {
-  if (kept_count >= kMostKept) {
+  if (store.count >= kMostKept) {
     ::operator delete(chunk);
     return;
   }
-  if (!is_closed_later) is_closed_later = closer.armed = true;  // its first use has it destroyed
-  ++kept_count;
-  kept = new (chunk) Kept{kept};
+  if (!store.is_closed_later) store.is_closed_later = closer.armed = true;  // its first use has it destroyed
+  ++store.count;
+  store.first = new (chunk) Kept{store.first};
 }
 
 }  // namespace
@@ -74,8 +77,8 @@ void Arena::grow(std::size_t bytes) {
   const std::size_t size = common ? kChunk : std::max(wanted, doubled);
   void *memory = common ? take_chunk() : ::operator new(size);
   chunks_ = new (memory) Chunk{chunks_, size};
-  next_ = static_cast<std::byte *>(memory) + sizeof(Chunk);
-  left_ = size - sizeof(Chunk);
+  next_ = reinterpret_cast<std::uintptr_t>(memory) + sizeof(Chunk);
+  end_ = reinterpret_cast<std::uintptr_t>(memory) + size;
 }
 
 void Arena::release() {

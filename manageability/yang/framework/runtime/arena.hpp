@@ -24,14 +24,13 @@ inline void move_text(char *to, const char *from, std::size_t size) {
     std::memcpy(to + size - sizeof last, &last, sizeof last);
   };
   using Pair = std::array<std::uint64_t, 2>;
-  if (size - sizeof(Pair) <= sizeof(Pair))
-    move_ends(Pair{});
-  else if (size - sizeof(std::uint64_t) < sizeof(std::uint64_t))
-    move_ends(std::uint64_t{});
-  else if (size - sizeof(std::uint32_t) < sizeof(std::uint32_t))
-    move_ends(std::uint32_t{});
-  else
-    std::memmove(to, from, size);
+  if (size < sizeof(Pair)) {
+    if (size >= sizeof(std::uint64_t)) return move_ends(std::uint64_t{});
+    if (size >= sizeof(std::uint32_t)) return move_ends(std::uint32_t{});
+  } else if (size <= 2 * sizeof(Pair)) {
+    return move_ends(Pair{});
+  }
+  std::memmove(to, from, size);
 }
 
 /// Bump allocation: nothing is freed before the arena is, so whoever holds a record or a text may go on
@@ -42,8 +41,8 @@ class Arena {
   Arena() = default;
   Arena(Arena &&other) noexcept
       : chunks_(std::exchange(other.chunks_, nullptr)),
-        next_(std::exchange(other.next_, nullptr)),
-        left_(std::exchange(other.left_, 0)) {}
+        next_(std::exchange(other.next_, 0)),
+        end_(std::exchange(other.end_, 0)) {}
   Arena &operator=(Arena &&) = delete;
   ~Arena() {
     if (chunks_ != nullptr) release();
@@ -52,11 +51,8 @@ class Arena {
   /// Aligned for pointers; not initialised.
   void *allocate(std::size_t bytes) {
     bytes = (bytes + kAlignment - 1) & ~(kAlignment - 1);
-    if (bytes > left_) grow(bytes);
-    void *result = next_;
-    next_ += bytes;
-    left_ -= bytes;
-    return result;
+    if (next_ + bytes > end_) grow(bytes);
+    return reinterpret_cast<void *>(std::exchange(next_, next_ + bytes));
   }
 
   /// A terminated copy.
@@ -81,8 +77,8 @@ class Arena {
   void release();
 
   Chunk *chunks_ = nullptr;
-  std::byte *next_ = nullptr;
-  std::size_t left_ = 0;
+  // As numbers, so that more than there is can be reckoned with: real sizes are far from wrapping round.
+  std::uintptr_t next_ = 0, end_ = 0;
 };
 
 /// A short list of plain values. The first stand in the list itself, more of them in the arena it grows in.

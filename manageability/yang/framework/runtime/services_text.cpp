@@ -10,16 +10,14 @@ using namespace yfw;
 
 namespace {
 
-/// Copies what fits behind the first `used` characters; 0 when it was all.
-[[gnu::always_inline]] inline int bounded_append(char *dst, std::size_t size, std::size_t used,
-                                                 const char *src) {
-  const std::size_t room = size - used;
+/// Copies what fits; 0 when it was all.
+[[gnu::always_inline]] inline int bounded_copy(char *dst, std::size_t size, const char *src) {
   const std::size_t wanted = std::strlen(src);
-  if (wanted < room) {
-    move_text(dst + used, src, wanted + 1);
+  if (wanted < size) {
+    move_text(dst, src, wanted + 1);
     return 0;
   }
-  std::memmove(dst + used, src, room - 1);
+  std::memmove(dst, src, size - 1);
   dst[size - 1] = '\0';
   return 1;
 }
@@ -126,7 +124,7 @@ const char *verr_strerror(verrno status) {
 
 int yfw_strcpy_s(const char *, char *dst, size_t size, const char *src) {
   if (dst == nullptr || size == 0) return 1;
-  if (src != nullptr) return bounded_append(dst, size, 0, src);
+  if (src != nullptr) return bounded_copy(dst, size, src);
   *dst = '\0';
   return 1;
 }
@@ -134,20 +132,24 @@ int yfw_strcpy_s(const char *, char *dst, size_t size, const char *src) {
 int yfw_strcat_s(const char *, char *dst, size_t size, const char *src) {
   if (dst == nullptr || size == 0) return 1;
   const std::size_t used = strnlen(dst, size);
+  if (used == size || src == nullptr) {
+    // A buffer that is not terminated is cut, so that it is a text afterwards.
+    if (used == size) dst[size - 1] = '\0';
+    return 1;
+  }
+  char *end = dst + used;
+  const std::size_t room = size - used;
   // Paths are put together of names and slashes.
-  if (src != nullptr && src[0] != '\0' && src[1] == '\0' && used + 1 < size) {
-    dst[used] = src[0];
-    dst[used + 1] = '\0';
+  if (src[0] != '\0' && src[1] == '\0' && room > 1) {
+    end[0] = src[0];
+    end[1] = '\0';
     return 0;
   }
-  if (used < size && src != nullptr) return bounded_append(dst, size, used, src);
-  // A buffer that is not terminated is cut, so that it is a text afterwards.
-  dst[used < size ? used : size - 1] = '\0';
-  return 1;
+  return bounded_copy(end, room, src);
 }
 
 void __strcpy_to_buf(size_t size, char *dst, const char *src) {
-  if (dst != nullptr && size != 0) bounded_append(dst, size, 0, src == nullptr ? "" : src);
+  if (dst != nullptr && size != 0) bounded_copy(dst, size, src == nullptr ? "" : src);
 }
 
 char *yfw_strdup(const char *text, const char *) {
