@@ -9,9 +9,9 @@
 namespace yfw {
 constinit thread_local Request *Request::running_ = nullptr;
 
-Request::Request(const Registration &registration, std::shared_ptr<PathTable> paths, uint32_t type,
+Request::Request(const Registration &registration, const std::shared_ptr<PathTable> &paths, uint32_t type,
                  uint32_t content_selector)
-    : memo(*paths), registration_(registration), paths_(std::move(paths)), outer_(running_) {
+    : memo(*paths), registration_(registration), paths_(*paths), kept_paths_(paths), outer_(running_) {
   request_.type = type;
   if (content_selector != 0) {
     request_.content_selection = {content_selector, 1};
@@ -48,7 +48,7 @@ verrno Request::run(Observer::Direction direction, Walker walker, vidl_yfw_datat
   output_arena_ = &arena_;
   if (TreeStore *store = out == nullptr ? nullptr : store_of(*out)) {
     output_arena_ = &store->arena;
-    store->names = paths_;
+    store->names = kept_paths_;
   }
   attach_logs(ctx_, direction == Observer::Direction::on);
   if (Observer *observer = current_observer()) observer->begin(direction, top);
@@ -86,10 +86,10 @@ Request::Current *Request::find_current(const Path &list, const char *list_path)
 }
 
 void Request::update_current(const char *list_path) {
-  const Path &path_of_list = paths_->find(list_path);
+  const Path &path_of_list = paths_.find(list_path);
   vidl_yfw_datatree *entry = path.entry();
   // In a fill of a list container no entry was recorded: the one above it belongs to another list.
-  if (entry != nullptr && !has_tag(*entry, path_of_list.node_name)) entry = nullptr;
+  if (in_fill() && entry != nullptr && !has_tag(*entry, path_of_list.node_name)) entry = nullptr;
   if (Current *known = find_current(path_of_list, list_path)) {
     known->entry = entry;
     return;
@@ -100,7 +100,7 @@ void Request::update_current(const char *list_path) {
 }
 
 vidl_yfw_datatree *Request::current(const char *list_path) {
-  const Current *known = find_current(paths_->find(list_path), list_path);
+  const Current *known = find_current(paths_.find(list_path), list_path);
   return known == nullptr ? nullptr : known->entry;
 }
 
@@ -152,7 +152,8 @@ vidl_yfw_datatree *Request::append_growing(vidl_yfw_datatree &parent, uint32_t c
 }
 
 const char *Request::keep_other_namespace(const char *ns) {
-  const char *kept = paths_->find_namespace(ns);
+  if (ns == nullptr) return nullptr;
+  const char *kept = paths_.find_namespace(ns);
   if (kept == nullptr) return output_arena_->copy(ns);
   last_namespace_ = ns;
   return kept_namespace_ = kept;

@@ -16,9 +16,10 @@ namespace yfw {
 
 class Request {
  public:
-  /// `paths`: of the plug-in.
-  Request(const Registration &registration, std::shared_ptr<PathTable> paths, uint32_t type,
+  /// `paths`: of the plug-in, which outlives the request.
+  Request(const Registration &registration, const std::shared_ptr<PathTable> &paths, uint32_t type,
           uint32_t content_selector);
+  Request(const Registration &, std::shared_ptr<PathTable> &&, uint32_t, uint32_t) = delete;
   ~Request();
   Request(const Request &) = delete;
   Request &operator=(const Request &) = delete;
@@ -78,11 +79,10 @@ class Request {
   /// moves with it. Arrays begin with `capacity` records.
   vidl_yfw_datatree *append_growing(vidl_yfw_datatree &parent, uint32_t capacity);
 
-  PathTable &paths() { return *paths_; }
+  PathTable &paths() { return paths_; }
   /// A namespace that lives as long as the output tree; nullptr stays nullptr.
   const char *keep_namespace(const char *ns) {
-    if (ns == nullptr || ns == last_namespace_) return ns == nullptr ? nullptr : kept_namespace_;
-    return keep_other_namespace(ns);
+    return ns == last_namespace_ ? kept_namespace_ : keep_other_namespace(ns);
   }
   /// Where what is added to output trees lives.
   Arena &output_arena() { return *output_arena_; }
@@ -123,10 +123,11 @@ class Request {
   yfw_map_state state_{};
   yfw_map_request request_{};
   const Registration &registration_;
-  std::shared_ptr<PathTable> paths_;
+  PathTable &paths_;
+  const std::shared_ptr<PathTable> &kept_paths_;  ///< the same, for output trees to keep
   Arena arena_;  ///< for lists of its own, and for what is added to trees that are not the runtime's
   Arena *output_arena_ = &arena_;
-  const char *last_namespace_ = nullptr;  ///< a constant of the plug-in
+  const char *last_namespace_ = nullptr;  ///< a constant of the plug-in; at first none, kept as none
   const char *kept_namespace_ = nullptr;
   Observer::Direction direction_ = Observer::Direction::on;
   uint64_t walk_ = 0;

@@ -11,8 +11,8 @@ namespace yfw {
 /// case, as the text of a refusal.
 void attach_logs(yfw_map_ctx &ctx, bool errors);
 
-/// Asked at every step of a request.
-extern Observer *observer_now;
+/// Asked at every step of a request; declared as the library's own, so that it is read without a detour.
+[[gnu::visibility("hidden")]] extern Observer *observer_now;
 inline Observer *current_observer() {
   return observer_now;
 }

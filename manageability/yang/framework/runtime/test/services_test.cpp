@@ -182,8 +182,8 @@ TEST_F(Services, AddPathFollowsItsFlags) {
   };
   // With paths that are recognised, and with paths that are taken apart each time.
   for (const auto end : {std::uintptr_t{0}, UINTPTR_MAX}) {
-    auto table = std::make_shared<PathTable>(nullptr, reinterpret_cast<const void *>(end));
-    Request each{optical_amplifier(), std::move(table), YMAP_REQ_EDIT, 0};
+    const auto table = std::make_shared<PathTable>(nullptr, reinterpret_cast<const void *>(end));
+    Request each{optical_amplifier(), table, YMAP_REQ_EDIT, 0};
     for (const Row &row : rows) {
       out = Datatree();
       body_now = [&](auto *ctx, auto *, auto *tree) {
@@ -201,7 +201,8 @@ TEST_F(Services, AddPathFollowsItsFlags) {
 TEST_F(Services, PathsAreConstantOnlyWithinTheirRange) {
   char texts[100][24], buffer[24] = "/l/buffer";
   for (int i = 0; i < 100; ++i) std::snprintf(texts[i], sizeof texts[i], "/l/n%d", i);
-  Request known{optical_amplifier(), std::make_shared<PathTable>(texts, texts + 100), YMAP_REQ_EDIT, 0};
+  const auto table = std::make_shared<PathTable>(texts, texts + 100);
+  Request known{optical_amplifier(), table, YMAP_REQ_EDIT, 0};
   body_now = [&](auto *ctx, auto *, auto *tree) {
     for (int round = 0; round < 2; ++round) {
       for (const char *text : texts) EXPECT_EQ(add(ctx, tree, text, "v"), YMAP_OK);
@@ -367,7 +368,9 @@ TEST_F(Services, TheWalkPathShowsAsNodeData) {
       EXPECT_EQ(yfw_map_get_node_info(ctx, "/x:top/x:list", "name", &key), YMAP_OK);
       EXPECT_STREQ(key, i == 0 ? "k1" : "k2");
       // No entry of that list was recorded: the container above it is being filled.
+      ctx->state->final_pass = 1;
       yfw_map_update_current_list_node(ctx, "/top/list/inner");
+      ctx->state->final_pass = 0;
       EXPECT_NE(yfw_map_get_node_info(ctx, "/top/list/inner", "name", &key), YMAP_OK);
       yfw_map_remove_from_node_hierarchy(ctx, &top->subtrees[i]);
     }
