@@ -27,9 +27,13 @@ uint32_t effective(const vidl_yfw_datatree &node, uint32_t above) {
   return own == YMAP_OP_NONE && above == YMAP_OP_CREATE ? above : own;
 }
 
+/// Names of instances begin alike: the last character mostly decides.
 bool is_instance(const Registration &registration, std::string_view name) {
-  const auto &instances = registration.instances;
-  return std::find(instances.begin(), instances.end(), name) != instances.end();
+  if (name.empty()) return false;
+  for (const std::string &instance : registration.instances) {
+    if (instance.size() == name.size() && instance.back() == name.back() && instance == name) return true;
+  }
+  return false;
 }
 
 /// Copies a merge that is in the form that a Normaliser would give it: one tree of the registered top and
@@ -294,16 +298,22 @@ class Normaliser {
   bool list_seen_ = false;
 };
 
+[[gnu::noinline]] NormalEdit normalise_other(const Registration &registration, const Datatree &request,
+                                             Datatree &holder) {
+  Datatree normal = Normaliser(registration).run(request);
+  if (child_count(*normal.root()) == 0) return {};
+  const NormalEdit edit{normal.root()->subtrees, copy_record_tree(store_of(holder).arena, *normal.root()),
+                        false};
+  adopt(holder, std::move(normal));
+  return edit;
+}
+
 }  // namespace
 
 NormalEdit normalise_edit(const Registration &registration, const Datatree &request, Datatree &holder) {
-  Arena &arena = store_of(holder).arena;
-  if (auto *top = PlainMerge(registration, arena).copy(request)) return {top, request.root(), true};
-  Datatree normal = Normaliser(registration).run(request);
-  if (child_count(*normal.root()) == 0) return {};
-  const NormalEdit edit{normal.root()->subtrees, copy_record_tree(arena, *normal.root()), false};
-  adopt(holder, std::move(normal));
-  return edit;
+  auto *top = PlainMerge(registration, store_of(holder).arena).copy(request);
+  return top != nullptr ? NormalEdit{top, request.root(), true}
+                        : normalise_other(registration, request, holder);
 }
 
 }  // namespace yfw

@@ -149,10 +149,12 @@ inline void clear(vidl_yfw_datatree &record) {
 
 /// Makes `copy` a record of this tree: what `node` says, without its marks and children.
 inline void copy_record(vidl_yfw_datatree &copy, const vidl_yfw_datatree &node) {
+  const bool has_operation = vidl_yfw_datatree_has_operation(&node);
   clear(copy);
   set_tag(copy, node.tag == nullptr ? "" : node.tag, node.namespace_);
-  if (vidl_yfw_datatree_has_data(&node)) set_data(copy, node.data);
-  if (vidl_yfw_datatree_has_operation(&node)) vidl_yfw_datatree_set_operation(&copy, node.operation);
+  copy.data = vidl_yfw_datatree_has_data(&node) ? node.data : nullptr;
+  copy.presence1 = YMAP_HAS_TAG | (node.presence1 & (YMAP_HAS_DATA | YMAP_HAS_OPERATION));
+  if (has_operation) copy.operation = node.operation;
   if (vidl_yfw_datatree_has_status(&node)) {
     copy.node_status = node.node_status;
     copy.presence2 = YMAP_HAS_STATUS;
