@@ -145,18 +145,21 @@ struct Wanted {
 /// A leaf that may stand already, a whole list, or a list entry.
 [[gnu::noinline]] vidl_yfw_datatree &place_any(Request &request, vidl_yfw_datatree &parent, PathStep &step,
                                                Wanted wanted) {
-  const bool always_new = wanted.list_flag != 0 && wanted.leaf_flag == 0;
-  const uint32_t found = always_new ? kNoChild : find_child(parent, step);
-  if (found != kNoChild) {
-    fill_in(request, parent.subtrees[found], wanted);
-    return parent.subtrees[found];
+  const bool is_list = wanted.list_flag != 0;
+  const uint32_t capacity = is_list ? kAncestorCapacity : kParentCapacity;
+  vidl_yfw_datatree *node = add_new_name(request, parent, step, wanted.ns, capacity);
+  if (node == nullptr) {
+    const uint32_t found = is_list && wanted.leaf_flag == 0 ? kNoChild : find_child(parent, step);
+    if (found != kNoChild) {
+      fill_in(request, parent.subtrees[found], wanted);
+      return parent.subtrees[found];
+    }
+    node = &add_child(request, parent, step, wanted.ns, capacity);
   }
-  vidl_yfw_datatree &node = add_child(request, parent, step, wanted.ns,
-                                      wanted.list_flag != 0 ? kAncestorCapacity : kParentCapacity);
-  take_operation(node, wanted.source);
-  give_first_value(request, node, wanted.value);
-  if (wanted.list_flag != 0) request.select(parent, parent.subtree_count - 1, step);
-  return node;
+  take_operation(*node, wanted.source);
+  give_first_value(request, *node, wanted.value);
+  if (is_list) request.select(parent, parent.subtree_count - 1, step);
+  return *node;
 }
 
 /// What an add mostly is, a leaf that is new to its parent, is made here; its value last, so that less is
@@ -164,14 +167,14 @@ struct Wanted {
 [[gnu::always_inline]] inline vidl_yfw_datatree &place_last(Request &request, vidl_yfw_datatree &parent,
                                                             PathStep &step, const Wanted &wanted) {
   if (wanted.list_flag == 0) {
-    if (request.memo.knows(step)) {
-      fill_in(request, *step.node, wanted);
-      return *step.node;
-    }
     if (vidl_yfw_datatree *node = add_new_name(request, parent, step, wanted.ns, kParentCapacity)) {
       take_operation(*node, wanted.source);
       give_first_value(request, *node, wanted.value);
       return *node;
+    }
+    if (request.memo.knows(step)) {
+      fill_in(request, *step.node, wanted);
+      return *step.node;
     }
   }
   vidl_yfw_datatree &node = place_any(request, parent, step, wanted);
@@ -203,11 +206,21 @@ inline vidl_yfw_datatree &parent_of(Request &request, vidl_yfw_datatree &tree, c
 [[gnu::always_inline]] inline verrno add_path(Request &request, vidl_yfw_datatree &tree, const char *text,
                                               const Wanted &wanted, vidl_yfw_datatree **created) {
   const Path &path = request.paths().find(text);
-  if (path.last == nullptr) return YMAP_ERR_INVALID_ARGS;
-  vidl_yfw_datatree &parent = parent_of(request, tree, path, wanted.ns);
-  vidl_yfw_datatree &node = place_last(request, parent, *path.last, wanted);
-  if (created != nullptr) *created = &node;
-  return YMAP_OK;
+  vidl_yfw_datatree *node = nullptr;
+  if (path.last != nullptr)
+    node = &place_last(request, parent_of(request, tree, path, wanted.ns), *path.last, wanted);
+  if (created != nullptr) *created = node;
+  return node != nullptr ? YMAP_OK : YMAP_ERR_INVALID_ARGS;
+}
+
+/// Apart, so that an add that nobody watches keeps nothing ready for the observer.
+[[gnu::cold, gnu::noinline]] verrno add_observed(Observer &observer, Request &request,
+                                                 vidl_yfw_datatree &tree, const char *path,
+                                                 const Wanted &wanted, const char *value,
+                                                 vidl_yfw_datatree **created) {
+  const verrno status = add_path(request, tree, path, wanted, created);
+  observer.added(&tree, path, value, status);
+  return status;
 }
 
 uint32_t find_entry(vidl_yfw_datatree &parent, const PathStep &list, const char *key_name,
@@ -250,15 +263,18 @@ using namespace yfw;
 verrno yfw_map_datatree_add_path_flagged(yfw_map_ctx *ctx, vidl_yfw_datatree *tree, const char *path,
                                          const char *ns, const char *value, vidl_yfw_datatree *source,
                                          vidl_yfw_datatree **created, int list_flag, int leaf_flag) {
-  if (created != nullptr) *created = nullptr;
   Request *request = Request::of(ctx);
-  if (request == nullptr || tree == nullptr || path == nullptr) return YMAP_ERR_INVALID_ARGS;
+  if (request == nullptr || tree == nullptr || path == nullptr) {
+    if (created != nullptr) *created = nullptr;
+    return YMAP_ERR_INVALID_ARGS;
+  }
   const bool is_empty = value == nullptr || *value == '\0';
   if (is_empty && source != nullptr) request->note_valueless(*source);
-  const Wanted wanted{ns, is_empty && request->is_read() ? nullptr : value, source, list_flag, leaf_flag};
-  const verrno status = add_path(*request, *tree, path, wanted, created);
-  if (Observer *observer = current_observer()) observer->added(tree, path, value, status);
-  return status;
+  const char *kept = is_empty && request->is_read() ? nullptr : value;
+  if (Observer *observer = current_observer())
+    return add_observed(*observer, *request, *tree, path, {ns, kept, source, list_flag, leaf_flag}, value,
+                        created);
+  return add_path(*request, *tree, path, {ns, kept, source, list_flag, leaf_flag}, created);
 }
 
 verrno yfw_map_search_or_add_list(yfw_map_ctx *ctx, vidl_yfw_datatree *out, vidl_yfw_datatree **plist,
