@@ -36,6 +36,7 @@ bench: packages
 	cmake --build --preset release -j $(JOBS)
 	build/release/bin/ymap_bench
 	build/release/bin/netconf_bench
+	@scripts/count-instructions build/release/bin/ymap_rounds
 
 fuzz: packages
 	cmake --preset fuzz

@@ -12,39 +12,19 @@
 
 #include "native_answer.hpp"
 #include "peer.hpp"
+#include "requests.hpp"
 
 namespace {
 
 using yfw::Datatree;
+using yfw::bench::edit_of_four_leaves;
 using yfw::bench::ports;
 using yfw::bench::PreparedDatastore;
+using yfw::bench::request;
 
 const yfw::Plugin &plugin() {
   static const yfw::Plugin loaded(yfw::optical_amplifier(), PLUGIN_FILE);
   return loaded;
-}
-
-// A request for one amplifier, all three when `name` is empty.
-Datatree request(const std::string &name) {
-  const auto *oc = YMAP_NS_OPENCONFIG;
-  Datatree tree;
-  vidl_yfw_datatree *top = tree.add(tree.root(), "optical-amplifier", oc);
-  if (name.empty()) return tree;
-  vidl_yfw_datatree *list = tree.add(top, "amplifiers", oc);
-  tree.add(tree.add(list, "amplifier", oc), "name", oc, name);
-  return tree;
-}
-
-Datatree edit_of_four_leaves() {
-  const auto *oc = YMAP_NS_OPENCONFIG;
-  Datatree tree = request("0/0-AMP-BST2");
-  vidl_yfw_datatree *entry = tree.root()->subtrees->subtrees->subtrees;
-  vidl_yfw_datatree *config = tree.add(entry, "config", oc);
-  tree.add(config, "target-gain", oc, "15.57");
-  tree.add(config, "target-gain-tilt", oc, "-1.5");
-  tree.add(config, "gain-range", oc, "MID_GAIN_RANGE");
-  tree.add(config, "enabled", oc, "true");
-  return tree;
 }
 
 void read(benchmark::State &state, uint32_t type, const std::string &name, Datatree answer) {

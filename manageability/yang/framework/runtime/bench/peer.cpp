@@ -14,9 +14,9 @@
 namespace yfw::bench {
 namespace {
 
-constexpr const char *kModules[] = {"openconfig-optical-amplifier", "Velm-NALTO-ifmgr-cfg",
-                                    "Velm-NALTO-controller-ots-cfg", "Velm-NALTO-controller-ots-oper",
-                                    "Velm-NALTO-pmengine-oper"};
+constexpr std::array kModules{"openconfig-optical-amplifier", "Velm-NALTO-ifmgr-cfg",
+                              "Velm-NALTO-controller-ots-cfg", "Velm-NALTO-controller-ots-oper",
+                              "Velm-NALTO-pmengine-oper"};
 enum ModuleIndex { openconfig, ifmgr, ots_cfg, ots_oper, pmengine };
 
 #define OPENCONFIG(inner)                          \
@@ -83,10 +83,7 @@ const char *value(const lyd_node *parent, const char *name) {
 /// One tree in the making.
 class Maker {
  public:
-  explicit Maker(const ly_ctx *context) : context_(context) {
-    for (std::size_t i = 0; i < std::size(kModules); ++i)
-      modules_[i] = ly_ctx_get_module_implemented(context, kModules[i]);
-  }
+  explicit Maker(const Modules &modules) : modules_(modules) {}
   ~Maker() { lyd_free_all(first_); }
   Maker(const Maker &) = delete;
   Maker &operator=(const Maker &) = delete;
@@ -107,7 +104,8 @@ class Maker {
   }
   /// A leaf without a value, as filters have them.
   void select(lyd_node *parent, ModuleIndex module, const char *name) {
-    check(lyd_new_opaq2(parent, context_, name, nullptr, nullptr, modules_[module]->ns, nullptr));
+    const lys_module &own = *modules_[module];
+    check(lyd_new_opaq2(parent, own.ctx, name, nullptr, nullptr, own.ns, nullptr));
   }
 
  private:
@@ -116,8 +114,7 @@ class Maker {
     return node;
   }
 
-  const ly_ctx *context_;
-  const lys_module *modules_[std::size(kModules)] = {};
+  const Modules &modules_;
   lyd_node *first_ = nullptr;
 };
 
@@ -233,9 +230,10 @@ std::string tenths(const char *decibels) {
 
 Peer::Peer(const std::filesystem::path &models) {
   check(ly_ctx_new(models.c_str(), LY_CTX_NO_YANGLIBRARY, &context_));
-  for (const char *module : kModules) {
-    if (ly_ctx_load_module(context_, module, nullptr, nullptr) == nullptr)
-      throw std::runtime_error(std::string("the benchmark's peer cannot load ") + module);
+  for (std::size_t i = 0; i < kModules.size(); ++i) {
+    modules_[i] = ly_ctx_load_module(context_, kModules[i], nullptr, nullptr);
+    if (modules_[i] == nullptr)
+      throw std::runtime_error(std::string("the benchmark's peer cannot load ") + kModules[i]);
   }
   filter_ = parse(kFilter);
   edit_ = parse(kEdit);
@@ -255,13 +253,13 @@ lyd_node *Peer::parse(const char *xml) const {
 }
 
 void Peer::get(bool with_state) {
-  Maker native(context_), answer(context_);
+  Maker native(modules_), answer(modules_);
   make_native_filter(native, named_port(filter_), with_state);
   make_answer(answer, with_state ? state_answer_ : config_answer_, with_state);
 }
 
 void Peer::edit() {
-  Maker native(context_);
+  Maker native(modules_);
   lyd_node *ots = interface_of(native, named_port(edit_));
   const lyd_node *list = child(sibling(edit_, "optical-amplifier"), "amplifiers");
   const lyd_node *config = child(child(list, "amplifier"), "config");
