@@ -384,10 +384,10 @@ TEST_F(Requests, AnEditLeavesItsRequestAsItWas) {
 
 TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
   const std::string entry = "/amplifiers/amplifier[name='0/0-AMP-PRE0']";
-  const std::string no_such_amplifier =
-      "/amplifiers/amplifier[name='x0/0-AMP-PRE0']/name: there is no amplifier 'x0/0-AMP-PRE0'; the device "
-      "has "
-      "0/0-AMP-PRE0, 0/0-AMP-BST0, 0/0-AMP-BST2";
+  const auto no_such_amplifier = [](const std::string &name) {
+    return "/amplifiers/amplifier[name='" + name + "']/name: there is no amplifier '" + name +
+           "'; the device has 0/0-AMP-PRE0, 0/0-AMP-BST0, 0/0-AMP-BST2";
+  };
   struct Row {
     const char *entry;
     std::string refusal;
@@ -413,7 +413,8 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
        entry + "/config/gain-range: the device has no counterpart for the value 'LOW_GAIN_RANGE'"},
       {"name=0/0-AMP-PRE0 config{foreign!create=1}",
        entry + "/config/foreign: A node of a foreign namespace cannot be created here"},
-      {"name=x0/0-AMP-PRE0 config{enabled=true}", no_such_amplifier},
+      {"name=x0/0-AMP-PRE0 config{enabled=true}", no_such_amplifier("x0/0-AMP-PRE0")},
+      {"name=0/0-AMP-XXX0 config{enabled=true}", no_such_amplifier("0/0-AMP-XXX0")},
   };
   for (const Row &row : rows) {
     const std::string before = "amplifier{name=0/0-AMP-BST2 config{enabled=true}} ";
@@ -423,7 +424,7 @@ TEST_F(Requests, EditsAreRefusedWithPathAndReason) {
             entry + ": amplifier 0/0-AMP-PRE0 exists; only its config can be created");
   const std::string unknown = "amplifiers{amplifier{name=x0/0-AMP-PRE0 config{enabled=true}}}";
   EXPECT_EQ(edit("optical-amplifier{amplifiers{amplifier{name=0/0-AMP-BST2}} " + unknown + "}"),
-            no_such_amplifier);
+            no_such_amplifier("x0/0-AMP-PRE0"));
   Datatree other;
   other.add(other.add(other.root(), "amplifiers", YMAP_NS_OPENCONFIG), "amplifier", YMAP_NS_OPENCONFIG);
   EXPECT_EQ(edit(other),

@@ -256,8 +256,22 @@ TEST_F(Services, BadAddsAreRefused) {
     }
     EXPECT_EQ(add(ctx, nullptr, "/a", "1"), YMAP_ERR_INVALID_ARGS);
     EXPECT_EQ(add(nullptr, tree, "/a", "1"), YMAP_ERR_INVALID_ARGS);
+    vidl_yfw_datatree *created = tree;
+    yfw_map_datatree_add_path_flagged(ctx, tree, nullptr, "urn:x", "1", nullptr, &created, 0, 0);
+    EXPECT_EQ(created, nullptr);
   });
   EXPECT_EQ(print(out), "");
+}
+
+TEST_F(Services, ANodeMayHaveNoNamespace) {
+  run([&](auto *ctx, auto *, auto *tree) {
+    for (const char *ns : {static_cast<const char *>(nullptr), "urn:x", static_cast<const char *>(nullptr)}) {
+      vidl_yfw_datatree *created = nullptr;
+      yfw_map_datatree_add_path_flagged(ctx, tree, "/l", ns, nullptr, nullptr, &created, 1, 0);
+      ASSERT_NE(created, nullptr);
+      EXPECT_STREQ(created->namespace_, ns);
+    }
+  });
 }
 
 TEST_F(Services, ARequestNodeCanBeGivenAChild) {
@@ -296,6 +310,7 @@ TEST(Trees, ACopySaysWhatItsSourceSaysWithoutTheMarks) {
   const vidl_yfw_datatree *copy = to.add_copy(to.root(), top);
   EXPECT_EQ(print(to), "a!replace{b!remove=v c}");
   EXPECT_EQ(copy->walk_info.presence, 0);
+  EXPECT_TRUE(vidl_yfw_datatree_has_operation(copy));
   EXPECT_EQ(copy->subtrees[0].presence2, YMAP_HAS_STATUS);
   EXPECT_EQ(copy->subtrees[0].node_status, YMAP_NODE_XPATH_ERROR);
 }

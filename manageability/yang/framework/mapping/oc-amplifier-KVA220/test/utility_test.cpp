@@ -232,6 +232,7 @@ TEST(Search, ComparePath) {
       {"optical-amplifier{amplifiers!hidden{amplifier{name=x}}}", name, 1, "x", "optical-amplifier/"},
       {"optical-amplifier{amplifiers{amplifier!untagged{name=x}}}", name, 0, "", "optical-amplifier/"},
       {"optical-amplifier{amplifiers{amplifier{name=x!unset}}}", name, 0, "", "optical-amplifier/"},
+      {"optical-amplifier{amplifiers!broken}", name, 0, "", "optical-amplifier/"},
       {"optical-amplifier", name, 0, "", "optical-amplifier/"},
       {"<none>", name, 0, "", ""},
       {"name=0123456789012345678901234567890", "name", 1, "0123456789012345678", "name"},
