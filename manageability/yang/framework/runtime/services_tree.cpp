@@ -213,7 +213,8 @@ inline vidl_yfw_datatree &parent_of(Request &request, vidl_yfw_datatree &tree, c
   return node != nullptr ? YMAP_OK : YMAP_ERR_INVALID_ARGS;
 }
 
-/// Apart, so that an add that nobody watches keeps nothing ready for the observer.
+/// Apart, so that an add that nobody watches keeps nothing ready for the observer. `value`: as the plug-in
+/// gave it.
 [[gnu::cold, gnu::noinline]] verrno add_observed(Observer &observer, Request &request,
                                                  vidl_yfw_datatree &tree, const char *path,
                                                  const Wanted &wanted, const char *value,
