@@ -51,10 +51,11 @@ const std::map<std::string, std::function<void(int)>> kinds = {
 
 int main(int argc, char **argv) {
   const auto kind = argc == 3 ? kinds.find(argv[1]) : kinds.end();
-  if (kind == kinds.end()) {
+  const int rounds = argc == 3 ? std::atoi(argv[2]) : 0;
+  if (kind == kinds.end() || rounds <= 0) {
     std::cerr << "usage: rounds [peer-]get|get-config|edit COUNT\n";
     return 2;
   }
-  kind->second(std::atoi(argv[2]));
+  kind->second(rounds);
   return 0;
 }
