@@ -135,7 +135,7 @@ int check_controller_name(yfw_map_ctx *ctx, const char *controller_name, char *o
 }
 
 // Each level of a search makes its path longer by a slash at least: this far down the path is full, and
-// nothing can match any more. Hostile trees are deeper.
+// longer than any that is looked for. Hostile trees are deeper.
 constexpr int search_depth = ymap::text_size - 1;
 
 // The children that a search descends to. The presence bit is not asked: answers come without it.
