@@ -29,8 +29,9 @@ uint32_t effective(const vidl_yfw_datatree &node, uint32_t above) {
 
 /// Names of instances begin alike: the last character mostly decides.
 bool is_instance(const Registration &registration, std::string_view name) {
+  if (name.empty()) return false;
   for (const std::string &instance : registration.instances) {
-    if (name.ends_with(instance.back()) && instance == name) return true;
+    if (instance.ends_with(name.back()) && instance == name) return true;
   }
   return false;
 }
