@@ -67,9 +67,9 @@ inline std::string_view value_of(const vidl_yfw_datatree &node) {
 inline const char *namespace_of(const vidl_yfw_datatree &node) {
   return node.namespace_ == nullptr ? "" : node.namespace_;
 }
-/// Mostly decided by the address or the first character.
+/// Mostly decided by the first character, or by the address.
 inline bool same_text(const char *a, const char *b) {
-  return a == b || (*a == *b && std::strcmp(a, b) == 0);
+  return *a == *b && (a == b || std::strcmp(a, b) == 0);
 }
 inline bool has_tag(const vidl_yfw_datatree &node, const char *tag) {
   return node.tag != nullptr && same_text(node.tag, tag);

@@ -35,12 +35,13 @@ class WalkPath {
       --beyond_;
       return true;
     }
-    std::size_t depth = depth_;
-    while (depth > 0 && nodes_[depth - 1].node != node) --depth;
-    if (depth == 0) return false;
-    depth_ = depth - 1;
-    show(state);
-    return true;
+    for (std::size_t depth = depth_; depth > 0; --depth) {
+      if (nodes_[depth - 1].node != node) continue;
+      depth_ = depth - 1;
+      show(state);
+      return true;
+    }
+    return false;
   }
 
   void clear(yfw_map_state &state) {
