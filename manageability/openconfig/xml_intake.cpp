@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <vector>
 
 #include "rpc_error.hpp"
@@ -43,6 +44,12 @@ std::size_t end_of_tag(std::string_view xml, std::size_t begin) {
     }
   }
   return std::string_view::npos;
+}
+
+/// Of a name's first character; libyang passes over blanks in front of it, which XML does not allow.
+bool begins_name(char character) {
+  const auto byte = static_cast<unsigned char>(character);
+  return std::isalpha(byte) != 0 || character == '_' || character == ':' || byte >= 0x80;
 }
 
 class Intake {
@@ -96,7 +103,10 @@ class Intake {
     if (std::min(end, xml_.size()) - at_ > kLongestTag)
       too_big("a tag of the message is longer than " + std::to_string(kLongestTag) + " bytes");
     if (end == std::string_view::npos) return false;
-    if (xml_[at_ + 1] == '/') {
+    const bool is_end = xml_[at_ + 1] == '/';
+    const char first = xml_[at_ + (is_end ? 2 : 1)];
+    if (!begins_name(first)) not_well_formed("a tag must begin with the name of its element");
+    if (is_end) {
       if (!open_.empty()) open_.pop_back();
     } else {
       take_start_tag(end);
@@ -134,6 +144,8 @@ class Intake {
       const auto close = open == std::string_view::npos ? open : tags.find(tags[open], open + 1);
       if (close >= end) break;
       const auto name = tags.substr(at, std::min(tags.find_first_of(kWhite, at), equals) - at);
+      if (kWhite.find(tags[at - 1]) == std::string_view::npos)
+        not_well_formed("there must be a blank in front of attribute " + std::string(name));
       const bool is_empty = close == open + 1;
       if (name.starts_with("xmlns:") && is_empty)
         malformed("prefix " + std::string(name.substr(6)) +
@@ -150,9 +162,16 @@ class Intake {
     return says_default;
   }
 
+  [[noreturn]] void not_well_formed(const std::string &reason) const {
+    const auto line = 1 + std::ranges::count(xml_.substr(0, at_), '\n');
+    malformed("not well-formed XML: " + reason + ". Line number " + std::to_string(line) + ".");
+  }
+
   /// The text since the last tag, up to `end`.
   void check_text(std::size_t end) const {
-    if (!trimmed(xml_.substr(text_begin_, end - text_begin_)).empty()) refuse_mixed_content();
+    const auto text = xml_.substr(text_begin_, end - text_begin_);
+    if (text.find("]]>") != std::string_view::npos) not_well_formed("\"]]>\" must not stand in a text");
+    if (!trimmed(text).empty()) refuse_mixed_content();
   }
 
   /// Text in front of elements is left to those who know the element's place.

@@ -13,7 +13,8 @@ inline constexpr std::string_view kNoNamespace = "urn:ymap:no-namespace";
 /// `xml` as libyang can take it: within the limits of xml_document.hpp; without comments and processing
 /// instructions, which it takes for an error in front of a value; and with kNoNamespace declared as default
 /// namespace where that is none. Throws RpcError: too-big; bad-element for text beside elements, which
-/// libyang calls not well-formed; malformed-message. Other faults of the text are left for the parser.
+/// libyang calls not well-formed; malformed-message, also for what libyang would let pass (blanks in front of
+/// names, none between attributes, "]]>" in texts). Other faults of the text are left for the parser.
 std::string prepared_xml(std::string_view xml);
 
 }  // namespace ymap
