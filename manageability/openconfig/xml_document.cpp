@@ -8,16 +8,11 @@
 #include <set>
 #include <utility>
 
-#include "rpc_error.hpp"
 #include "xml_intake.hpp"
 #include "yang.hpp"
 
 namespace ymap {
 namespace {
-
-[[noreturn]] void malformed(const std::string &reason) {
-  throw RpcError({.type = "rpc", .tag = "malformed-message", .message = reason});
-}
 
 void check_attributes(const XmlElement &element) {
   std::set<std::pair<std::string, std::string>> names;
@@ -99,7 +94,7 @@ XmlDocument::XmlDocument(std::string_view text) {
   if (status != LY_SUCCESS) {
     const char *reason = ly_errmsg(context);
     const char *place = ly_errpath(context);
-    malformed("not well-formed XML: " + std::string(view(reason)) + " " + std::string(view(place)));
+    not_well_formed(std::string(view(reason)) + " " + std::string(view(place)));
   }
   if (tree == nullptr) malformed("the message holds no element; it must be one");
   if (tree->next != nullptr) malformed("the message holds several root elements; it must be one");

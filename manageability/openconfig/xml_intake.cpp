@@ -14,10 +14,6 @@ namespace {
 
 constexpr std::string_view kWhite = " \t\r\n";
 
-[[noreturn]] void malformed(const std::string &reason) {
-  throw RpcError({.type = "rpc", .tag = "malformed-message", .message = reason});
-}
-
 [[noreturn]] void too_big(const std::string &reason) {
   throw RpcError({.type = "rpc", .tag = "too-big", .message = reason});
 }
@@ -105,7 +101,7 @@ class Intake {
     if (end == std::string_view::npos) return false;
     const bool is_end = xml_[at_ + 1] == '/';
     const char first = xml_[at_ + (is_end ? 2 : 1)];
-    if (!begins_name(first)) not_well_formed("a tag must begin with the name of its element");
+    if (!begins_name(first)) refuse_here("a tag must begin with the name of its element");
     if (is_end) {
       if (!open_.empty()) open_.pop_back();
     } else {
@@ -145,7 +141,7 @@ class Intake {
       if (close >= end) break;
       const auto name = tags.substr(at, std::min(tags.find_first_of(kWhite, at), equals) - at);
       if (kWhite.find(tags[at - 1]) == std::string_view::npos)
-        not_well_formed("there must be a blank in front of attribute " + std::string(name));
+        refuse_here("there must be a blank in front of attribute " + std::string(name));
       const bool is_empty = close == open + 1;
       if (name.starts_with("xmlns:") && is_empty)
         malformed("prefix " + std::string(name.substr(6)) +
@@ -162,15 +158,15 @@ class Intake {
     return says_default;
   }
 
-  [[noreturn]] void not_well_formed(const std::string &reason) const {
+  [[noreturn]] void refuse_here(const std::string &reason) const {
     const auto line = 1 + std::ranges::count(xml_.substr(0, at_), '\n');
-    malformed("not well-formed XML: " + reason + ". Line number " + std::to_string(line) + ".");
+    not_well_formed(reason + ". Line number " + std::to_string(line) + ".");
   }
 
   /// The text since the last tag, up to `end`.
   void check_text(std::size_t end) const {
     const auto text = xml_.substr(text_begin_, end - text_begin_);
-    if (text.find("]]>") != std::string_view::npos) not_well_formed("\"]]>\" must not stand in a text");
+    if (text.find("]]>") != std::string_view::npos) refuse_here("\"]]>\" must not stand in a text");
     if (!trimmed(text).empty()) refuse_mixed_content();
   }
 
@@ -194,6 +190,14 @@ class Intake {
 };
 
 }  // namespace
+
+void malformed(const std::string &reason) {
+  throw RpcError({.type = "rpc", .tag = "malformed-message", .message = reason});
+}
+
+void not_well_formed(const std::string &reason) {
+  malformed("not well-formed XML: " + reason);
+}
 
 std::string prepared_xml(std::string_view xml) {
   if (xml.size() > kLargestDocument)

@@ -17,4 +17,8 @@ inline constexpr std::string_view kNoNamespace = "urn:ymap:no-namespace";
 /// names, none between attributes, "]]>" in texts). Other faults of the text are left for the parser.
 std::string prepared_xml(std::string_view xml);
 
+/// Refuses a message: a malformed-message, of type rpc, with that text; or one that says it is no XML.
+[[noreturn]] void malformed(const std::string &reason);
+[[noreturn]] void not_well_formed(const std::string &reason);
+
 }  // namespace ymap

@@ -1,7 +1,6 @@
 // Moves operations to where the plug-in keeps the amplifiers apart.
 #include "edit_request.hpp"
 
-#include <algorithm>
 #include <set>
 
 #include "mapper.hpp"
@@ -25,15 +24,6 @@ uint32_t effective(const vidl_yfw_datatree &node, uint32_t above) {
   const uint32_t own = operation_of(node);
   if (above == YMAP_OP_REPLACE) return deletes(own) ? own : above;
   return own == YMAP_OP_NONE && above == YMAP_OP_CREATE ? above : own;
-}
-
-/// Names of instances begin alike: the last character mostly decides.
-bool is_instance(const Registration &registration, std::string_view name) {
-  if (name.empty()) return false;
-  for (const std::string &instance : registration.instances) {
-    if (instance.ends_with(name.back()) && instance == name) return true;
-  }
-  return false;
 }
 
 /// Copies a merge that is in the form that a Normaliser would give it: one tree of the registered top and

@@ -3,11 +3,21 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "datatree.hpp"
 #include "plugin.hpp"
 
 namespace yfw {
+
+/// Whether the device has an entry of that name. Names begin alike: the last character mostly decides.
+inline bool is_instance(const Registration &registration, std::string_view name) {
+  if (name.empty()) return false;
+  for (const std::string &instance : registration.instances) {
+    if (instance.ends_with(name.back()) && instance == name) return true;
+  }
+  return false;
+}
 
 /// An edit as the plug-in gets it.
 struct NormalEdit {

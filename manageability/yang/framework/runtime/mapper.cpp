@@ -1,8 +1,6 @@
 // The road of a request: to the plug-in, to the datastore, and back.
 #include "mapper.hpp"
 
-#include <algorithm>
-
 #include "answer.hpp"
 #include "edit_request.hpp"
 #include "native_read.hpp"
@@ -170,12 +168,10 @@ struct TranslatedEdit {
 void refuse_unknown(const Registration &registration, const vidl_yfw_datatree &top) {
   const vidl_yfw_datatree *list = child(top, registration.list_container);
   if (list == nullptr) return;
-  const auto &instances = registration.instances;
   for (const vidl_yfw_datatree &entry : children(*list)) {
     const vidl_yfw_datatree *key =
         has_tag(entry, registration.list) ? child(entry, registration.key) : nullptr;
-    if (key == nullptr || std::find(instances.begin(), instances.end(), value_of(*key)) != instances.end())
-      continue;
+    if (key == nullptr || is_instance(registration, value_of(*key))) continue;
     throw unknown_amplifier(registration, std::string(value_of(*key)));
   }
 }
