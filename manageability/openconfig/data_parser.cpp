@@ -105,12 +105,17 @@ class EditParser : public DataParser {
   EditParser(const Schema &schema, const std::string &where, DefaultOperation operation, yfw::Datatree &tree)
       : DataParser(schema, where, tree), default_operation_(operation) {}
 
-  void parse(const std::vector<XmlElement> &elements) {
+  /// `stated` takes what an edit by default operation "none" says, all of it.
+  void parse(const std::vector<XmlElement> &elements, std::optional<yfw::Datatree> &stated) {
     check_once(elements, nullptr, {});
-    for (const auto &element : elements) check(locate(element, nullptr, {}, false));
-    for (const auto &element : elements) {
-      const auto at = locate(element, nullptr, {}, false);
-      if (has_effect(at, false)) add(at, tree().root(), false);
+    std::vector<Node> tops;
+    for (const auto &element : elements) tops.push_back(check(locate(element, nullptr, {}, false)));
+    const bool all = default_operation_ != DefaultOperation::none;
+    for (const auto &top : tops)
+      if (all || top.has_effect) add(top, tree(), tree().root(), all);
+    if (!all) {
+      stated.emplace();
+      for (const auto &top : tops) add(top, *stated, stated->root(), true);
     }
     // Nothing at all as the new content of the datastore is a content too.
     if (elements.empty() && default_operation_ == DefaultOperation::replace)
@@ -119,6 +124,18 @@ class EditParser : public DataParser {
   }
 
  private:
+  /// An element that was checked, with all that is below it.
+  struct Node {
+    XmlElement element;
+    std::optional<uint32_t> operation;  ///< its own
+    std::optional<std::string> value;   ///< as the plug-in takes it; a key's as it stands
+    bool is_key = false;
+    /// By default operation "none": it says how, or one below does. State has no effect, but the refusal of
+    /// it must not get lost.
+    bool has_effect = false;
+    std::vector<Node> children = {};
+  };
+
   static std::optional<uint32_t> own_operation(const XmlElement &element) {
     for (const auto &attribute : element.attributes())
       if (const auto operation = operation_of(attribute.value)) return operation;
@@ -147,7 +164,7 @@ class EditParser : public DataParser {
   void check_once(const std::vector<XmlElement> &siblings, const lysc_node *parent, const std::string &path) {
     for (auto one = siblings.begin(); one != siblings.end(); ++one) {
       const auto *node = schema().child(parent, one->name());
-      if (node == nullptr || is_list(node) || is_key(node)) continue;
+      if (node == nullptr || is_list(node) || ymap::is_key(node)) continue;
       if (std::none_of(std::next(one), siblings.end(),
                        [&](auto &other) { return same_element(*one, other); }))
         continue;
@@ -163,57 +180,45 @@ class EditParser : public DataParser {
                      .bad_element = name});
   }
 
-  void check(const Located &at) {
+  Node check(const Located &at) {
     check_shape(at);
     check_attributes(at);
+    Node node = {at.element, own_operation(at.element), std::nullopt, ymap::is_key(at.node)};
+    node.has_effect = node.operation.has_value() || !is_config(at.node);
     if (is_leaf(at.node)) {
-      if (!is_key(at.node) && !removed_without_value(at.element))
-        checked_value(at.node, at.element.text(), {at.element.prefixes()}, at.path);
-      return;
+      if (node.is_key)
+        node.value = at.element.text();
+      else if (!removed_without_value(node))
+        node.value = checked_value(at.node, at.element.text(), {at.element.prefixes()}, at.path);
+      return node;
     }
     const auto children = at.element.children();
     std::set<std::string> entries;
     for (const auto &child : children) {
       const auto below = locate(child, at.node, at.path, false);
-      check(below);
+      node.children.push_back(check(below));
+      node.has_effect = node.has_effect || node.children.back().has_effect;
       // An entry is one by its key; without a single one it is for the plug-in to judge.
       if (is_list(below.node) && below.path.ends_with(']') && !entries.insert(below.path).second)
         throw stands_twice(std::string(child.name()), below.path);
     }
     check_once(children, at.node, at.path);
+    return node;
   }
 
-  static bool removed_without_value(const XmlElement &leaf) {
-    const uint32_t operation = own_operation(leaf).value_or(YMAP_OP_NONE);
-    return trimmed(leaf.text()).empty() && (operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE);
+  static bool removed_without_value(const Node &leaf) {
+    const bool removed = leaf.operation == YMAP_OP_DELETE || leaf.operation == YMAP_OP_REMOVE;
+    return removed && trimmed(leaf.element.text()).empty();
   }
 
-  /// With the default operation "none" an element takes part only if it, one above or one below says how.
-  /// State has no effect, but the refusal of it must not get lost.
-  bool has_effect(const Located &at, bool inherited) const {
-    if (default_operation_ != DefaultOperation::none || inherited || own_operation(at.element)) return true;
-    if (!is_config(at.node)) return true;
-    const auto children = at.element.children();
-    return std::any_of(children.begin(), children.end(), [&](const XmlElement &child) {
-      return has_effect(locate(child, at.node, at.path, false), false);
-    });
-  }
-
-  void add(const Located &at, vidl_yfw_datatree *parent, bool inherited) {
-    const bool replaced = default_operation_ == DefaultOperation::replace && parent == tree().root();
-    const auto own = own_operation(at.element);
-    std::optional<std::string> value;
-    if (is_key(at.node))
-      value = at.element.text();
-    else if (is_leaf(at.node) && !removed_without_value(at.element))
-      value = checked_value(at.node, at.element.text(), {at.element.prefixes()}, at.path);
-    auto *node = tree().add(parent, at.element.name(), ns(), value,
-                            own.value_or(replaced ? YMAP_OP_REPLACE : YMAP_OP_NONE));
-    inherited = inherited || own.has_value();
-    for (const auto &child : at.element.children()) {
-      const auto below = locate(child, at.node, at.path, false);
-      if (is_key(below.node) || has_effect(below, inherited)) add(below, node, inherited);
-    }
+  /// `all`: what is below takes part whether it says how or not.
+  void add(const Node &node, yfw::Datatree &to, vidl_yfw_datatree *parent, bool all) {
+    const bool replaced = default_operation_ == DefaultOperation::replace && parent == to.root();
+    auto *added = to.add(parent, node.element.name(), ns(), node.value,
+                         node.operation.value_or(replaced ? YMAP_OP_REPLACE : YMAP_OP_NONE));
+    all = all || node.operation.has_value();
+    for (const auto &child : node.children)
+      if (all || child.is_key || child.has_effect) add(child, to, added, all);
   }
 
   DefaultOperation default_operation_;
@@ -227,15 +232,24 @@ class FilterParser : public DataParser {
     bool any = false;
     for (const auto &element : elements) {
       if (is_foreign(element)) continue;
-      const auto at = locate(element, nullptr, {}, true);
-      if (!can_match(at)) continue;
-      add(at, tree().root());
+      const auto node = check(locate(element, nullptr, {}, true));
+      if (!node.can_match) continue;
+      add(node, tree().root());
       any = true;
     }
     return any;
   }
 
  private:
+  /// An element that was checked, with what is below it and can match.
+  struct Node {
+    XmlElement element;
+    std::optional<std::string> value = {};  ///< of a content match, as the plug-in writes values
+    bool is_content_match = false;
+    bool can_match = true;  ///< there can be data that it selects
+    std::vector<Node> children = {};
+  };
+
   /// For another module to select by, if there is one.
   bool is_foreign(const XmlElement &element) const {
     if (!element.ns().empty()) return element.ns() != ns();
@@ -243,54 +257,45 @@ class FilterParser : public DataParser {
   }
 
   /// A content match leaf is one with a value; white space around it does not count (RFC 6241,
-  /// section 6.2.5).
-  static std::string_view match_value(const Located &at) {
-    return is_leaf(at.node) ? trimmed(at.element.text()) : std::string_view();
-  }
-
-  static CheckedValue checked(const Located &at) {
-    return check_value(at.node, match_value(at), {at.element.prefixes()});
-  }
-
-  /// Checks the subtree, all of it, and tells whether there can be data that it selects. A value that is not
-  /// of its leaf's type matches nothing, and then its siblings select nothing either.
-  bool can_match(const Located &at) const {
+  /// section 6.2.5). A value that is not of its leaf's type matches nothing, and then its siblings select
+  /// nothing either.
+  Node check(const Located &at) const {
     check_shape(at);
     if (const auto attributes = at.element.attributes(); !attributes.empty())
       unknown_attribute(attributes.front(), at, "; the model has none to select by");
-    if (is_leaf(at.node)) return match_value(at).empty() || checked(at).text.has_value();
+    Node node = {at.element};
+    if (is_leaf(at.node)) {
+      const auto value = trimmed(at.element.text());
+      node.is_content_match = !value.empty();
+      if (node.is_content_match) node.value = check_value(at.node, value, {at.element.prefixes()}).text;
+      node.can_match = !node.is_content_match || node.value.has_value();
+      return node;
+    }
     bool content_fails = false;
     bool selects = false;
     bool has_selector = false;
     for (const auto &child : at.element.children()) {
-      const auto below = locate(child, at.node, at.path, true);
-      const bool matches = can_match(below);
-      if (!match_value(below).empty()) {
-        content_fails |= !matches;
-      } else {
-        has_selector = true;
-        selects |= matches;
-      }
+      auto below = check(locate(child, at.node, at.path, true));
+      content_fails |= below.is_content_match && !below.can_match;
+      selects |= !below.is_content_match && below.can_match;
+      has_selector |= !below.is_content_match;
+      if (below.can_match) node.children.push_back(std::move(below));
     }
-    return !content_fails && (selects || !has_selector);
+    node.can_match = !content_fails && (selects || !has_selector);
+    return node;
   }
 
-  void add(const Located &at, vidl_yfw_datatree *parent) {
-    std::optional<std::string> value;
-    if (!match_value(at).empty()) value = checked(at).text;
-    auto *node = tree().add(parent, at.element.name(), ns(), value);
-    for (const auto &child : at.element.children()) {
-      const auto below = locate(child, at.node, at.path, true);
-      if (can_match(below)) add(below, node);
-    }
+  void add(const Node &node, vidl_yfw_datatree *parent) {
+    auto *added = tree().add(parent, node.element.name(), ns(), node.value);
+    for (const auto &child : node.children) add(child, added);
   }
 };
 
 }  // namespace
 
 void parse_edit(const Schema &schema, const XmlElement &around, const std::string &where,
-                DefaultOperation operation, yfw::Datatree &tree) {
-  EditParser(schema, where, operation, tree).parse(around.children());
+                DefaultOperation operation, yfw::Datatree &tree, std::optional<yfw::Datatree> &stated) {
+  EditParser(schema, where, operation, tree).parse(around.children(), stated);
 }
 
 bool parse_filter(const Schema &schema, const XmlElement &around, const std::string &where,

@@ -2,6 +2,7 @@
 /// Data of a NETCONF request, in XML, checked against the schema and turned into a data tree.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,9 +16,10 @@ namespace ymap {
 enum class DefaultOperation { merge, replace, none };
 
 /// Adds the edit that stands in the element `around` below the root of `tree`; `where` is the path of
-/// `around`. Keys are taken as they stand. Throws RpcError.
+/// `around`. By default operation "none" only what has an effect is added, and `stated` is set to all that
+/// the edit says, as a merge. Keys are taken as they stand. Throws RpcError.
 void parse_edit(const Schema &schema, const XmlElement &around, const std::string &where,
-                DefaultOperation operation, yfw::Datatree &tree);
+                DefaultOperation operation, yfw::Datatree &tree, std::optional<yfw::Datatree> &stated);
 
 /// Adds the subtree filter (RFC 6241, section 6) that stands in `around`. False: no data can match it. Throws
 /// RpcError.

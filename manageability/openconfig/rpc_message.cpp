@@ -69,10 +69,7 @@ void read_config(const XmlElement &config, const std::string &path, DefaultOpera
                     .bad_attribute = attribute.name,
                     .bad_element = "config"});
   }
-  parse_edit(schema, config, path, operation, request.tree);
-  if (operation != DefaultOperation::none) return;
-  // As a merge it holds every node.
-  parse_edit(schema, config, path, DefaultOperation::merge, request.stated.emplace());
+  parse_edit(schema, config, path, operation, request.tree, request.stated);
 }
 
 // Every edit is atomic, so all three error options hold: nothing is done after the first error, as there is
