@@ -37,7 +37,7 @@ LogScope::~LogScope() {
   ly_temp_log_options(nullptr);
 }
 
-Schema::Schema(const std::filesystem::path &models) : models_(models) {
+Schema::Schema(const std::filesystem::path &models) : models_({models}) {
   const LogScope log;
   context_ = models_.make_context();
   if (context_ == nullptr) {

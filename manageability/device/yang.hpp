@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "model_folder.hpp"
+#include "model_folders.hpp"
 
 struct ly_ctx;
 struct lyd_node;
@@ -52,7 +52,7 @@ class Schema {
   std::string error_path() const;
 
  private:
-  ModelFolder models_;
+  ModelFolders models_;
   ly_ctx *context_ = nullptr;
 };
 

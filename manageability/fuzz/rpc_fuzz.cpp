@@ -19,6 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr auto kLayout = ymap::Layout::indented;
+
 [[noreturn]] void fail(const std::string &what, const std::string &text) {
   std::fprintf(stderr, "rpc_fuzz: %s:\n%s\n", what.c_str(), text.c_str());
   std::abort();
@@ -60,11 +62,11 @@ class Bench {
       attributes = message.attributes();
       const auto request = message.request(session_.schema());
       translate(request);
-      const auto answer = session_.run(request);
-      return ymap::reply(attributes, request, answer);
+      const auto content = content_of(request, session_.run(request), kLayout);
+      return ymap::reply(attributes, content, kLayout);
     } catch (const ymap::RpcError &error) {
       if (stored() != factory_) fail("a refused request was stored", error.what());
-      return ymap::error_reply(attributes, error.fault());
+      return ymap::error_reply(attributes, error.fault(), kLayout);
     }
   }
 

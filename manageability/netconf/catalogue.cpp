@@ -1,30 +1,48 @@
 // The published modules, and what the server tells of them.
 #include "catalogue.hpp"
 
-#include <libnetconf2/session_server.h>
 #include <libyang/libyang.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
-#include "protocol_modules.hpp"
+#include "hello.hpp"
 #include "rpc_error.hpp"
 
 namespace ymap::netconf {
 namespace {
 
-/// libnetconf2 itself announces the mode "explicit" only where others are supported too.
-constexpr const char *kWithDefaults =
-    "urn:ietf:params:netconf:capability:with-defaults:1.0?basic-mode=explicit";
+/// Data is reported as it was set, as openconfig_request.hpp has it.
+constexpr std::array<const char *, 4> kProtocolCapabilities = {
+    "urn:ietf:params:netconf:capability:writable-running:1.0",
+    "urn:ietf:params:netconf:capability:rollback-on-error:1.0",
+    "urn:ietf:params:netconf:capability:validate:1.1",
+    "urn:ietf:params:netconf:capability:with-defaults:1.0?basic-mode=explicit",
+};
 
 /// As a module of YANG 1.1 it would be left to the capability yang-library (RFC 7950, section 5.6.4), but
 /// clients that know YANG 1.0 only, yangcli for one, then stumble over its data in a <get>.
-constexpr const char *kLibraryModule = "ietf-yang-library";
+constexpr std::string_view kLibraryModule = "ietf-yang-library";
 
 std::string revision(const lys_module *module) {
   return module->revision == nullptr ? "" : module->revision;
+}
+
+/// RFC 6020, section 5.6.4.
+std::string module_capability(const lys_module *module) {
+  auto capability = std::string(module->ns) + "?module=" + module->name;
+  if (module->revision != nullptr) capability.append("&revision=").append(module->revision);
+  std::string features;
+  uint32_t at = 0;
+  const lysp_feature *feature = nullptr;
+  while ((feature = lysp_feature_next(feature, module->parsed, &at)) != nullptr)
+    if ((feature->flags & LYS_FENABLED) != 0)
+      features.append(features.empty() ? "" : ",").append(feature->name);
+  return features.empty() ? capability : capability + "&features=" + features;
 }
 
 /// FNV-1a: the same modules have the same identifier, in every process.
@@ -55,14 +73,7 @@ void remove_locations(lyd_node *tree) {
 
 }  // namespace
 
-void Catalogue::ContextDeleter::operator()(ly_ctx *context) const {
-  ly_ctx_destroy(context);
-}
-
-Catalogue::Catalogue(const std::filesystem::path &models, const std::string &model)
-    : context_(make_context({protocol_module_folder(), models})) {
-  load_protocol_modules(context_.get());
-  load_module(context_.get(), model.c_str());
+Catalogue::Catalogue(const Schema &schema) : schema_(schema) {
   make_library();
   list_capabilities();
 }
@@ -70,7 +81,7 @@ Catalogue::Catalogue(const std::filesystem::path &models, const std::string &mod
 std::vector<const lys_module *> Catalogue::modules() const {
   std::vector<const lys_module *> found;
   uint32_t at = 0;
-  while (const auto *module = ly_ctx_get_module_iter(context_.get(), &at)) found.push_back(module);
+  while (const auto *module = ly_ctx_get_module_iter(context(), &at)) found.push_back(module);
   return found;
 }
 
@@ -79,7 +90,7 @@ void Catalogue::make_library() {
   for (const auto *module : modules()) names += std::string(module->name) + "@" + revision(module) + "\n";
   content_id_ = hash_of(names);
   lyd_node *tree = nullptr;
-  if (ly_ctx_get_yanglib_data(context_.get(), &tree, "%s", content_id_.c_str()) != LY_SUCCESS)
+  if (ly_ctx_get_yanglib_data(context(), &tree, "%s", content_id_.c_str()) != LY_SUCCESS)
     throw UsageError("the list of YANG modules cannot be made");
   library_.reset(tree);
   remove_locations(tree);
@@ -91,19 +102,14 @@ void Catalogue::make_library() {
 }
 
 void Catalogue::list_capabilities() {
-  nc_server_set_content_id_clb([](void *id) { return strdup(static_cast<const char *>(id)); },
-                               content_id_.data(), nullptr);
-  const char **listed = nc_server_get_cpblts_version(context_.get(), LYS_VERSION_1_0);
-  if (listed == nullptr) throw UsageError("the list of capabilities cannot be made");
-  for (const char **capability = listed; *capability != nullptr; ++capability) {
-    capabilities_.emplace_back(*capability);
-    lydict_remove(context_.get(), *capability);
-  }
-  std::free(listed);
-  capabilities_.emplace_back(kWithDefaults);
-  const auto *library = ly_ctx_get_module_implemented(context_.get(), kLibraryModule);
-  capabilities_.push_back(std::string(library->ns) + "?module=" + library->name +
-                          "&revision=" + revision(library));
+  capabilities_ = base_capabilities();
+  capabilities_.insert(capabilities_.end(), kProtocolCapabilities.begin(), kProtocolCapabilities.end());
+  const auto *library = ly_ctx_get_module_implemented(context(), kLibraryModule.data());
+  capabilities_.push_back("urn:ietf:params:netconf:capability:yang-library:1.1?revision=" +
+                          revision(library) + "&content-id=" + content_id_);
+  for (const auto *module : modules())
+    if (module->parsed->version != LYS_VERSION_1_1 || module == library)
+      capabilities_.push_back(module_capability(module));
 }
 
 std::string Catalogue::schema(const std::string &identifier, const std::string &version,

@@ -2,14 +2,12 @@
 /// The YANG modules that clients see: the protocol's and the OpenConfig model, not the device's own.
 #pragma once
 
-#include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "device.hpp"
+#include "schema.hpp"
 
-struct ly_ctx;
 struct lys_module;
 
 namespace ymap::netconf {
@@ -19,12 +17,11 @@ using device::Tree;
 
 class Catalogue {
  public:
-  /// `models` is the folder of our own models, `model` the one to publish. The protocol's modules are looked
-  /// for where they are installed, or in the folder that the environment names in YMAP_IETF_MODULES. Throws
+  /// Of the context of `schema`, which holds the protocol's modules too and must outlive the object. Throws
   /// UsageError.
-  Catalogue(const std::filesystem::path &models, const std::string &model);
+  explicit Catalogue(const Schema &schema);
 
-  ly_ctx *context() const { return context_.get(); }
+  ly_ctx *context() const { return schema_.context(); }
   /// In the order in which they were loaded.
   std::vector<const lys_module *> modules() const;
 
@@ -40,14 +37,10 @@ class Catalogue {
                      const std::string &format) const;
 
  private:
-  struct ContextDeleter {
-    void operator()(ly_ctx *context) const;
-  };
-
   void make_library();
   void list_capabilities();
 
-  std::unique_ptr<ly_ctx, ContextDeleter> context_;
+  const Schema &schema_;
   Tree library_;
   std::string content_id_;
   std::vector<std::string> capabilities_;

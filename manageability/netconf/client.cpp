@@ -1,18 +1,13 @@
-// Requests through libnetconf2's client.
+// Requests to a NETCONF server.
 #include "client.hpp"
 
-#include <libyang/libyang.h>
-#include <nc_client.h>
-
 #include <algorithm>
+#include <charconv>
 #include <exception>
-#include <new>
 
 #include "client_reply.hpp"
 #include "datatree.hpp"
-#include "device.hpp"
 #include "plugin.hpp"
-#include "protocol_modules.hpp"
 #include "rpc_error.hpp"
 #include "rpc_reply.hpp"
 #include "xml_document.hpp"
@@ -24,25 +19,12 @@ namespace {
 
 constexpr const char *kRollback = "rollback-on-error:1.0";
 constexpr std::string_view kNotificationNs = "urn:ietf:params:xml:ns:netconf:notification:1.0";  // RFC 5277
-constexpr int kAtOnce = 0;  ///< libnetconf2's milliseconds for what is in memory already
 constexpr std::chrono::milliseconds kGrace{500};  ///< for a server to say goodbye
 
-/// libnetconf2 tells reasons in messages only; the last one explains a failure.
-std::string last_message;
-
-void keep_message(const nc_session *, NC_VERB_LEVEL level, const char *message) {
-  if (level == NC_VERB_ERROR) last_message = message;
-}
-
-struct RpcDeleter {
-  void operator()(nc_rpc *rpc) const { nc_rpc_free(rpc); }
-};
-using Rpc = std::unique_ptr<nc_rpc, RpcDeleter>;
-
-Rpc make_rpc(const std::string &operation) {
-  Rpc rpc(nc_rpc_act_generic_xml(operation.c_str(), NC_PARAMTYPE_DUP_AND_FREE));
-  if (!rpc) throw std::bad_alloc();
-  return rpc;
+bool is_session_id(const std::string &text) {
+  uint32_t id = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+  return error == std::errc() && stop == text.data() + text.size() && id != 0;
 }
 
 /// The list container in the tree of a read_request(); nullptr where it names no entry.
@@ -81,26 +63,12 @@ yfw::Datatree filter_of(const Request &request, const Schema &schema) {
 
 }  // namespace
 
-void Client::ContextDeleter::operator()(ly_ctx *context) const {
-  ly_ctx_destroy(context);
-}
-
-void Client::SessionDeleter::operator()(nc_session *session) const {
-  nc_session_free(session, nullptr);
-}
-
 Client::Client(const Schema &schema, const Destination &destination, std::chrono::milliseconds patience)
-    : schema_(schema),
-      server_(destination.text()),
-      channel_(destination, patience),
-      input_("netconf-input"),
-      output_("netconf-output") {
-  nc_verbosity(NC_VERB_ERROR);
-  nc_set_print_clb_session(keep_message);
-  context_.reset(make_context({protocol_module_folder()}));
-  load_protocol_modules(context_.get());
+    : schema_(schema), server_(destination.text()), channel_(destination, patience) {
   try {
     open_session();
+  } catch (const BadHello &error) {
+    fail(std::string("does not speak NETCONF: its ") + error.what());
   } catch (const BadMessage &error) {
     fail(std::string("does not speak NETCONF: ") + error.what());
   } catch (const UsageError &error) {
@@ -110,15 +78,10 @@ Client::Client(const Schema &schema, const Destination &destination, std::chrono
     warnings_.push_back(server_ + " does not announce the module " + schema.module_name());
 }
 
-// libnetconf2 takes the end of its input for the server's and sends no <close-session> of its own.
 Client::~Client() {
   if (failed_) return;
   try {
-    const auto end = Stream::Clock::now() + kGrace;
-    XmlWriter goodbye;
-    goodbye.leaf("close-session", {}, {{"xmlns", std::string(kNetconfNs)}});
-    send(make_rpc(goodbye.text()).get(), end);
-    channel_.receive(end);
+    call([](XmlWriter &xml) { xml.leaf("close-session", {}); }, Stream::Clock::now() + kGrace);
   } catch (const std::exception &) {
     return;  // the end of ssh ends the session too
   }
@@ -126,17 +89,19 @@ Client::~Client() {
 
 void Client::open_session() {
   const auto end = channel_.end_of_patience();
-  const auto hello = channel_.receive(end);
-  if (!hello)
+  const auto first = channel_.receive(end);
+  if (!first)
     throw UsageError(
         "gives no NETCONF session (ssh -s HOST netconf ended); YMAP_SSH=\"ssh -i KEY\" names a key");
-  hello_ = read_hello(hello->root());
-  input_.put(framed(bare_hello(hello_), framing_));
-  session_.reset(nc_connect_inout(input_.descriptor(), output_.descriptor(), context_.get()));
-  if (!session_) throw UsageError("gives no session: " + last_message);
-  channel_.send(output_.take(), end);
-  if (nc_session_get_version(session_.get()) == 1) framing_ = Framing::chunked;
-  channel_.use(framing_);
+  hello_ = read_hello(first->root());
+  if (!is_session_id(hello_.session_id))
+    throw BadHello("<hello> has " +
+                   (hello_.session_id.empty() ? std::string("no session-id")
+                                              : "the session-id \"" + hello_.session_id + "\"") +
+                   "; it must have a positive integer");
+  const auto framing = agreed_framing(hello_);
+  channel_.send(write_hello(base_capabilities(), 0), end);
+  channel_.use(framing);
 }
 
 void Client::fail(const std::string &what) {
@@ -148,32 +113,31 @@ bool Client::offers(const std::string &capability) const {
   return hello_.offers("urn:ietf:params:netconf:capability:" + capability);
 }
 
-std::string Client::operation(const Request &request) const {
+void Client::write_operation(const Request &request, XmlWriter &xml) const {
   const bool edit = request.kind == Request::Kind::edit;
-  XmlWriter xml;
-  const char *name = edit ? "edit-config" : request.kind == Request::Kind::get ? "get" : "get-config";
-  xml.open(name, {{"xmlns", std::string(kNetconfNs)}});
+  xml.open(edit ? "edit-config" : request.kind == Request::Kind::get ? "get" : "get-config");
   if (request.kind != Request::Kind::get) {
     xml.open(edit ? "target" : "source");
     xml.leaf("running", {});
     xml.close();
   }
   if (edit && offers(kRollback)) xml.leaf("error-option", "rollback-on-error");
-  xml.raw(edit ? native_request(request.kind, request.tree)
-               : native_request(request.kind, filter_of(request, schema_)));
+  if (edit)
+    write_native_request(request.kind, request.tree, xml);
+  else
+    write_native_request(request.kind, filter_of(request, schema_), xml);
   xml.close();
-  return xml.text();
 }
 
 Answer Client::run(const Request &request) {
-  if (request.kind != Request::Kind::edit) return exchange(operation(request), true);
+  if (request.kind != Request::Kind::edit) return exchange(request);
   if (!offers("writable-running:1.0"))
     throw RpcError({.type = "protocol",
                     .tag = "operation-not-supported",
                     .message = "the server does not let clients edit its running datastore (no capability "
                                "writable-running)"});
   try {
-    return exchange(operation(request), false);
+    return exchange(request);
   } catch (const RpcError &error) {
     if (offers(kRollback)) throw;
     auto fault = error.fault();
@@ -182,40 +146,37 @@ Answer Client::run(const Request &request) {
   }
 }
 
-Answer Client::exchange(const std::string &operation, bool read) {
-  const auto rpc = make_rpc(operation);
-  const auto end = channel_.end_of_patience();
-  uint64_t id = 0;
+Answer Client::exchange(const Request &request) {
   std::unique_ptr<XmlDocument> reply;
   try {
-    id = send(rpc.get(), end);
-    reply = await_reply(end);
+    reply = call([&](XmlWriter &xml) { write_operation(request, xml); }, channel_.end_of_patience());
   } catch (const BadMessage &error) {
     fail(std::string("gives no proper answer: ") + error.what());
   } catch (const UsageError &error) {
     fail(error.what());
   }
-  check_reply(reply->root(), rpc.get(), id);
 
   const auto parts = reply->root().children();
   std::vector<std::string> warnings;
   if (auto fault = read_errors(schema_, parts, warnings)) throw RpcError(std::move(*fault));
   const auto data = std::ranges::find(parts, "data", &XmlElement::name);
-  if (data == parts.end() && read) fail("answers a read without data");
+  if (data == parts.end() && request.kind != Request::Kind::edit) fail("answers a read without data");
   Answer answer;
   if (data != parts.end()) answer = read_data(schema_, data->children());
   answer.warnings.insert(answer.warnings.begin(), warnings.begin(), warnings.end());
   return answer;
 }
 
-/// Returns the request's message-id. Throws UsageError.
-uint64_t Client::send(nc_rpc *rpc, Stream::Clock::time_point end) {
-  last_message.clear();
-  uint64_t id = 0;
-  if (nc_send_rpc(session_.get(), rpc, kAtOnce, &id) != NC_MSG_RPC)
-    throw UsageError("takes no request: " + last_message);
-  channel_.send(output_.take(), end);
-  return id;
+template <typename Write>
+std::unique_ptr<XmlDocument> Client::call(const Write &write, Stream::Clock::time_point end) {
+  XmlWriter xml(Layout::compact);
+  xml.open("rpc", {{"xmlns", std::string(kNetconfNs)}, {"message-id", std::to_string(++last_id_)}});
+  write(xml);
+  xml.close();
+  channel_.send(xml.text(), end);
+  auto reply = await_reply(end);
+  check_reply(reply->root(), last_id_);
+  return reply;
 }
 
 /// The next message that is no notification. Throws BadMessage, UsageError.
@@ -229,18 +190,6 @@ std::unique_ptr<XmlDocument> Client::await_reply(Stream::Clock::time_point end) 
     throw BadMessage("it is a <" + std::string(root.name()) + "> of namespace \"" + std::string(root.ns()) +
                      "\"; it must be an <rpc-reply> of " + std::string(kNetconfNs));
   }
-}
-
-/// Has libnetconf2 judge what a reply is made of, and whether it is the one that was asked for. What is in
-/// its elements it need not see: it would make schema nodes of those that its context knows.
-void Client::check_reply(const XmlElement &reply, nc_rpc *rpc, uint64_t id) {
-  input_.put(framed(bare_reply(reply), framing_));
-  lyd_node *envelope = nullptr;
-  lyd_node *output = nullptr;
-  const auto kind = nc_recv_reply(session_.get(), rpc, id, kAtOnce, &envelope, &output);
-  const device::Tree envelope_owner(envelope);
-  const device::Tree output_owner(output);
-  if (kind != NC_MSG_REPLY) fail("gives no proper answer: " + last_message);
 }
 
 }  // namespace ymap::netconf

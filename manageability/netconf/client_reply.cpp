@@ -8,8 +8,7 @@
 #include "datatree.hpp"
 #include "openconfig_answer.hpp"
 #include "rpc_error.hpp"
-#include "xml_intake.hpp"
-#include "xml_writer.hpp"
+#include "server_channel.hpp"
 
 namespace ymap::netconf {
 namespace {
@@ -105,31 +104,35 @@ std::string in_words(const Fault &fault) {
   return fault.tag + (fault.path.empty() ? "" : " at " + fault.path) + ": " + fault.message;
 }
 
-XmlWriter::Attributes own_namespace(const XmlElement &element) {
-  return {{"xmlns", std::string(element.ns().empty() ? kNoNamespace : element.ns())}};
-}
-
-void write_fields(const XmlElement &error, XmlWriter &xml) {
-  for (const auto &field : error.children())
-    if (field.name() != "error-info") xml.leaf(field.name(), field.text(), own_namespace(field));
+[[noreturn]] void bad_reply(const std::string &what) {
+  throw BadMessage("its <rpc-reply> " + what);
 }
 
 }  // namespace
 
-std::string bare_reply(const XmlElement &reply) {
-  XmlWriter::Attributes envelope = {{"xmlns", std::string(kNetconfNs)}};
+void check_reply(const XmlElement &reply, uint64_t id) {
+  const auto expected = std::to_string(id);
+  std::optional<std::string> given;
   for (const auto &attribute : reply.attributes())
-    if (attribute.ns.empty() && attribute.name == "message-id")
-      envelope.push_back({attribute.name, attribute.value});
-  XmlWriter xml;
-  xml.open("rpc-reply", envelope);
-  for (const auto &part : reply.children()) {
-    xml.open(part.name(), own_namespace(part));
-    if (part.name() == "rpc-error") write_fields(part, xml);
-    xml.close();
+    if (attribute.ns.empty() && attribute.name == "message-id") given = attribute.value;
+  if (!given) bad_reply("has no message-id; the request had \"" + expected + "\"");
+  if (*given != expected)
+    bad_reply("is for \"" + *given + "\"; the request had the message-id \"" + expected + "\"");
+
+  if (!trimmed(reply.text()).empty()) bad_reply("holds text; it may hold elements only");
+  const auto parts = reply.children();
+  if (parts.empty()) bad_reply("is empty");
+  std::string_view result;
+  for (const auto &part : parts) {
+    const bool known = part.ns() == kNetconfNs &&
+                       (part.name() == "ok" || part.name() == "data" || part.name() == "rpc-error");
+    if (!known)
+      bad_reply("holds a <" + std::string(part.name()) + "> of namespace \"" + std::string(part.ns()) +
+                "\"; it may hold ok, data and rpc-error");
+    if (!result.empty())
+      bad_reply("holds <" + std::string(part.name()) + "> after <" + std::string(result) + ">");
+    if (part.name() != "rpc-error") result = part.name();
   }
-  xml.close();
-  return xml.text();
 }
 
 Answer read_data(const Schema &schema, const std::vector<XmlElement> &data) {

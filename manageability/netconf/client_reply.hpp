@@ -2,6 +2,7 @@
 /// What a NETCONF server answers, in the terms of requests that are run here.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +14,10 @@
 
 namespace ymap::netconf {
 
-/// An <rpc-reply> with this one's message-id and elements: their names, and the texts in each <rpc-error> but
-/// those of its <error-info>.
-std::string bare_reply(const XmlElement &reply);
+/// Throws BadMessage unless `reply` is an <rpc-reply> to the request `id` that is made as RFC 6241, section
+/// 4.2, has it: <ok/>, or data of the operation; with errors before it, or in its place. Warnings may stand
+/// beside <ok/> too, as some servers have it.
+void check_reply(const XmlElement &reply, uint64_t id);
 
 /// The content of <data> as checked OpenConfig data; what the schema does not take is left out with a
 /// warning.

@@ -3,11 +3,9 @@
 
 #include <libyang/libyang.h>
 
-#include <cstdlib>
-#include <memory>
 #include <new>
 
-#include "catalogue.hpp"
+#include "rpc_reply.hpp"
 #include "schema.hpp"
 #include "subtree_filter.hpp"
 
@@ -68,15 +66,8 @@ std::string select(const std::vector<XmlElement> &filter, const lyd_node *data) 
   const Adapter adapter;
   std::string text;
   for (const auto &selected : yfw::SubtreeFilter(adapter).select(filter, tops))
-    text += print_all(Tree(copy(selected, nullptr)).get());
+    text += print_data(device::Tree(copy(selected, nullptr)).get(), DataFormat::xml, Layout::compact);
   return text;
-}
-
-std::string print_all(const lyd_node *data) {
-  char *text = nullptr;
-  if (data != nullptr) lyd_print_mem(&text, data, LYD_XML, LYD_PRINT_WITHSIBLINGS | LYD_PRINT_SHRINK);
-  const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
-  return text == nullptr ? std::string() : std::string(text);
 }
 
 }  // namespace ymap::netconf

@@ -15,10 +15,7 @@ namespace ymap::netconf {
 /// below.
 bool selects_top(const std::vector<XmlElement> &filter, std::string_view ns, std::string_view name);
 
-/// What `filter` selects of `data` and its siblings, in XML on one line; the empty text for nothing.
+/// What `filter` selects of `data` and its siblings, as compact XML; the empty text for nothing.
 std::string select(const std::vector<XmlElement> &filter, const lyd_node *data);
-
-/// All of `data` and its siblings, the same way.
-std::string print_all(const lyd_node *data);
 
 }  // namespace ymap::netconf

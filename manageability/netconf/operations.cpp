@@ -8,7 +8,6 @@
 #include <memory>
 #include <utility>
 
-#include "data_filter.hpp"
 #include "printable.hpp"
 #include "rpc_error.hpp"
 #include "rpc_parameters.hpp"
@@ -27,9 +26,7 @@ Action parse_request(const XmlElement &operation, const std::string &path, Sessi
   auto request =
       std::make_shared<const Request>(ymap::parse_operation(operation, path, parts.requests.schema()));
   return [request, &parts]() -> Result {
-    const auto answer = run(parts.requests, *request);
-    if (request->kind == Request::Kind::edit) return {};
-    return {Result::Kind::xml, print_all(answer.data.get())};
+    return {content_of(*request, run(parts.requests, *request), Layout::compact)};
   };
 }
 
@@ -41,9 +38,9 @@ Action parse_get(const XmlElement &operation, const std::string &path, SessionPa
   for (const auto &parameter : operation.children())
     if (parameter.name() == "filter") filter = parameter.children();
   return [request, filter = std::move(filter), &parts]() -> Result {
-    auto data = print_all(run(parts.requests, *request).data.get());
-    data += parts.server_data.read(filter ? &*filter : nullptr, parts.counters);
-    return {Result::Kind::xml, std::move(data)};
+    auto content = content_of(*request, run(parts.requests, *request), Layout::compact);
+    content.data += parts.server_data.read(filter ? &*filter : nullptr, parts.counters);
+    return {std::move(content)};
   };
 }
 
@@ -73,7 +70,7 @@ Action parse_unlock(const XmlElement &operation, const std::string &path, Sessio
 
 Action parse_close(const XmlElement &operation, const std::string &path, SessionParts & /*parts*/) {
   const Parameters none(operation, path, {});
-  return []() -> Result { return {Result::Kind::close}; };
+  return []() -> Result { return {.closes = true}; };
 }
 
 Action parse_kill(const XmlElement &operation, const std::string &path, SessionParts &parts) {
@@ -110,7 +107,7 @@ Action parse_get_schema(const XmlElement &operation, const std::string &path, Se
   const std::string identifier(parameters.text("identifier"));
   const std::string version(parameters.text("version"));
   return [identifier, version, format, &parts]() -> Result {
-    return {Result::Kind::text, parts.catalogue.schema(identifier, version, format)};
+    return {{ReplyContent::Kind::text, parts.catalogue.schema(identifier, version, format), kMonitoringNs}};
   };
 }
 

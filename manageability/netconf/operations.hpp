@@ -2,10 +2,10 @@
 /// The protocol operations: what each may be given and what it does.
 #pragma once
 
-#include <string>
+#include <functional>
 
 #include "catalogue.hpp"
-#include "protocol_engine.hpp"
+#include "rpc_reply.hpp"
 #include "server_data.hpp"
 #include "session.hpp"
 #include "sessions.hpp"
@@ -20,6 +20,14 @@ struct SessionParts {
   const ServerData &server_data;
   const Counters &counters;
 };
+
+/// What a request that was done has as its answer.
+struct Result {
+  ReplyContent content = {};  ///< compact
+  bool closes = false;        ///< the session ends with the reply
+};
+/// Runs a request. Throws RpcError, device::FolderError.
+using Action = std::function<Result()>;
 
 /// The operation of `message`, checked and ready to run; both must outlive the action. Throws RpcError.
 Action parse_operation(const RpcMessage &message, SessionParts &parts);

@@ -1,22 +1,14 @@
 /// \file
-/// The IETF's modules that server and client speak.
+/// The IETF's modules that the server speaks.
 #pragma once
 
-#include <filesystem>
-#include <initializer_list>
-
-struct ly_ctx;
+#include "schema.hpp"
 
 namespace ymap::netconf {
 
-/// Where they are installed; environment YMAP_IETF_MODULES. Throws UsageError if there is no such folder.
-std::filesystem::path protocol_module_folder();
-
-/// A context that looks for modules in `folders` only; the caller destroys it. Throws UsageError.
-ly_ctx *make_context(std::initializer_list<std::filesystem::path> folders);
-
-/// Throw UsageError.
-void load_module(ly_ctx *context, const char *name, const char **features = nullptr);
-void load_protocol_modules(ly_ctx *context);
+/// The protocol's modules and the features of them that are supported, to be loaded beside the OpenConfig
+/// model. They are looked for where they are installed, or in the folder that the environment names in
+/// YMAP_IETF_MODULES. Throws UsageError if there is no such folder.
+Companions protocol_modules();
 
 }  // namespace ymap::netconf

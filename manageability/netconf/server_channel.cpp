@@ -26,7 +26,9 @@ class WithoutSigpipe {
 }  // namespace
 
 ServerChannel::ServerChannel(const Destination &destination, std::chrono::milliseconds patience)
-    : patience_(patience), ssh_(destination), stream_(ssh_.from_server(), ssh_.to_server()) {}
+    : patience_(patience),
+      ssh_(destination),
+      channel_(ssh_.from_server(), ssh_.to_server(), Channel::TooBig::at_once) {}
 
 void ServerChannel::give_up() const {
   std::array<char, 32> seconds = {};
@@ -35,10 +37,12 @@ void ServerChannel::give_up() const {
                    " seconds; --timeout SECONDS waits longer");
 }
 
-void ServerChannel::send(std::string_view framed_message, Stream::Clock::time_point end) {
+void ServerChannel::send(std::string_view message, Stream::Clock::time_point end) {
   const WithoutSigpipe scope;
   try {
-    if (!stream_.write(framed_message, end)) give_up();
+    channel_.send(message, end);
+  } catch (const TooLate &) {
+    give_up();
   } catch (const std::system_error &error) {
     throw UsageError("takes no request: " + error.code().message());
   }
@@ -46,18 +50,16 @@ void ServerChannel::send(std::string_view framed_message, Stream::Clock::time_po
 
 std::unique_ptr<XmlDocument> ServerChannel::receive(Stream::Clock::time_point end) {
   try {
-    while (true) {
-      const auto message = deframer_.next();
-      if (deframer_.cuts() || (message && message->cut))
-        throw BadMessage("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
-      if (message && trimmed(message->text).empty()) throw BadMessage("the message is empty");
-      if (message) return std::make_unique<XmlDocument>(message->text);
-      const auto bytes = stream_.read(end);
-      if (!bytes) give_up();
-      if (bytes->empty() && deframer_.idle()) return nullptr;
-      if (bytes->empty()) throw BadMessage("the connection ended in the middle of a message");
-      deframer_.feed(*bytes);
-    }
+    const auto message = channel_.receive(end);
+    if (!message) return nullptr;
+    if (message->cut)
+      throw BadMessage("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
+    if (trimmed(message->text).empty()) throw BadMessage("the message is empty");
+    return std::make_unique<XmlDocument>(message->text);
+  } catch (const TooLate &) {
+    give_up();
+  } catch (const MessageCutOff &) {
+    throw BadMessage("the connection ended in the middle of a message");
   } catch (const FramingError &error) {
     throw BadMessage(error.what());
   } catch (const RpcError &error) {

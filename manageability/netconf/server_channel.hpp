@@ -1,5 +1,5 @@
 /// \file
-/// Whole messages to and from a server.
+/// The client's end of a session.
 #pragma once
 
 #include <chrono>
@@ -7,9 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "framing.hpp"
+#include "channel.hpp"
 #include "ssh_process.hpp"
-#include "stream.hpp"
 #include "xml_document.hpp"
 
 namespace ymap::netconf {
@@ -30,11 +29,10 @@ class ServerChannel {
   /// When an answer that is asked for now is too late.
   Stream::Clock::time_point end_of_patience() const { return Stream::Clock::now() + patience_; }
 
-  /// For the messages that are not yet received.
-  void use(Framing framing) { deframer_.use(framing); }
+  void use(Framing framing) { channel_.use(framing); }
 
   /// All of it before `end`. Throws UsageError.
-  void send(std::string_view framed_message, Stream::Clock::time_point end);
+  void send(std::string_view message, Stream::Clock::time_point end);
 
   /// The next message, nullptr if the server ends its stream before one begins. Throws BadMessage, and
   /// UsageError if the message is not whole before `end`.
@@ -45,8 +43,7 @@ class ServerChannel {
 
   std::chrono::milliseconds patience_;
   SshProcess ssh_;
-  Stream stream_;
-  Deframer deframer_{kLargestDocument};
+  Channel channel_;
 };
 
 }  // namespace ymap::netconf

@@ -9,6 +9,7 @@
 
 #include "data_filter.hpp"
 #include "rpc_parameters.hpp"
+#include "rpc_reply.hpp"
 
 namespace ymap::netconf {
 namespace {
@@ -111,13 +112,13 @@ Tree ServerData::netconf_state(const Counters &counters) const {
 }
 
 std::string ServerData::read(const std::vector<XmlElement> *filter, const Counters &counters) const {
+  const auto selected = [&](const lyd_node *data) {
+    return filter == nullptr ? print_data(data, DataFormat::xml, Layout::compact) : select(*filter, data);
+  };
   std::string text;
-  if (filter == nullptr || selects_top(*filter, kMonitoringNs, "netconf-state")) {
-    const auto state = netconf_state(counters);
-    text += filter == nullptr ? print_all(state.get()) : select(*filter, state.get());
-  }
-  text += filter == nullptr ? print_all(catalogue_.library()) : select(*filter, catalogue_.library());
-  return text;
+  if (filter == nullptr || selects_top(*filter, kMonitoringNs, "netconf-state"))
+    text = selected(netconf_state(counters).get());
+  return text + selected(catalogue_.library());
 }
 
 }  // namespace ymap::netconf

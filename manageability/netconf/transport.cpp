@@ -24,7 +24,7 @@ void throw_if_ended() {
 
 }  // namespace
 
-Transport::Transport(int in, int out) : stream_(in, out, &signals_) {
+Transport::Transport(int in, int out) : channel_(in, out, Channel::TooBig::to_its_end, &signals_) {
   // A file that is opened later would get the number, and the client's bytes.
   for (const int descriptor : {in, out})
     if (fcntl(descriptor, F_GETFD) < 0) throw TransportError("standard input or output is closed");
@@ -49,20 +49,23 @@ Transport::~Transport() {
   pthread_sigmask(SIG_SETMASK, &signals_.mask, nullptr);
 }
 
-std::string_view Transport::read(std::optional<std::chrono::milliseconds> patience) {
+std::optional<Deframer::Message> Transport::receive(std::optional<std::chrono::milliseconds> patience) {
   Stream::End end;
   if (patience) end = Stream::Clock::now() + *patience;
   try {
-    if (const auto bytes = stream_.read(end)) return *bytes;
+    return channel_.receive(end);
+  } catch (const TooLate &) {
+    throw TransportError("the client sends nothing");
+  } catch (const MessageCutOff &) {
+    throw TransportError("the client went away in the middle of a message");
   } catch (const std::system_error &error) {
     throw TransportError("reading from the client failed: " + error.code().message());
   }
-  throw TransportError("the client sends nothing");
 }
 
-void Transport::write(std::string_view bytes) {
+void Transport::send(std::string_view message) {
   try {
-    stream_.write(bytes, std::nullopt);
+    channel_.send(message, std::nullopt);
   } catch (const std::system_error &error) {
     if (error.code() == std::errc::broken_pipe)
       throw TransportError("the client went away before it had its answer");

@@ -1,5 +1,5 @@
 /// \file
-/// The process's own end of the transport: standard input and output, and the signals that end the session.
+/// The server's end of a session: standard input and output, and the signals that end it.
 #pragma once
 
 #include <chrono>
@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "stream.hpp"
+#include "channel.hpp"
 
 namespace ymap::netconf {
 
@@ -31,16 +31,19 @@ class Transport {
   Transport(const Transport &) = delete;
   Transport &operator=(const Transport &) = delete;
 
-  /// Waits for bytes; valid until the next call. Empty: the client has ended its stream. Throws
-  /// SessionKilled, and TransportError when `patience` is over.
-  std::string_view read(std::optional<std::chrono::milliseconds> patience = std::nullopt);
+  void use(Framing framing) { channel_.use(framing); }
+  Framing framing() const { return channel_.framing(); }
+
+  /// The next message, in part if it is too big; nothing when the client ends its stream between two
+  /// messages. Throws SessionKilled, FramingError, and TransportError, also when `patience` is over.
+  std::optional<Deframer::Message> receive(std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
   /// All of it, at the client's speed. Throws SessionKilled, TransportError.
-  void write(std::string_view bytes);
+  void send(std::string_view message);
 
  private:
   Stream::Signals signals_;
-  Stream stream_;
+  Channel channel_;
 };
 
 }  // namespace ymap::netconf

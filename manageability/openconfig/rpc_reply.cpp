@@ -13,7 +13,6 @@
 #include "operation_words.hpp"
 #include "printable.hpp"
 #include "rpc_parameters.hpp"
-#include "xml_writer.hpp"
 #include "ymap_datatree.h"
 
 namespace ymap {
@@ -121,24 +120,26 @@ void write_nodes(const vidl_yfw_datatree *parent, std::string_view parent_ns, Xm
 
 }  // namespace
 
-std::string reply(const std::vector<XmlAttribute> &attributes, const Request &request, const Answer &answer) {
-  XmlWriter xml;
+std::string reply(const std::vector<XmlAttribute> &attributes, const ReplyContent &content, Layout layout) {
+  XmlWriter xml(layout);
   open_envelope("rpc-reply", attributes, xml);
-  if (request.kind == Request::Kind::edit) {
+  XmlWriter::Attributes of_data;
+  if (content.data_ns != kNetconfNs) of_data.push_back({"xmlns", std::string(content.data_ns)});
+  if (content.kind == ReplyContent::Kind::ok) {
     xml.leaf("ok", {});
-  } else if (!answer.data) {
-    xml.leaf("data", {});
+  } else if (content.kind == ReplyContent::Kind::text || content.data.empty()) {
+    xml.leaf("data", content.data, of_data);
   } else {
-    xml.open("data");
-    xml.raw(print_data(answer.data, DataFormat::xml));
+    xml.open("data", of_data);
+    xml.raw(content.data);
     xml.close();
   }
   xml.close();
-  return xml.text();
+  return xml.take();
 }
 
-std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault &fault) {
-  XmlWriter xml;
+std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault &fault, Layout layout) {
+  XmlWriter xml(layout);
   open_envelope("rpc-reply", attributes, xml);
   xml.open("rpc-error");
   xml.leaf("error-type", fault.type);
@@ -163,19 +164,15 @@ std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault
   }
   xml.close();
   xml.close();
-  return xml.text();
+  return xml.take();
 }
 
-std::string bare_request(const std::vector<XmlAttribute> &attributes, const XmlElement &operation) {
-  XmlWriter xml;
-  open_envelope("rpc", attributes, xml);
-  xml.leaf(operation.name(), {}, {{"xmlns", std::string(operation.ns())}});
-  xml.close();
-  return xml.text();
+ReplyContent content_of(const Request &request, const Answer &answer, Layout layout) {
+  if (request.kind == Request::Kind::edit) return {};
+  return {ReplyContent::Kind::elements, print_data(answer.data.get(), DataFormat::xml, layout)};
 }
 
-std::string native_request(Request::Kind kind, const yfw::Datatree &native) {
-  XmlWriter xml;
+void write_native_request(Request::Kind kind, const yfw::Datatree &native, XmlWriter &xml) {
   const bool edit = kind == Request::Kind::edit;
   const std::string ns(kNetconfNs);
   if (edit)
@@ -184,13 +181,20 @@ std::string native_request(Request::Kind kind, const yfw::Datatree &native) {
     xml.open("filter", {{"xmlns", ns}, {"type", "subtree"}});
   write_nodes(native.root(), kNetconfNs, xml);
   xml.close();
-  return xml.text();
 }
 
-std::string print_data(const Data &data, DataFormat format) {
-  if (!data) return {};
+std::string native_request(Request::Kind kind, const yfw::Datatree &native) {
+  XmlWriter xml;
+  write_native_request(kind, native, xml);
+  return xml.take();
+}
+
+std::string print_data(const lyd_node *data, DataFormat format, Layout layout) {
+  if (data == nullptr) return {};
   char *text = nullptr;
-  lyd_print_mem(&text, data.get(), format == DataFormat::xml ? LYD_XML : LYD_JSON, LYD_PRINT_WITHSIBLINGS);
+  const uint32_t options =
+      LYD_PRINT_WITHSIBLINGS | (layout == Layout::compact ? uint32_t{LYD_PRINT_SHRINK} : 0U);
+  lyd_print_mem(&text, data, format == DataFormat::xml ? LYD_XML : LYD_JSON, options);
   const std::unique_ptr<char, decltype(&free)> owner(text, &free);
   return text == nullptr ? std::string() : std::string(text);
 }

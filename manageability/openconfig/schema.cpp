@@ -71,17 +71,26 @@ void Schema::ContextDeleter::operator()(ly_ctx *context) const {
   ly_ctx_destroy(context);
 }
 
-Schema::Schema(const std::filesystem::path &models, const std::string &module) : models_(models) {
+Schema::Schema(const std::filesystem::path &models, const std::string &module, const Companions &companions)
+    : models_(companions.modules.empty() ? std::vector{models} : std::vector{companions.folder, models}) {
+  using YangLibrary = device::ModelFolders::YangLibrary;
   ly_log_options(LY_LOSTORE_LAST);
-  ly_ctx *context = models_.make_context();
-  context_.reset(context);
-  if (context == nullptr)
-    throw UsageError("the folder of the YANG modules " + models.string() + " cannot be read");
-  module_ = ly_ctx_load_module(context, module.c_str(), nullptr, nullptr);
-  if (module_ == nullptr) {
-    throw UsageError("YANG module " + module + " cannot be loaded from " + models.string() + ": " +
-                     (ly_errmsg(context) == nullptr ? "no reason given" : ly_errmsg(context)));
+  context_.reset(
+      models_.make_context(companions.modules.empty() ? YangLibrary::absent : YangLibrary::present));
+  if (!context_) throw UsageError("the folder of the YANG modules " + models.string() + " cannot be read");
+  for (const auto &companion : companions.modules) {
+    auto features = companion.features;
+    features.push_back(nullptr);
+    load(companion.name, companions.folder, features.data());
   }
+  module_ = load(module.c_str(), models, nullptr);
+}
+
+const lys_module *Schema::load(const char *name, const std::filesystem::path &folder, const char **features) {
+  if (const auto *module = ly_ctx_load_module(context(), name, nullptr, features)) return module;
+  const char *reason = ly_errmsg(context());
+  throw UsageError("YANG module " + std::string(name) + " cannot be loaded from " + folder.string() + ": " +
+                   (reason == nullptr ? "no reason given" : reason));
 }
 
 std::string Schema::module_name() const {

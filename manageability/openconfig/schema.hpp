@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "model_folder.hpp"
+#include "model_folders.hpp"
 
 struct ly_ctx;
 struct lys_module;
@@ -17,11 +17,22 @@ struct lysc_node;
 
 namespace ymap {
 
+/// Modules that share the OpenConfig module's libyang context, which then describes itself by the YANG
+/// library too: so one context does for requests and for what a server publishes.
+struct Companions {
+  struct Module {
+    const char *name;
+    std::vector<const char *> features = {};  ///< those that are supported
+  };
+  std::filesystem::path folder = {};
+  std::vector<Module> modules = {};
+};
+
 /// The compiled module. Schema nodes that it gives out live as long as it does.
 class Schema {
  public:
-  /// Loads `module` from the folder `models`. Throws UsageError.
-  Schema(const std::filesystem::path &models, const std::string &module);
+  /// Loads the companions, if there are any, and then `module` from the folder `models`. Throws UsageError.
+  Schema(const std::filesystem::path &models, const std::string &module, const Companions &companions = {});
   Schema(const Schema &) = delete;
   Schema &operator=(const Schema &) = delete;
 
@@ -40,7 +51,9 @@ class Schema {
   struct ContextDeleter {
     void operator()(ly_ctx *context) const;
   };
-  device::ModelFolder models_;
+  const lys_module *load(const char *name, const std::filesystem::path &folder, const char **features);
+
+  device::ModelFolders models_;
   std::unique_ptr<ly_ctx, ContextDeleter> context_;
   const lys_module *module_ = nullptr;
 };

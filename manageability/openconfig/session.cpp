@@ -90,8 +90,8 @@ yfw::Read read_of(const Request &request) {
 
 }  // namespace
 
-Session::Session(const Parts &parts, std::filesystem::path folder)
-    : schema_(parts.models, yfw::optical_amplifier().openconfig_module),
+Session::Session(const Parts &parts, std::filesystem::path folder, const Companions &companions)
+    : schema_(parts.models, yfw::optical_amplifier().openconfig_module, companions),
       plugin_(yfw::optical_amplifier(), parts.plugin),
       datastore_(std::move(folder), parts.models) {}
 

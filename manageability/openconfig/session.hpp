@@ -26,9 +26,9 @@ struct Answer {
 
 class Session {
  public:
-  /// Loads the plug-in and the schema. The device's `folder` is opened by the first request. Throws
-  /// UsageError.
-  Session(const Parts &parts, std::filesystem::path folder);
+  /// Loads the plug-in and the schema, with `companions` beside it. The device's `folder` is opened by the
+  /// first request. Throws UsageError.
+  Session(const Parts &parts, std::filesystem::path folder, const Companions &companions = {});
 
   const Schema &schema() const { return schema_; }
   const yfw::Plugin &plugin() const { return plugin_; }

@@ -81,7 +81,7 @@ XmlDocument::XmlDocument(std::string_view text) {
   constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
   if (trimmed(text).empty()) malformed("the message is empty; it must be one element");
-  text_ = prepared_xml(text);
+  const auto prepared = prepared_xml(text);
 
   const device::LogScope log;
   ly_ctx *context = bare_context();
@@ -89,7 +89,7 @@ XmlDocument::XmlDocument(std::string_view text) {
   ly_err_clean(context, nullptr);
   lyd_node *tree = nullptr;
   const auto status =
-      lyd_parse_data_mem(context, text_.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
+      lyd_parse_data_mem(context, prepared.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
   tree_.reset(tree);
   if (status != LY_SUCCESS) {
     const char *reason = ly_errmsg(context);

@@ -52,14 +52,11 @@ class XmlDocument {
   XmlDocument &operator=(const XmlDocument &) = delete;
 
   XmlElement root() const;
-  /// The document without comments and processing instructions.
-  const std::string &text() const { return text_; }
 
  private:
   struct TreeDeleter {
     void operator()(lyd_node *tree) const;
   };
-  std::string text_;
   std::unique_ptr<lyd_node, TreeDeleter> tree_;
 };
 

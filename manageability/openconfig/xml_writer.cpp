@@ -1,4 +1,4 @@
-// XML out, indented and escaped.
+// XML out, laid out and escaped.
 #include "xml_writer.hpp"
 
 #include <algorithm>
@@ -6,7 +6,8 @@
 namespace ymap {
 namespace {
 
-void escape(std::string_view text, std::string &out) {
+/// In an attribute's value white space other than blanks would be read as blanks (XML 1.0, section 3.3.3).
+void escape(std::string_view text, bool is_attribute, std::string &out) {
   for (const char character : text) {
     switch (character) {
       case '&':
@@ -19,11 +20,17 @@ void escape(std::string_view text, std::string &out) {
         out += "&gt;";
         break;
       case '"':
-        out += "&quot;";
+        out += is_attribute ? "&quot;" : "\"";
         break;
       // As it stands a parser would read it as a line feed.
       case '\r':
         out += "&#13;";
+        break;
+      case '\n':
+        out += is_attribute ? "&#10;" : "\n";
+        break;
+      case '\t':
+        out += is_attribute ? "&#9;" : "\t";
         break;
       default:
         out += character;
@@ -33,45 +40,61 @@ void escape(std::string_view text, std::string &out) {
 
 }  // namespace
 
+void XmlWriter::begin_line() {
+  if (layout_ == Layout::indented) text_.append(2 * open_.size(), ' ');
+}
+
+void XmlWriter::end_line() {
+  if (layout_ == Layout::indented) text_ += '\n';
+}
+
 void XmlWriter::start_tag(std::string_view name, const Attributes &attributes) {
-  indent();
+  begin_line();
   text_.append("<").append(name);
   for (const auto &[attribute, value] : attributes) {
     text_.append(" ").append(attribute).append("=\"");
-    escape(value, text_);
+    escape(value, true, text_);
     text_ += '"';
   }
 }
 
 void XmlWriter::open(std::string_view name, const Attributes &attributes) {
   start_tag(name, attributes);
-  text_ += ">\n";
+  text_ += '>';
+  end_line();
   open_.emplace_back(name);
 }
 
 void XmlWriter::close() {
   const std::string name = open_.back();
   open_.pop_back();
-  indent();
-  text_.append("</").append(name).append(">\n");
+  begin_line();
+  text_.append("</").append(name) += '>';
+  end_line();
 }
 
 void XmlWriter::leaf(std::string_view name, std::string_view text, const Attributes &attributes) {
   start_tag(name, attributes);
   if (text.empty()) {
-    text_ += "/>\n";
-    return;
+    text_ += "/>";
+  } else {
+    text_ += '>';
+    escape(text, false, text_);
+    text_.append("</").append(name) += '>';
   }
-  text_ += '>';
-  escape(text, text_);
-  text_.append("</").append(name).append(">\n");
+  end_line();
 }
 
 void XmlWriter::raw(std::string_view xml) {
+  if (layout_ == Layout::compact) {
+    text_ += xml;
+    return;
+  }
   while (!xml.empty()) {
     const auto line = xml.substr(0, xml.find('\n'));
-    indent();
-    text_.append(line) += '\n';
+    begin_line();
+    text_ += line;
+    end_line();
     xml.remove_prefix(std::min(line.size() + 1, xml.size()));
   }
 }

@@ -19,6 +19,7 @@
 #include "openconfig_request.hpp"
 #include "parts.hpp"
 #include "printable.hpp"
+#include "protocol_modules.hpp"
 #include "rpc_reply.hpp"
 #include "server.hpp"
 #include "session.hpp"
@@ -61,9 +62,9 @@ std::string read_input(const std::string &name) {
 std::string render(const Data &data, Options::Format format, const Terminal &terminal) {
   switch (format) {
     case Options::Format::xml:
-      return print_data(data, DataFormat::xml);
+      return print_data(data.get(), DataFormat::xml);
     case Options::Format::json:
-      return print_data(data, DataFormat::json);
+      return print_data(data.get(), DataFormat::json);
     case Options::Format::text:
       break;
   }
@@ -126,11 +127,11 @@ int rpc(Session &session, const Options &options) {
     const auto request = message.request(session.schema());
     const auto answer = session.run(request);
     print_warnings(answer.warnings);
-    print(reply(attributes, request, answer));
+    print(reply(attributes, content_of(request, answer, Layout::indented), Layout::indented));
     return kDone;
   } catch (const RpcError &error) {
     if (attributes.empty()) attributes = attributes_of_broken(text);
-    print(error_reply(attributes, error.fault()));
+    print(error_reply(attributes, error.fault(), Layout::indented));
     return kRefused;
   }
 }
@@ -159,8 +160,7 @@ int map(Session &session, const Options &options) {
   return kDone;
 }
 
-int dispatch(Session &session, const Parts &parts, const std::filesystem::path &folder,
-             const Options &options) {
+int dispatch(Session &session, const std::filesystem::path &folder, const Options &options) {
   const auto run = [&](const Request &request) { return session.run(request); };
   switch (options.command) {
     case Options::Command::get:
@@ -177,7 +177,7 @@ int dispatch(Session &session, const Parts &parts, const std::filesystem::path &
     case Options::Command::map:
       return map(session, options);
     case Options::Command::netconf:
-      netconf::serve(session, folder, parts.models);
+      netconf::serve(session, folder);
       return kDone;
     case Options::Command::completion:
       print(bash_completion(session));
@@ -243,10 +243,10 @@ int run_command(const Options &options) {
   if (!options.connect.empty()) return run_connected(options);
   std::filesystem::path folder;
   if (needs_device(options.command) || !options.device.empty()) folder = device_folder(options.device);
-  const auto parts = find_parts();
-  Session session(parts, folder);
+  const bool serves = options.command == Options::Command::netconf;
+  Session session(find_parts(), folder, serves ? netconf::protocol_modules() : Companions());
   const Tracing tracing(options);
-  return dispatch(session, parts, folder, options);
+  return dispatch(session, folder, options);
 }
 
 std::string describe(const Fault &fault) {

@@ -204,9 +204,12 @@ class ForeignServer(DeviceTest):
             with self.subTest(errors):
                 status, out, err, _ = self.run_against([hello(*EVERYTHING), reply(errors)], "set", "a", "target-gain=9")
                 self.assertEqual((status, out, err), (1, "", expected))
-        warned = reply(error("operation-failed", "slow", "warning"))
-        status, _, err, _ = self.run_against([hello(*EVERYTHING), warned], "set", "a", "target-gain=9")
-        self.assertEqual((status, err), (0, "ymap: warning: operation-failed: slow\n"))
+        warning = error("operation-failed", "slow", "warning")
+        for arguments, result in ((["set", "a", "target-gain=9"], ""), (["set", "a", "target-gain=9"], "<ok/>"),
+                                  (["get"], "<data/>")):
+            with self.subTest(result):
+                status, _, err, _ = self.run_against([hello(*EVERYTHING), reply(warning + result)], *arguments)
+                self.assertEqual((status, err), (0, "ymap: warning: operation-failed: slow\n"))
 
     def test_no_conversation(self):
         other = reply("<ok/>").replace("ID", "ID1")
@@ -215,14 +218,25 @@ class ForeignServer(DeviceTest):
         for what, server, message in (
                 ("no hello", [""], "does not answer within 0.5 seconds; --timeout SECONDS"),
                 ("no NETCONF", ["SSH-2.0\r\n]]>]]>"], "does not speak NETCONF"),
-                ("another message", [reply("<ok/>")], "does not speak NETCONF: its first message is no hello"),
-                ("no session id", [hello().replace("<session-id>9</session-id>", "")], "gives no session"),
-                ("no version in common", [hello().replace("base:1.0<", "base:7.0<")], "gives no session"),
+                ("another message", [reply("<ok/>")], "does not speak NETCONF: its first message is a <rpc-reply>; it must"),
+                ("no session id", [hello().replace("<session-id>9</session-id>", "")],
+                 "does not speak NETCONF: its <hello> has no session-id"),
+                ("odd session id", [hello().replace(">9<", ">4294967296<")],
+                 'does not speak NETCONF: its <hello> has the session-id "4294967296"'),
+                ("no version in common", [hello().replace("base:1.0<", "base:7.0<")],
+                 "does not speak NETCONF: its <hello> offers neither"),
                 ("gone after its hello", [hello(*EVERYTHING) + "gone"], ""),
                 ("no answer", [hello(*EVERYTHING), ""], "does not answer within 0.5 seconds"),
                 ("half an answer", [hello(*EVERYTHING), reply("<ok/>")[:30]], "gives no proper answer"),
                 ("broken answer", [hello(*EVERYTHING), "<rpc-reply>]]>]]>"], "gives no proper answer"),
-                ("answer to something else", [hello(*EVERYTHING), other], "gives no proper answer"),
+                ("answer to something else", [hello(*EVERYTHING), other], 'gives no proper answer: its <rpc-reply> is for "1'),
+                *(("answer made " + shape, [hello(*EVERYTHING), shape], "gives no proper answer: its <rpc-reply> " + reason)
+                  for shape, reason in ((reply("<ok/>").replace("message-id", "id"), "has no message-id"),
+                                        (reply(""), "is empty"), (reply("fine"), "holds text"),
+                                        (reply("<ok/><ok/>"), "holds <ok> after <ok>"),
+                                        (reply("<data/>" + error("in-use", "busy")), "holds <rpc-error> after <data>"),
+                                        (reply("<ok xmlns='urn:x'/>"), 'holds a <ok> of namespace "urn:x"'),
+                                        (reply("<done/>"), "holds a <done> of"))),
                 ("answer that drips", [hello(*EVERYTHING), "slow:" + reply("<ok/>")], "does not answer within 0.5 seconds"),
                 ("hello that drips", ["slow:" + hello(*EVERYTHING)], "does not answer within 0.5 seconds"),
                 ("answer without end", [hello(*EVERYTHING), "endless:" + "x" * 65536],

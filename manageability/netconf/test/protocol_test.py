@@ -107,10 +107,10 @@ class AnswerTest(PipedTest):
 
     def test_envelope(self):
         session = self.session()
-        session.send(f'<n:rpc xmlns:n="{NETCONF}" xmlns:u="urn:u" u:a="&lt;&quot;" b="2" message-id=" 1&amp;">'
+        session.send(f'<n:rpc xmlns:n="{NETCONF}" xmlns:u="urn:u" u:a="&lt;&quot;" b="2&#10;&#9;&#13;" message-id=" 1&amp;">'
                      "<!-- c --><n:get><n:filter/></n:get><?p?></n:rpc>")
         reply = ElementTree.fromstring(session.receive())
-        self.assertEqual(reply.attrib, {"{urn:u}a": '<"', "b": "2", "message-id": " 1&"})
+        self.assertEqual(reply.attrib, {"{urn:u}a": '<"', "b": "2\n\t\r", "message-id": " 1&"})
         self.assertEqual([child.tag for child in reply], [NC + "data"])
 
     def test_all_data_is_valid(self):

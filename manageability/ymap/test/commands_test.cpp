@@ -107,23 +107,31 @@ TEST(Formats, Printable) {
 }
 
 TEST(Formats, XmlKeepsWhatItQuotes) {
-  XmlWriter xml;
-  xml.open("a", {{"b", "<\"&>"}});
-  xml.leaf("c", "1 < 2 & \"3\" > 2\r");
-  xml.close();
-  EXPECT_EQ(xml.text(),
-            "<a b=\"&lt;&quot;&amp;&gt;\">\n  <c>1 &lt; 2 &amp; &quot;3&quot; &gt; 2&#13;</c>\n</a>\n");
+  for (const auto &[layout, expected] : std::vector<std::pair<Layout, std::string>>{
+           {Layout::indented,
+            "<a b=\"&lt;&quot;&amp;&gt;&#10;&#9;\">\n  <c>1 &lt; 2 &amp; \"3\" &gt; 2&#13;\n\t</c>\n  "
+            "<d/>\n</a>\n"},
+           {Layout::compact,
+            "<a b=\"&lt;&quot;&amp;&gt;&#10;&#9;\"><c>1 &lt; 2 &amp; \"3\" &gt; 2&#13;\n\t</c><d/></a>"},
+       }) {
+    XmlWriter xml(layout);
+    xml.open("a", {{"b", "<\"&>\n\t"}});
+    xml.leaf("c", "1 < 2 & \"3\" > 2\r\n\t");
+    xml.raw(layout == Layout::compact ? "<d/>" : "<d/>\n");
+    xml.close();
+    EXPECT_EQ(xml.text(), expected);
+  }
 }
 
 TEST(Formats, ErrorPathKeepsKeysWhole) {
   for (const auto &[key, shown] : std::vector<std::pair<std::string, std::string>>{
-           {"'a/b[1]\"'", "'a/b[1]&quot;'"},
-           {"\"a/b']\"", "&quot;a/b']&quot;"},
-           {"\"a'\"]/b\"", "concat(&quot;a'&quot;, '&quot;', &quot;]/b&quot;)"},
+           {"'a/b[1]\"'", "'a/b[1]\"'"},
+           {"\"a/b']\"", "\"a/b']\""},
+           {"\"a'\"]/b\"", "concat(\"a'\", '\"', \"]/b\")"},
        }) {
-    const auto text = error_reply({}, {.path = "/openconfig-optical-amplifier:optical-amplifier/amplifiers/"
-                                               "amplifier[name=" +
-                                               key + "]/config"});
+    const auto path =
+        "/openconfig-optical-amplifier:optical-amplifier/amplifiers/amplifier[name=" + key + "]/config";
+    const auto text = error_reply({}, {.path = path}, Layout::indented);
     EXPECT_NE(text.find("/oc-opt-amp:amplifiers/oc-opt-amp:amplifier[oc-opt-amp:name=" + shown +
                         "]/oc-opt-amp:config</error-path>"),
               std::string::npos)

@@ -1,0 +1,83 @@
+// Modules for libyang by its import callback.
+#include "model_folders.hpp"
+
+#include <libyang/libyang.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <system_error>
+
+namespace device {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+void free_text(void *text, void * /*folders*/) {
+  delete[] static_cast<char *>(text);
+}
+
+LY_ERR give_module(const char *module, const char *revision, const char *submodule, const char *sub_revision,
+                   void *folders, LYS_INFORMAT *format, const char **text,
+                   ly_module_imp_data_free_clb *free_callback) {
+  const bool whole = submodule == nullptr;
+  const auto file = static_cast<const ModelFolders *>(folders)->find(whole ? module : submodule,
+                                                                     whole ? revision : sub_revision);
+  std::error_code error;
+  // Anything else might never end.
+  if (!fs::is_regular_file(file, error)) return LY_ENOTFOUND;
+  std::ifstream input(file, std::ios::binary);
+  const std::string content{std::istreambuf_iterator<char>(input), {}};
+  if (!input) return LY_ESYS;
+  auto *copy = new char[content.size() + 1];
+  std::copy_n(content.c_str(), content.size() + 1, copy);
+  *format = LYS_IN_YANG;
+  *text = copy;
+  *free_callback = free_text;
+  return LY_SUCCESS;
+}
+
+fs::path find_in(const fs::path &folder, const std::string &name, const char *revision) {
+  if (revision != nullptr) return folder / (name + "@" + revision + ".yang");
+  const std::string prefix = name + "@";
+  std::string newest;
+  std::error_code error;
+  auto entry = fs::directory_iterator(folder, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    const std::string file = entry->path().filename().string();
+    if (file.starts_with(prefix) && file.ends_with(".yang")) newest = std::max(newest, file);
+  }
+  return folder / (newest.empty() ? name + ".yang" : newest);
+}
+
+}  // namespace
+
+ly_ctx *ModelFolders::make_context(YangLibrary library) const {
+  for (const auto &path : paths_) {
+    std::error_code error;
+    const fs::directory_iterator readable(path, error);
+    if (error) return nullptr;
+  }
+  constexpr uint16_t with_library = LY_CTX_DISABLE_SEARCHDIRS;
+  constexpr uint16_t without = LY_CTX_DISABLE_SEARCHDIRS | LY_CTX_NO_YANGLIBRARY;
+  ly_ctx *context = nullptr;
+  if (ly_ctx_new(nullptr, library == YangLibrary::present ? with_library : without, &context) != LY_SUCCESS)
+    return nullptr;
+  // The callback's data is not const in C; it only reads.
+  ly_ctx_set_module_imp_clb(context, give_module, const_cast<ModelFolders *>(this));
+  return context;
+}
+
+fs::path ModelFolders::find(const char *module, const char *revision) const {
+  fs::path found;
+  for (const auto &path : paths_) {
+    found = find_in(path, module, revision);
+    std::error_code error;
+    if (fs::exists(found, error)) break;
+  }
+  return found;
+}
+
+}  // namespace device
