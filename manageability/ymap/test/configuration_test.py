@@ -91,12 +91,13 @@ class Operations(DeviceTest):
 
     def test_default_operation(self):
         gain = "<target-gain>15.5</target-gain>"
-        for word, others_stay, stored in (("merge", True, "15.50 dB"), ("none", True, "20.00 dB"),
-                                          ("replace", False, "15.50 dB")):
-            with self.subTest(word):
+        for word, attributes, others_stay, stored in (
+                ("merge", "", True, "15.50 dB"), ("none", "", True, "20.00 dB"), ("replace", "", False, "15.50 dB"),
+                ("none", 'nc:operation="merge"', True, "15.50 dB")):  # which is for all below
+            with self.subTest(word + attributes):
                 self.ok("set", PRE0, "target-gain=20", "enabled=true")
                 self.ok("set", BST2, "target-gain=25")
-                self.ok("rpc", text=edit(config(PRE0, gain), f"<default-operation>{word}</default-operation>"))
+                self.ok("rpc", text=edit(config(PRE0, gain, attributes), f"<default-operation>{word}</default-operation>"))
                 settings = self.settings()
                 self.assertEqual(settings[PRE0, "config/target-gain"], stored)
                 self.assertEqual((BST2, "config/target-gain") in settings, others_stay)
