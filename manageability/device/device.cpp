@@ -1,8 +1,6 @@
 // Reads and edits of the device: configuration and live values as one tree, edits under the folder's lock.
 #include "device.hpp"
 
-#include <libyang/libyang.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include "edit.hpp"
 #include "factory.hpp"
 #include "folder.hpp"
+#include "libyang_versions.hpp"
 #include "live.hpp"
 #include "native_filter.hpp"
 #include "sessions.hpp"
@@ -109,8 +108,7 @@ void Device::Impl::check_not_locked() const {
 }
 
 Tree Device::Impl::parse(const std::string &text) const {
-  const auto damaged = [this](std::string reason) {
-    if (reason.ends_with('.')) reason.pop_back();
+  const auto damaged = [this](const std::string &reason) {
     return FolderError("the running configuration " + folder.running_file().string() +
                        " is damaged: " + reason +
                        "; restore it from a backup, or use an empty folder to begin with factory data");
@@ -124,7 +122,10 @@ Tree Device::Impl::parse(const std::string &text) const {
                          LYD_VALIDATE_NO_STATE, &tree);
   if (result != LY_SUCCESS) {
     lyd_free_all(tree);
-    throw damaged(schema.error_message() + " " + schema.error_location());
+    std::string reason = schema.error_message();
+    if (reason.ends_with('.')) reason.pop_back();
+    const std::string place = schema.error_location();
+    throw damaged(place.empty() ? reason : reason + " (" + place + ")");
   }
   if (!is_one_document(text)) {
     lyd_free_all(tree);
@@ -138,7 +139,7 @@ std::string Device::Impl::print(const lyd_node *tree) const {
   // libyang prints nothing for no data, which would look like damage.
   if (tree == nullptr) return "{}\n";
   char *text = nullptr;
-  if (lyd_print_mem(&text, tree, LYD_JSON, LYD_PRINT_WITHSIBLINGS) != LY_SUCCESS) throw std::bad_alloc();
+  if (lyd_print_mem(&text, tree, LYD_JSON, libyang::kPrintSiblings) != LY_SUCCESS) throw std::bad_alloc();
   std::string printed = text;
   std::free(text);
   return printed;

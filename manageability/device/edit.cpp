@@ -1,9 +1,9 @@
 // Native edits by node operation, applied to a copy.
 #include "edit.hpp"
 
-#include <libyang/libyang.h>
-
 #include <string>
+
+#include "libyang_versions.hpp"
 
 namespace device {
 
@@ -121,8 +121,7 @@ lyd_node *Edit::find(const lyd_node *parent, const lysc_node *node, const std::s
   lyd_node *match = nullptr;
   const lyd_node *siblings = parent != nullptr ? lyd_child(parent) : tree_;
   if (siblings == nullptr) return nullptr;
-  lyd_find_sibling_val(siblings, node, predicate.empty() ? nullptr : predicate.c_str(), predicate.size(),
-                       &match);
+  libyang::find_sibling(siblings, node, predicate, &match);
   return match;
 }
 

@@ -1,13 +1,13 @@
 // Modules for libyang by its import callback.
 #include "model_folders.hpp"
 
-#include <libyang/libyang.h>
-
 #include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <system_error>
+
+#include "libyang_versions.hpp"
 
 namespace device {
 
@@ -54,17 +54,14 @@ fs::path find_in(const fs::path &folder, const std::string &name, const char *re
 
 }  // namespace
 
-ly_ctx *ModelFolders::make_context(YangLibrary library) const {
+ly_ctx *ModelFolders::make_context(libyang::YangLibrary library) const {
   for (const auto &path : paths_) {
     std::error_code error;
     const fs::directory_iterator readable(path, error);
     if (error) return nullptr;
   }
-  constexpr uint16_t with_library = LY_CTX_DISABLE_SEARCHDIRS;
-  constexpr uint16_t without = LY_CTX_DISABLE_SEARCHDIRS | LY_CTX_NO_YANGLIBRARY;
   ly_ctx *context = nullptr;
-  if (ly_ctx_new(nullptr, library == YangLibrary::present ? with_library : without, &context) != LY_SUCCESS)
-    return nullptr;
+  if (libyang::new_context(&context, library) != LY_SUCCESS) return nullptr;
   // The callback's data is not const in C; it only reads.
   ly_ctx_set_module_imp_clb(context, give_module, const_cast<ModelFolders *>(this));
   return context;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-struct ly_ctx;
+#include "libyang_versions.hpp"
 
 namespace device {
 
@@ -15,13 +15,10 @@ class ModelFolders {
   /// In the order in which they are searched.
   explicit ModelFolders(std::vector<std::filesystem::path> paths) : paths_(std::move(paths)) {}
 
-  /// Whether a context describes itself by ietf-yang-library and the modules which that imports.
-  enum class YangLibrary { absent, present };
-
   /// A new context, the caller's to destroy, that finds modules as NAME.yang or NAME@REVISION.yang in these
   /// folders, which must outlive it. Folders below are not searched: libyang's own search follows links
   /// there, also in circles. nullptr if a folder cannot be read.
-  ly_ctx *make_context(YangLibrary library = YangLibrary::absent) const;
+  ly_ctx *make_context(libyang::YangLibrary library = libyang::YangLibrary::absent) const;
 
   /// The file of a module in the first folder that has it, of its newest revision there if `revision` is
   /// nullptr; a path where no file is if there is none.

@@ -1,10 +1,9 @@
 // Native subtree filters over libyang trees.
 #include "native_filter.hpp"
 
-#include <libyang/libyang.h>
-
 #include <cstring>
 
+#include "libyang_versions.hpp"
 #include "subtree_filter.hpp"
 
 namespace device {
@@ -111,8 +110,7 @@ size_t count_leaves(const lyd_node *node) {
 lyd_node *copy(const yfw::Selected<const lyd_node *> &selected, lyd_node *parent) {
   lyd_node *node = nullptr;
   // A list entry's keys are copied with it even when its other children are not.
-  lyd_dup_single(selected.node, reinterpret_cast<lyd_node_inner *>(parent),
-                 selected.whole ? LYD_DUP_RECURSIVE : 0, &node);
+  libyang::duplicate(selected.node, parent, selected.whole ? LYD_DUP_RECURSIVE : 0, &node);
   if (node == nullptr) throw std::bad_alloc();
   for (const auto &child : selected.children) {
     if (!lysc_is_key(child.node->schema)) copy(child, node);

@@ -1,11 +1,10 @@
 // The native YANG modules, and what libyang says of them.
 #include "yang.hpp"
 
-#include <libyang/libyang.h>
-
 #include <cstdlib>
 
 #include "device.hpp"
+#include "libyang_versions.hpp"
 
 namespace device {
 
@@ -51,6 +50,7 @@ Schema::Schema(const std::filesystem::path &models) : models_({models}) {
     throw FolderError("cannot load YANG module " + std::string(name) + " from " + models.string() + ": " +
                       reason);
   }
+  libyang::keep_order(context_);
 }
 
 Schema::~Schema() {
@@ -60,7 +60,7 @@ Schema::~Schema() {
 const lysc_node *Schema::find(const lysc_node *parent, const std::string &ns, const std::string &name) const {
   const lys_module *module = ly_ctx_get_module_implemented_ns(context_, ns.c_str());
   if (module == nullptr) return nullptr;
-  return lys_find_child(parent, module, name.c_str(), name.size(), 0, 0);
+  return libyang::find_child(parent, module, name);
 }
 
 bool Schema::knows_namespace(const std::string &ns) const {
@@ -81,20 +81,13 @@ std::string Schema::error_message() const {
 }
 
 std::string Schema::error_location() const {
-  const char *location = ly_errpath(context_);
-  return location != nullptr ? location : "";
+  const auto [path, line] = libyang::error_place(context_);
+  if (line == 0) return path;
+  return (path.empty() ? "line " : path + ", line ") + std::to_string(line);
 }
 
 std::string Schema::error_path() const {
-  const std::string text = error_location();
-  for (const std::string marker : {"ata location \"", "chema location \""}) {
-    const size_t found = text.find(marker);
-    if (found == std::string::npos) continue;
-    const size_t begin = found + marker.size();
-    const size_t line = text.find("\", line number", begin);
-    return text.substr(begin, (line != std::string::npos ? line : text.rfind('"')) - begin);
-  }
-  return {};
+  return libyang::error_place(context_).path;
 }
 
 bool canonical_value(const Schema &schema, const lysc_node *leaf, const std::string &value,
@@ -103,10 +96,7 @@ bool canonical_value(const Schema &schema, const lysc_node *leaf, const std::str
   schema.clear_errors();
   // libyang takes a text with its length, but a NUL inside would end the canonical form early.
   if (value.find('\0') != std::string::npos) return false;
-  if (lyd_value_validate(schema.context(), leaf, value.c_str(), value.size(), nullptr, nullptr, &text) !=
-      LY_SUCCESS) {
-    return false;
-  }
+  if (libyang::check_value(leaf, value, &text) != LY_SUCCESS) return false;
   canonical = text;
   lydict_remove(schema.context(), text);
   return true;

@@ -46,7 +46,8 @@ class Schema {
   void clear_errors() const;
   /// The last message of libyang, on one line, or a substitute.
   std::string error_message() const;
-  /// Where it happened, in libyang's words: schema location, data location, line number, each if known.
+  /// Where it happened: the path as below, the line of the input, as far as they are known; empty if not at
+  /// all.
   std::string error_location() const;
   /// The data path that the last message is about (the schema path where there is no such data), or empty.
   std::string error_path() const;
