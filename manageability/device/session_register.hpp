@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <optional>
