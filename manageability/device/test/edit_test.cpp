@@ -83,6 +83,8 @@ struct Refused {
   const char *tag;
   const char *origin;    ///< how the request goes on from the node at fault
   const char *path_end;  ///< of the error
+  const char *or_path_end =
+      nullptr;  ///< what libyang 3 and later say: of a missing node they name the parent
 };
 
 const Refused kRefused[] = {
@@ -126,7 +128,7 @@ const Refused kRefused[] = {
     {"interface-configuration{active=act interface-name=a dampening{reuse-threshold=9 suppress-threshold=8}}",
      "operation-failed", "suppress-threshold=8", "/dampening/suppress-threshold"},
     {"interface-configuration{active=act interface-name=a mtus{mtu{owner=y}}}", "operation-failed", "",
-     "/mtus/mtu/mtu"},
+     "/mtus/mtu/mtu", "/mtus/mtu[owner='y']"},
 };
 
 class Edit : public testing::Test {
@@ -171,7 +173,9 @@ TEST_F(Edit, RefusesByTable) {
     } catch (const EditError &error) {
       EXPECT_EQ(error.error_tag, row.tag) << row.edit;
       EXPECT_TRUE(std::string(static_cast<const char *>(error.origin)).starts_with(row.origin)) << row.edit;
-      EXPECT_TRUE(error.path.ends_with(row.path_end)) << row.edit << " says " << error.path;
+      EXPECT_TRUE(error.path.ends_with(row.path_end) ||
+                  (row.or_path_end != nullptr && error.path.ends_with(row.or_path_end)))
+          << row.edit << " says " << error.path;
       EXPECT_STRNE(error.what(), "") << row.edit;
     }
     EXPECT_EQ(workplace_.running_text(), before) << row.edit;

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "live.hpp"
+#include "model_folder.hpp"
 #include "support.hpp"
 
 namespace device::test {
@@ -176,8 +177,9 @@ TEST_F(Live, OnlyWhatTheFilterReachesIsMade) {
 TEST(Models, LoadWithoutWarning) {
   uint32_t store = LY_LOSTORE;
   ly_temp_log_options(&store);
-  ly_ctx *context = nullptr;
-  ASSERT_EQ(ly_ctx_new(YMAP_TEST_MODELS, LY_CTX_DISABLE_SEARCHDIR_CWD, &context), LY_SUCCESS);
+  const ModelFolder folder(YMAP_TEST_MODELS);
+  ly_ctx *context = folder.make_context();
+  ASSERT_NE(context, nullptr);
   size_t modules = 0;
   for (const auto &entry : std::filesystem::directory_iterator(YMAP_TEST_MODELS)) {
     if (entry.path().extension() != ".yang") continue;
