@@ -1,8 +1,6 @@
 // NETCONF replies, errors among them (RFC 6241, section 4.3 and appendix A).
 #include "rpc_reply.hpp"
 
-#include <libyang/libyang.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -10,6 +8,7 @@
 #include <set>
 #include <string_view>
 
+#include "libyang_versions.hpp"
 #include "operation_words.hpp"
 #include "printable.hpp"
 #include "rpc_parameters.hpp"
@@ -193,7 +192,7 @@ std::string print_data(const lyd_node *data, DataFormat format, Layout layout) {
   if (data == nullptr) return {};
   char *text = nullptr;
   const uint32_t options =
-      LYD_PRINT_WITHSIBLINGS | (layout == Layout::compact ? uint32_t{LYD_PRINT_SHRINK} : 0U);
+      libyang::kPrintSiblings | (layout == Layout::compact ? uint32_t{LYD_PRINT_SHRINK} : 0U);
   lyd_print_mem(&text, data, format == DataFormat::xml ? LYD_XML : LYD_JSON, options);
   const std::unique_ptr<char, decltype(&free)> owner(text, &free);
   return text == nullptr ? std::string() : std::string(text);
