@@ -1,13 +1,12 @@
 // XML from outside, parsed by libyang without a schema.
 #include "xml_document.hpp"
 
-#include <libyang/libyang.h>
-
 #include <memory>
 #include <new>
 #include <set>
 #include <utility>
 
+#include "libyang_versions.hpp"
 #include "xml_intake.hpp"
 #include "yang.hpp"
 
@@ -29,7 +28,7 @@ void check_attributes(const XmlElement &element) {
 ly_ctx *bare_context() {
   static const std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)> context = [] {
     ly_ctx *made = nullptr;
-    if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY, &made) != LY_SUCCESS) throw std::bad_alloc();
+    if (libyang::new_context(&made) != LY_SUCCESS) throw std::bad_alloc();
     return std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)>(made, &ly_ctx_destroy);
   }();
   return context.get();
@@ -93,8 +92,8 @@ XmlDocument::XmlDocument(std::string_view text) {
   tree_.reset(tree);
   if (status != LY_SUCCESS) {
     const char *reason = ly_errmsg(context);
-    const char *place = ly_errpath(context);
-    not_well_formed(std::string(view(reason)) + " " + std::string(view(place)));
+    const auto line = libyang::error_place(context).line;
+    not_well_formed(std::string(view(reason)) + " Line number " + std::to_string(line) + ".");
   }
   if (tree == nullptr) malformed("the message holds no element; it must be one");
   if (tree->next != nullptr) malformed("the message holds several root elements; it must be one");
