@@ -87,7 +87,7 @@ class AnswerBuilder {
     // On a copy: validation adds the containers that nobody asked for.
     lyd_node *copy = nullptr;
     lyd_dup_siblings(answer_.data.get(), nullptr, LYD_DUP_RECURSIVE, &copy);
-    const auto status = lyd_validate_module(&copy, schema_.module(), LYD_VALIDATE_PRESENT, nullptr);
+    const auto status = lyd_validate_module(&copy, schema_.module(), 0, nullptr);
     lyd_free_all(copy);
     if (status != LY_SUCCESS) answer_.warnings.push_back("the answer is not valid data: " + reason());
   }
