@@ -1,11 +1,7 @@
 // The OpenConfig module as libyang has compiled it.
 #include "schema.hpp"
 
-#include <libyang/libyang.h>
-#include <libyang/plugins_types.h>
-
-#include <algorithm>
-
+#include "libyang_versions.hpp"
 #include "rpc_error.hpp"
 
 namespace ymap {
@@ -23,10 +19,9 @@ uint8_t fraction_digits(const lysc_type *type) {
 }
 
 void collect_derived(const lysc_ident *identity, std::vector<std::string> &names) {
-  LY_ARRAY_COUNT_TYPE at = 0;
-  LY_ARRAY_FOR(identity->derived, at) {
-    names.emplace_back(identity->derived[at]->name);
-    collect_derived(identity->derived[at], names);
+  for (const auto *derived : libyang::items(identity->derived)) {
+    names.emplace_back(derived->name);
+    collect_derived(derived, names);
   }
 }
 
@@ -48,23 +43,6 @@ std::string expectation(const lysc_node *leaf) {
   return "a text";
 }
 
-/// Frees what a type's store callback left behind.
-struct StoredValue {
-  const ly_ctx *context;
-  const lysc_type *type;
-  lyd_value value = {};
-  ly_err_item *error = nullptr;
-  bool stored = false;
-
-  StoredValue(const ly_ctx *a_context, const lysc_type *a_type) : context(a_context), type(a_type) {}
-  StoredValue(const StoredValue &) = delete;
-  StoredValue &operator=(const StoredValue &) = delete;
-  ~StoredValue() {
-    if (stored) type->plugin->free(context, &value);
-    ly_err_free(error);
-  }
-};
-
 }  // namespace
 
 void Schema::ContextDeleter::operator()(ly_ctx *context) const {
@@ -73,7 +51,7 @@ void Schema::ContextDeleter::operator()(ly_ctx *context) const {
 
 Schema::Schema(const std::filesystem::path &models, const std::string &module, const Companions &companions)
     : models_(companions.modules.empty() ? std::vector{models} : std::vector{companions.folder, models}) {
-  using YangLibrary = device::ModelFolders::YangLibrary;
+  using libyang::YangLibrary;
   ly_log_options(LY_LOSTORE_LAST);
   context_.reset(
       models_.make_context(companions.modules.empty() ? YangLibrary::absent : YangLibrary::present));
@@ -84,6 +62,7 @@ Schema::Schema(const std::filesystem::path &models, const std::string &module, c
     load(companion.name, companions.folder, features.data());
   }
   module_ = load(module.c_str(), models, nullptr);
+  libyang::keep_order(context());
 }
 
 const lys_module *Schema::load(const char *name, const std::filesystem::path &folder, const char **features) {
@@ -101,7 +80,7 @@ std::string Schema::ns() const {
 }
 
 const lysc_node *Schema::child(const lysc_node *parent, std::string_view name) const {
-  return lys_find_child(parent, module_, name.data(), name.size(), 0, 0);
+  return libyang::find_child(parent, module_, name);
 }
 
 std::vector<const lysc_node *> Schema::children(const lysc_node *parent) const {
@@ -112,23 +91,32 @@ std::vector<const lysc_node *> Schema::children(const lysc_node *parent) const {
 }
 
 CheckedValue check_value(const lysc_node *leaf, std::string_view value, ValueScope scope) {
+  auto *context = leaf->module->ctx;
+  const auto refused = [leaf](const std::string &reason) {
+    return CheckedValue{std::nullopt, reason + " Expected " + expectation(leaf) + "."};
+  };
+  std::string text(value);
   // An identity without prefix is taken as one of the leaf's own module, whatever the default namespace is:
   // clients that put a prefix on their elements commonly put none on the value.
-  const bool xml = scope.xml_prefixes != nullptr && value.find(':') != std::string_view::npos;
-  const lysc_type *type = real_type(leaf);
-  StoredValue result(leaf->module->ctx, type);
-  const auto status = type->plugin->store(
-      leaf->module->ctx, type, value.data(), value.size(), 0, xml ? LY_VALUE_XML : LY_VALUE_JSON,
-      const_cast<void *>(scope.xml_prefixes), LYD_HINT_DATA, leaf, &result.value, nullptr, &result.error);
-  result.stored = status == LY_SUCCESS || status == LY_EINCOMPLETE;
-  if (result.stored) {
-    const char *canonical = lyd_value_get_canonical(leaf->module->ctx, &result.value);
-    return {plain_value(leaf, canonical), {}};
+  const auto colon = value.find(':');
+  const bool prefixed = colon != std::string_view::npos && real_type(leaf)->basetype == LY_TYPE_IDENT;
+  if (prefixed && scope.xml_prefixes != nullptr) {
+    const std::string prefix(value.substr(0, colon));
+    const auto *module = libyang::module_of_prefix(leaf, prefix, scope.xml_prefixes);
+    if (module == nullptr)
+      return refused("The prefix \"" + prefix + "\" stands for no module of the device.");
+    text.replace(0, colon, module->name);
   }
-  std::string reason = result.error != nullptr && result.error->msg != nullptr
-                           ? result.error->msg
-                           : "Invalid value \"" + std::string(value) + "\".";
-  return {std::nullopt, reason + " Expected " + expectation(leaf) + "."};
+  ly_err_clean(context, nullptr);
+  const char *canonical = nullptr;
+  const auto status = libyang::check_value(leaf, text, &canonical);
+  if (status != LY_SUCCESS && status != LY_EINCOMPLETE) {
+    const char *reason = ly_errmsg(context);
+    return refused(reason != nullptr ? reason : "Invalid value \"" + text + "\".");
+  }
+  CheckedValue checked{plain_value(leaf, canonical), {}};
+  lydict_remove(context, canonical);
+  return checked;
 }
 
 std::string plain_value(const lysc_node *leaf, std::string_view canonical) {
@@ -151,10 +139,7 @@ std::vector<std::string> value_words(const lysc_node *leaf) {
   if (type->basetype == LY_TYPE_BOOL) words = {"true", "false"};
   if (type->basetype == LY_TYPE_IDENT) {
     const auto *identity = reinterpret_cast<const lysc_type_identityref *>(type);
-    LY_ARRAY_COUNT_TYPE at = 0;
-    LY_ARRAY_FOR(identity->bases, at) {
-      collect_derived(identity->bases[at], words);
-    }
+    for (const auto *base : libyang::items(identity->bases)) collect_derived(base, words);
   }
   return words;
 }
