@@ -1,8 +1,6 @@
 // Bytes as the text that `ymap rpc` and `ymap translate` read. Every text ends in a reply that is an XML
 // document; a refused one stores nothing, and nothing but a refusal is thrown.
 
-#include <libyang/libyang.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -10,6 +8,7 @@
 #include <string_view>
 
 #include "folder.hpp"
+#include "libyang_versions.hpp"
 #include "openconfig_request.hpp"
 #include "rpc_error.hpp"
 #include "rpc_reply.hpp"
@@ -30,7 +29,7 @@ constexpr auto kLayout = ymap::Layout::indented;
 void expect_document(const std::string &text) {
   static ly_ctx *context = [] {
     ly_ctx *made = nullptr;
-    if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY, &made) != LY_SUCCESS) fail("no libyang context", "");
+    if (libyang::new_context(&made) != LY_SUCCESS) fail("no libyang context", "");
     return made;
   }();
   lyd_node *tree = nullptr;
