@@ -113,9 +113,9 @@ constexpr const char *kValues[] = {
     "99999999999999999999999999",
 };
 
-const std::vector<std::string> &below(const std::string &parent) {
+const std::vector<std::string> &below(std::string_view parent) {
   static const auto grammar = [] {
-    std::map<std::string, std::vector<std::string>> all;
+    std::map<std::string, std::vector<std::string>, std::less<>> all;
     for (const auto &[tag, list] : kGrammar) {
       std::istringstream words(list);
       for (std::string word; words >> word;) all[tag].push_back(word);
