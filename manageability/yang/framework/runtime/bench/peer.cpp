@@ -1,14 +1,13 @@
 // The mapping as one would write it by hand with libyang: walk, convert, make.
 #include "peer.hpp"
 
-#include <libyang/libyang.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
+#include "libyang_versions.hpp"
 #include "ymap_types.h"
 
 namespace yfw::bench {
@@ -229,7 +228,9 @@ std::string tenths(const char *decibels) {
 }  // namespace
 
 Peer::Peer(const std::filesystem::path &models) {
-  check(ly_ctx_new(models.c_str(), LY_CTX_NO_YANGLIBRARY, &context_));
+  check(libyang::new_context(&context_));
+  check(ly_ctx_unset_options(context_, LY_CTX_DISABLE_SEARCHDIRS));
+  check(ly_ctx_set_searchdir(context_, models.c_str()));
   for (std::size_t i = 0; i < kModules.size(); ++i) {
     modules_[i] = ly_ctx_load_module(context_, kModules[i], nullptr, nullptr);
     if (modules_[i] == nullptr)
