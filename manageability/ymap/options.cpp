@@ -4,7 +4,9 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 #include <map>
+#include <memory>
 
+#include "help.hpp"
 #include "printable.hpp"
 
 namespace ymap {
@@ -109,6 +111,7 @@ class Parser {
  public:
   explicit Parser(Options &options) : options_(options) {
     app_.set_version_flag("--version", std::string("ymap ") + YMAP_VERSION);
+    app_.formatter(std::make_shared<HelpFormatter>());
     app_.footer(kExamples);
     app_.require_subcommand(1);
     app_.add_option("--device", options_.device, "Folder of the emulated device; your own without it")
@@ -125,7 +128,7 @@ class Parser {
     app_.add_flag("--trace", options_.trace, "The plug-in's log on standard error");
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
     add_get();
-    add_edit(Options::Command::set, "set", "Set leaves of an amplifier's config", "LEAF=VALUE", kSetExamples);
+    add_edit(Options::Command::set, "set", "Set leaves of an amplifier's config", kAssignment, kSetExamples);
     add_edit(Options::Command::unset, "unset", "Remove leaves of an amplifier's config", "LEAF",
              kUnsetExamples);
     add_message(Options::Command::rpc, "rpc", "Run a NETCONF <rpc>: get, get-config, edit-config, validate",
@@ -226,7 +229,7 @@ std::optional<int> parse_command_line(int argc, const char *const *argv, Options
     const auto rest = parser.app().remaining();
     const bool no_command = parser.app().get_subcommands().empty() && !rest.empty();
     std::cerr << "ymap: error: "
-              << printable(no_command ? "\"" + rest.front() + "\" is no command or option" : error.what())
+              << printable(no_command ? "\"" + rest.front() + "\" is no command or option" : complaint(error))
               << "\nymap --help, or ymap COMMAND --help, shows the usage.\n";
     return 2;
   }

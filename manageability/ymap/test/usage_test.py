@@ -32,6 +32,24 @@ class Usage(DeviceTest):
                 self.assertIn("Examples:", text)
         self.assertRegex(self.ok("--version"), r"^ymap \d+\.\d+\.\d+\n$")
 
+    def test_the_shape_of_help(self):
+        text = self.ok("set", "--help")
+        self.assertEqual(text[:text.index("\nExamples:")], """\
+Set leaves of an amplifier's config
+Usage: ymap set [OPTIONS] AMPLIFIER LEAF=VALUE...
+
+Positionals:
+  AMPLIFIER TEXT REQUIRED     Name of the amplifier
+  LEAF=VALUE TEXT ... REQUIRED
+                              One or more, one transaction
+
+Options:
+  -h,--help                   Print this help message and exit
+
+""")
+        self.assertIn("\n  --config Excludes: --state  Settings only\n", self.ok("get", "--help"))
+        self.assertIn("\nSubcommands:\n  get                         Read amplifiers: ", self.ok("--help"))
+
     def test_global_options_stand_anywhere(self):
         before = subprocess.check_output([YMAP, "--device", self.folder, "get", BST2, "--config"])
         after = subprocess.check_output([YMAP, "get", BST2, "--config", "--device", self.folder])
