@@ -1,10 +1,9 @@
 // XML filters over libyang trees.
 #include "data_filter.hpp"
 
-#include <libyang/libyang.h>
-
 #include <new>
 
+#include "libyang_versions.hpp"
 #include "rpc_reply.hpp"
 #include "schema.hpp"
 #include "subtree_filter.hpp"
@@ -44,8 +43,7 @@ struct Adapter {
 lyd_node *copy(const yfw::Selected<const lyd_node *> &selected, lyd_node *parent) {
   lyd_node *node = nullptr;
   // The keys of an entry come with it.
-  lyd_dup_single(selected.node, reinterpret_cast<lyd_node_inner *>(parent),
-                 selected.whole ? LYD_DUP_RECURSIVE : 0, &node);
+  libyang::duplicate(selected.node, parent, selected.whole ? LYD_DUP_RECURSIVE : 0, &node);
   if (node == nullptr) throw std::bad_alloc();
   for (const auto &child : selected.children)
     if (!lysc_is_key(child.node->schema)) copy(child, node);

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "live.hpp"
-#include "model_folder.hpp"
+#include "model_folders.hpp"
 #include "support.hpp"
 
 namespace device::test {
@@ -177,7 +177,7 @@ TEST_F(Live, OnlyWhatTheFilterReachesIsMade) {
 TEST(Models, LoadWithoutWarning) {
   uint32_t store = LY_LOSTORE;
   ly_temp_log_options(&store);
-  const ModelFolder folder(YMAP_TEST_MODELS);
+  const ModelFolders folder({YMAP_TEST_MODELS});
   ly_ctx *context = folder.make_context();
   ASSERT_NE(context, nullptr);
   size_t modules = 0;
