@@ -3,6 +3,7 @@
 # make lint    clang-tidy over all sources              make install installs below PREFIX (default /usr/local)
 # make package makes build/ymap_VERSION_ARCH.deb, for Debian
 # make serve   serves NETCONF on 127.0.0.1:PORT, for the device in the folder DEVICE (default: your own)
+# make check-releases  runs demo and check on fresh Debian systems (RELEASES), as root
 PREFIX ?= /usr/local
 PORT ?= 8300
 JOBS ?= $(shell nproc)
@@ -11,19 +12,25 @@ TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
 FUZZ_SECONDS ?= 1200
 
-.PHONY: demo serve check bench fuzz install package lint format clean packages
+.PHONY: demo serve check check-releases bench fuzz install package lint format clean
 
-demo: packages
+# Installs what tasks of packages.txt need and is absent.
+PACKAGES = @scripts/install-packages
+
+demo:
+	$(PACKAGES) build
 	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
 	@cmake --build --preset release -j $(JOBS) -- --no-print-directory
 	@scripts/demo build/release/bin/ymap
 
-serve: packages
+serve:
+	$(PACKAGES) build serve
 	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
 	@cmake --build --preset release -j $(JOBS) -- --no-print-directory
 	@scripts/serve build/release/bin/ymap $(PORT) $(if $(DEVICE),"$(DEVICE)")
 
-check: packages
+check:
+	$(PACKAGES) build serve package check
 	cmake --preset asan
 	cmake --build --preset asan -j $(JOBS)
 	ctest --preset asan -j $(TEST_JOBS)
@@ -31,14 +38,19 @@ check: packages
 	cmake --build --preset dev -j $(JOBS)
 	ctest --preset dev -j $(TEST_JOBS)
 
-bench: packages
+check-releases:
+	scripts/check-releases $(RELEASES)
+
+bench:
+	$(PACKAGES) build bench
 	cmake --preset release -DBUILD_TESTING=OFF -DYMAP_BENCHMARKS=ON
 	cmake --build --preset release -j $(JOBS)
 	build/release/bin/ymap_bench
 	build/release/bin/netconf_bench
 	@scripts/count-instructions build/release/bin/ymap_rounds
 
-fuzz: packages
+fuzz:
+	$(PACKAGES) build fuzz
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j $(JOBS) --target plugin_fuzz rpc_fuzz
 	mkdir -p build/fuzz/found/plugin build/fuzz/found/rpc
@@ -47,13 +59,15 @@ fuzz: packages
 	cd build/fuzz && bin/rpc_fuzz -max_total_time=$(FUZZ_SECONDS) -max_len=8192 -print_final_stats=1 \
 	  -dict=../../manageability/fuzz/rpc.dict found/rpc ../../manageability/fuzz/corpus/rpc
 
-install: packages
+install:
+	$(PACKAGES) build
 	cmake --preset release -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=$(PREFIX)
 	cmake --build --preset release -j $(JOBS)
 	cmake --install build/release
 
 # In a folder of its own: the paths of an installation below /usr are compiled in.
-package: packages
+package:
+	$(PACKAGES) build package
 	cmake --preset release -B build/package -DBUILD_TESTING=OFF -DCMAKE_INSTALL_PREFIX=/usr
 	cmake --build build/package -j $(JOBS)
 	cpack --config build/package/CPackConfig.cmake -B build/package/out
@@ -62,16 +76,15 @@ package: packages
 # Tests build objects for their errors alone and join texts freely; benchmarks count rounds in a variable of no use.
 LINT_TESTS = --checks=-performance-*,-clang-analyzer-deadcode.DeadStores,-bugprone-exception-escape,-bugprone-suspicious-missing-comma,-bugprone-unused-raii
 
-lint: packages
+lint:
+	$(PACKAGES) build lint
 	cmake --preset dev -B build/lint -DYMAP_BENCHMARKS=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
 	git ls-files '*.cpp' | grep -vE '/(test|fuzz|bench)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/lint
 	git ls-files '*.cpp' | grep -E '/(test|fuzz|bench)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/lint $(LINT_TESTS)
 
-format: packages
-	git ls-files '*.cpp' '*.h' '*.hpp' | xargs clang-format -i
-
-packages:
-	@scripts/install-packages
+format:
+	$(PACKAGES) format
+	git ls-files '*.cpp' '*.h' '*.hpp' | xargs scripts/clang-format -i
 
 clean:
 	rm -rf build
