@@ -135,8 +135,8 @@ class AnswerTest(PipedTest):
     def test_filters(self):
         session = self.session()
         entry = "netconf-state/schemas/schema/"
-        one = [entry + "identifier=ietf-yang-types", entry + "version=2013-07-15", entry + "format=ncm:yang"]
-        schema = "<schemas><schema><identifier>ietf-yang-types</identifier>%s</schema></schemas>"
+        one = [entry + "identifier=ietf-netconf", entry + "version=2011-06-01", entry + "format=yang"]
+        schema = "<schemas><schema><identifier>ietf-netconf</identifier>%s</schema></schemas>"
         for filtered, expected in [
                 ("", []),
                 ('<system xmlns="urn:ietf:params:xml:ns:yang:ietf-system"/>', []),
@@ -148,16 +148,17 @@ class AnswerTest(PipedTest):
                 (state(schema % "<format>yin</format>"), []),
                 (state(schema % "<nothing/>"), one),
                 (f'<netconf-state xmlns="">{schema % "<location> NETCONF </location>"}</netconf-state>',
-                 one + [entry + "namespace=urn:ietf:params:xml:ns:yang:ietf-yang-types", entry + "location=NETCONF"]),
+                 one + [entry + "namespace=" + NETCONF, entry + "location=NETCONF"]),
                 (state("<statistics><in-bad-rpcs/></statistics>") + state("<datastores/>") +
                  config(BST2, "<target-gain/>") +
-                 f'<modules-state xmlns="{LIBRARY}"><module><name>yang</name><revision/></module></modules-state>',
+                 f'<modules-state xmlns="{LIBRARY}"><module><name>ietf-netconf</name><revision/></module></modules-state>',
                  [f"optical-amplifier/amplifiers/amplifier/{leaf}" for leaf in
                   ("name=" + BST2, "config/target-gain=18.4")] +
                  ["netconf-state/datastores/datastore/name=running", "netconf-state/statistics/in-bad-rpcs=0"] +
-                 [f"modules-state/module/{leaf}" for leaf in ("name=yang", "revision=2022-06-16")])]:
+                 [f"modules-state/module/{leaf}" for leaf in ("name=ietf-netconf", "revision=2011-06-01")])]:
             with self.subTest(filtered):
-                self.assertEqual(self.selected(session, filtered), expected)
+                # Identities of the leaf's own module have a prefix or none, as the version of libyang has it.
+                self.assertEqual([each.replace("=ncm:", "=") for each in self.selected(session, filtered)], expected)
 
     def test_every_schema_listed_is_there(self):
         session = self.session("1.0")
