@@ -1,6 +1,7 @@
 """A device behind a real sshd, started as users start it, and clients of it."""
 
 import os
+import pwd
 import re
 import socket
 import subprocess
@@ -80,9 +81,10 @@ class ServedTest(unittest.TestCase):
             return log.read()
 
     def connect(self):
-        """A session of ncclient, closed after the test."""
-        session = manager.connect(host="127.0.0.1", port=self.port, key_filename=os.path.join(self.state, "client_key"),
-                                  hostkey_verify=False, allow_agent=False, look_for_keys=False, timeout=60)
+        """A session of ncclient, closed after the test. Version 0.6.17 fails over keys where no password is given."""
+        session = manager.connect(host="127.0.0.1", port=self.port, username=pwd.getpwuid(os.geteuid()).pw_name,
+                                  key_filename=os.path.join(self.state, "client_key"), password="", hostkey_verify=False,
+                                  allow_agent=False, look_for_keys=False, timeout=60)
         self.addCleanup(lambda: session.connected and session.close_session())
         return session
 
