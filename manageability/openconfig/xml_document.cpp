@@ -38,6 +38,11 @@ std::string_view view(const char *text) {
   return text == nullptr ? std::string_view() : std::string_view(text);
 }
 
+const lyd_node_opaq *leading_text(const lyd_node_opaq *element) {
+  const auto *first = reinterpret_cast<const lyd_node_opaq *>(element->child);
+  return first != nullptr && view(first->name.module_ns) == kLeadingText ? first : nullptr;
+}
+
 }  // namespace
 
 XmlElement::XmlElement(const lyd_node *node) : node_(reinterpret_cast<const lyd_node_opaq *>(node)) {}
@@ -50,7 +55,10 @@ std::string_view XmlElement::ns() const {
   return ns == kNoNamespace ? std::string_view() : ns;
 }
 std::string_view XmlElement::text() const {
-  return view(node_->value);
+  // Whether a value of nothing but white space is kept is different from version to version.
+  const auto *leading = leading_text(node_);
+  const auto value = view(leading != nullptr ? leading->value : node_->value);
+  return trimmed(value).empty() ? std::string_view() : value;
 }
 const void *XmlElement::prefixes() const {
   return node_->val_prefix_data;
@@ -58,8 +66,8 @@ const void *XmlElement::prefixes() const {
 
 std::vector<XmlElement> XmlElement::children() const {
   std::vector<XmlElement> elements;
-  for (const lyd_node *child = node_->child; child != nullptr; child = child->next)
-    elements.emplace_back(child);
+  const lyd_node *first = leading_text(node_) == nullptr ? node_->child : node_->child->next;
+  for (const lyd_node *child = first; child != nullptr; child = child->next) elements.emplace_back(child);
   return elements;
 }
 
@@ -91,9 +99,11 @@ XmlDocument::XmlDocument(std::string_view text) {
       lyd_parse_data_mem(context, prepared.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
   tree_.reset(tree);
   if (status != LY_SUCCESS) {
-    const char *reason = ly_errmsg(context);
+    const auto reason = view(ly_errmsg(context));
     const auto line = libyang::error_place(context).line;
-    not_well_formed(std::string(view(reason)) + " Line number " + std::to_string(line) + ".");
+    // Of some bytes that are not UTF-8 it tells neither.
+    not_well_formed(reason.empty() ? "it holds what is no character"
+                                   : std::string(reason) + " Line number " + std::to_string(line) + ".");
   }
   if (tree == nullptr) malformed("the message holds no element; it must be one");
   if (tree->next != nullptr) malformed("the message holds several root elements; it must be one");

@@ -33,7 +33,7 @@ class XmlElement {
 
   std::string_view name() const;
   std::string_view ns() const;    ///< namespace URI, empty for none
-  std::string_view text() const;  ///< character data as it stands, empty beside child elements
+  std::string_view text() const;  ///< character data as it stands, empty behind child elements, or if blank
   std::vector<XmlElement> children() const;
   std::vector<XmlAttribute> attributes() const;
   /// The prefixes in scope at the element, as libyang's LY_VALUE_XML prefix data.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <optional>
 #include <vector>
 
 #include "rpc_error.hpp"
@@ -69,6 +70,7 @@ class Intake {
   struct Open {
     std::string_view name;
     bool has_child = false;
+    std::optional<std::size_t> text = {};  ///< where in `prepared_` its text begins
   };
 
   void copy_to(std::size_t end) {
@@ -82,7 +84,7 @@ class Intake {
     if (end == std::string_view::npos) return false;
     const auto next = end + opaque.end.size();
     if (opaque.is_content) {
-      refuse_mixed_content();
+      note_text(at_);
     } else {
       copy_to(at_);
       copied_ = next;
@@ -112,6 +114,7 @@ class Intake {
   }
 
   void take_start_tag(std::size_t end) {
+    if (!open_.empty()) add_child(open_.back());
     if (++elements_ > kMostElements)
       too_big("the message has more than " + std::to_string(kMostElements) + " elements");
     const bool is_empty = xml_[end - 1] == '/';
@@ -122,7 +125,6 @@ class Intake {
       copy_to(end_of_name);
       prepared_.append(" xmlns=\"").append(kNoNamespace).append("\"");
     }
-    if (!open_.empty()) open_.back().has_child = true;
     if (is_empty) return;
     if (open_.size() == kDeepestElement)
       malformed("elements are nested deeper than " + std::to_string(kDeepestElement) + " levels");
@@ -164,16 +166,32 @@ class Intake {
   }
 
   /// The text since the last tag, up to `end`.
-  void check_text(std::size_t end) const {
+  void check_text(std::size_t end) {
     const auto text = xml_.substr(text_begin_, end - text_begin_);
     if (text.find("]]>") != std::string_view::npos) refuse_here("\"]]>\" must not stand in a text");
-    if (!trimmed(text).empty()) refuse_mixed_content();
+    if (!trimmed(text).empty()) note_text(text_begin_);
   }
 
-  /// Text in front of elements is left to those who know the element's place.
-  void refuse_mixed_content() const {
-    if (open_.empty() || !open_.back().has_child) return;
-    const std::string name(open_.back().name.substr(open_.back().name.find(':') + 1));
+  void note_text(std::size_t begin) {
+    if (open_.empty()) return;
+    auto &element = open_.back();
+    if (element.has_child) refuse_mixed_content(element);
+    if (element.text) return;
+    copy_to(begin);
+    element.text = prepared_.size();
+  }
+
+  void add_child(Open &parent) {
+    parent.has_child = true;
+    if (!parent.text) return;
+    copy_to(at_);
+    prepared_.insert(*parent.text, std::string("<text xmlns=\"").append(kLeadingText).append("\">"));
+    prepared_.append("</text>");
+    parent.text.reset();
+  }
+
+  [[noreturn]] static void refuse_mixed_content(const Open &element) {
+    const std::string name(element.name.substr(element.name.find(':') + 1));
     throw RpcError({.type = "protocol",
                     .tag = "bad-element",
                     .message = "element " + name + " holds text beside elements",
