@@ -28,8 +28,11 @@ uint64_t nanoseconds_now() {
 // system's clock, so a file this young is parsed again. Nanoseconds.
 constexpr int64_t kTooYoung = 50'000'000;
 
-/// libyang stops at the end of the first JSON value and takes no notice of what follows.
-bool is_one_document(const std::string &text) {
+constexpr const char *kJsonSpace = " \t\r\n";
+
+/// What is wrong with a JSON text that libyang took; empty if nothing. It stops at the end of the first value
+/// and takes no notice of what follows, and some versions take none of a comma behind the last item either.
+std::string overlooked_fault(const std::string &text) {
   int depth = 0;
   bool quoted = false;
   for (size_t i = 0; i < text.size(); ++i) {
@@ -40,11 +43,18 @@ bool is_one_document(const std::string &text) {
       quoted = !quoted;
     } else if (!quoted && (c == '{' || c == '[')) {
       ++depth;
-    } else if (!quoted && (c == '}' || c == ']') && --depth == 0) {
-      return text.find_first_not_of(" \t\r\n", i + 1) == std::string::npos;
+    } else if (!quoted && (c == '}' || c == ']')) {
+      if (text[text.find_last_not_of(kJsonSpace, i - 1)] == ',') {
+        const auto line =
+            1 + std::ranges::count(text.begin(), text.begin() + static_cast<ptrdiff_t>(i), '\n');
+        return "a comma stands behind a last item (line " + std::to_string(line) + ")";
+      }
+      const bool is_end = --depth == 0;
+      if (is_end && text.find_first_not_of(kJsonSpace, i + 1) == std::string::npos) return {};
+      if (is_end) break;
     }
   }
-  return false;
+  return "something follows the end of the configuration";
 }
 
 }  // namespace
@@ -113,7 +123,7 @@ Tree Device::Impl::parse(const std::string &text) const {
                        " is damaged: " + reason +
                        "; restore it from a backup, or use an empty folder to begin with factory data");
   };
-  if (text.find_first_not_of(" \t\r\n") == std::string::npos) throw damaged("it is empty");
+  if (text.find_first_not_of(kJsonSpace) == std::string::npos) throw damaged("it is empty");
   if (text.find('\0') != std::string::npos) throw damaged("it holds zero bytes");
   schema.clear_errors();
   lyd_node *tree = nullptr;
@@ -127,9 +137,9 @@ Tree Device::Impl::parse(const std::string &text) const {
     const std::string place = schema.error_location();
     throw damaged(place.empty() ? reason : reason + " (" + place + ")");
   }
-  if (!is_one_document(text)) {
+  if (const std::string fault = overlooked_fault(text); !fault.empty()) {
     lyd_free_all(tree);
-    throw damaged("something follows the end of the configuration");
+    throw damaged(fault);
   }
   remove_empty_containers(tree);
   return Tree(tree);

@@ -97,6 +97,8 @@ TEST(Folder, DamageIsTold) {
       "[]",
       entry + "x",
       entry + entry,
+      entry.substr(0, entry.size() - 2) + ",}}",
+      entry.substr(0, entry.size() - 3) + " ,\n ]}}",
       entry + std::string(1, '\0'),
       R"({"a":1})",
       R"({"Velm-NALTO-ifmgr-cfg:nonsense":{}})",
