@@ -10,6 +10,7 @@ import tempfile
 import unittest
 
 PREFIX = pathlib.Path(os.environ["INSTALLED"])
+BUILD = pathlib.Path(os.environ["BUILD"])
 LIBDIR = os.environ["LIBDIR"]
 COMPILER = [*shlex.split(os.environ["COMPILER"]), "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 VERSION = os.environ["VERSION"]
@@ -65,6 +66,32 @@ class PkgConfig(Case):
         for header in HEADERS + [f"yfw/{name}" for name in RUNTIME_HEADERS]:
             with self.subTest(header):
                 run(*COMPILER, *contract, "-fsyntax-only", "-x", "c++", "-", input=f"#include <{header}>\n")
+
+
+class Binaries(unittest.TestCase):
+    """What readelf tells of the programs and libraries."""
+
+    def read(self, option, file):
+        return run(os.environ["READELF"], option, "--wide", file)
+
+    def test_installed_ones_are_hardened(self):
+        programs = {"NOW"} if "-no-pie" in os.environ["LINK_FLAGS"] else {"NOW", "PIE"}
+        for folder, wanted in (("bin", programs), (LIBDIR, {"NOW"})):
+            for name in CONTENTS[folder].split():
+                with self.subTest(name):
+                    flags = re.findall(r"\(FLAGS_1\)(.*)", self.read("--dynamic", PREFIX / folder / name))
+                    self.assertLessEqual(wanted, set(" ".join(flags).split()))
+                    self.assertIn("GNU_RELRO", self.read("--program-headers", PREFIX / folder / name))
+
+    def test_no_library_is_sought_in_the_current_folder(self):
+        files = [file for folder in (BUILD / "bin", BUILD / LIBDIR, PREFIX / "bin", PREFIX / LIBDIR)
+                 for file in folder.iterdir() if file.is_file()]
+        self.assertTrue({"ymap", "runtime_mapper_test", "libyfw_map.so"} <= {file.name for file in files})
+        for file in files:
+            for path in re.findall(r"\((?:RUNPATH|RPATH)\) .*\[(.*)\]", self.read("--dynamic", file)):
+                with self.subTest(file, path=path):
+                    for entry in path.split(":"):
+                        self.assertRegex(entry, r"^(/|\$ORIGIN(/|$))")
 
 
 class Manual(Case):
@@ -125,7 +152,7 @@ class SshServer(Case):
 
 class DebianPackage(Case):
     def test_contents(self):
-        subprocess.run(["cpack", "--config", os.environ["BUILD"] + "/CPackConfig.cmake", "-B", self.folder],
+        subprocess.run(["cpack", "--config", BUILD / "CPackConfig.cmake", "-B", self.folder],
                        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=60)
         [package] = self.folder.glob("*.deb")
         field = dict(re.findall(r"(?m)^(\S+): (.*)$", run("dpkg-deb", "--field", package)))
