@@ -47,7 +47,7 @@ class Case(unittest.TestCase):
 class PkgConfig(Case):
     def query(self, prefix, *words):
         environment = {**os.environ, "PKG_CONFIG_PATH": f"{prefix}/{LIBDIR}/pkgconfig"}
-        return run("pkg-config", *words, env=environment).split()
+        return shlex.split(run("pkg-config", *words, env=environment))
 
     def test_client_of_a_moved_installation(self):
         moved = self.folder / "moved"
@@ -139,7 +139,7 @@ class SshServer(Case):
         included.write_text(snippet.replace("/etc/ssh/", f"{self.folder}/"))
         main = self.folder / "sshd_config"
         main.write_text(f"Include {included}\nX11Forwarding yes\nSubsystem sftp internal-sftp\n")
-        for port, command in ((830, f"{PREFIX}/bin/ymap netconf"), (22, "none")):
+        for port, command in ((830, f'"{PREFIX}/bin/ymap" netconf'), (22, "none")):
             with self.subTest(port):
                 place = f"lport={port},user=operator,host=client,addr=192.0.2.7,laddr=192.0.2.1"
                 lines = run("/usr/sbin/sshd", "-T", "-f", main, "-C", place).splitlines()
@@ -166,7 +166,7 @@ class DebianPackage(Case):
                 found.setdefault(str(path.parent.relative_to(self.folder / "root/usr")), set()).add(path.name)
         self.assertEqual(found, {folder: set(names.split()) for folder, names in CONTENTS.items()})
         snippet = (self.folder / "root/usr/share/ymap/sshd-netconf.conf").read_text()
-        self.assertIn("ForceCommand /usr/bin/ymap netconf\n", snippet)
+        self.assertIn('ForceCommand "/usr/bin/ymap" netconf\n', snippet)
 
 
 if __name__ == "__main__":

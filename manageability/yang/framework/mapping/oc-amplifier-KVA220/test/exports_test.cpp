@@ -35,7 +35,7 @@ std::vector<Export> listed_exports(std::string &plain_list) {
 
 // Lines of `nm -D`: "value [size] type name"; functions lose their size, versioned names their version.
 std::string exports_of_library() {
-  FILE *nm = popen(YMAP_NM " -D -S --defined-only " YMAP_PLUGIN, "r");
+  FILE *nm = popen("'" YMAP_NM "' -D -S --defined-only '" YMAP_PLUGIN "'", "r");
   std::set<std::pair<std::string, std::string>> found;
   std::array<char, 1024> buffer{};
   while (nm != nullptr && std::fgets(buffer.data(), buffer.size(), nm) != nullptr) {
