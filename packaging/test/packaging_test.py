@@ -12,7 +12,8 @@ import unittest
 PREFIX = pathlib.Path(os.environ["INSTALLED"])
 BUILD = pathlib.Path(os.environ["BUILD"])
 LIBDIR = os.environ["LIBDIR"]
-COMPILER = [*shlex.split(os.environ["COMPILER"]), "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+FLAGS = os.environ["COMPILER_FLAGS"]
+COMPILER = [os.environ["COMPILER"], *shlex.split(FLAGS), "-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 VERSION = os.environ["VERSION"]
 HEADERS = "yfw_services.h ymap_datatree.h ymap_types.h".split()
 RUNTIME_HEADERS = "datatree.hpp export.hpp mapper.hpp observer.hpp plugin.hpp trace.hpp".split()
@@ -22,6 +23,8 @@ CONTENTS = {
     "include/ymap/yfw": " ".join(RUNTIME_HEADERS),
     LIBDIR: f"libyfw_map.so libyfw_map.so.{VERSION.split('.')[0]} libyfw_map.so.{VERSION} "
             "libymap_oc_amplifier_kva220.so",
+    f"{LIBDIR}/cmake/yfw-map": "yfw-map-config.cmake yfw-map-config-version.cmake yfw-map-targets.cmake "
+                               f"yfw-map-targets-{os.environ['BUILD_TYPE'].lower() or 'noconfig'}.cmake",
     f"{LIBDIR}/pkgconfig": "yfw-map.pc ymap-oc-amplifier-kva220.pc",
     "share/bash-completion/completions": "ymap",
     "share/man/man1": "ymap.1.gz",
@@ -44,25 +47,50 @@ class Case(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
 
 
-class PkgConfig(Case):
-    def query(self, prefix, *words):
-        environment = {**os.environ, "PKG_CONFIG_PATH": f"{prefix}/{LIBDIR}/pkgconfig"}
+class Client(Case):
+    """A program of somebody else's, built against an installation that was moved."""
+
+    def setUp(self):
+        super().setUp()
+        self.moved = self.folder / "moved here"
+        for part in ("include", LIBDIR, "share"):
+            shutil.copytree(PREFIX / part, self.moved / part, symlinks=True)
+
+    def pkg_config(self, *words):
+        environment = {**os.environ, "PKG_CONFIG_PATH": f"{self.moved}/{LIBDIR}/pkgconfig"}
         return shlex.split(run("pkg-config", *words, env=environment))
 
-    def test_client_of_a_moved_installation(self):
-        moved = self.folder / "moved"
-        for part in ("include", LIBDIR):
-            shutil.copytree(PREFIX / part, moved / part, symlinks=True)
-        [plugin] = self.query(moved, "--variable=plugin", "ymap-oc-amplifier-kva220")
-        self.assertEqual(pathlib.Path(plugin).resolve().parent, moved / LIBDIR)
-        flags = self.query(moved, "--cflags", "--libs", "yfw-map")
-        run(*COMPILER, "client.cpp", *flags, "-o", self.folder / "client")
-        native = run(self.folder / "client", plugin, env={"LD_LIBRARY_PATH": f"{moved}/{LIBDIR}"})
-        self.assertEqual(native.splitlines(),
+    def cmake(self, *words):
+        return subprocess.run([os.environ["CMAKE"], *words], capture_output=True, text=True, timeout=60)
+
+    def translates(self, program, plugin, models, **environment):
+        self.assertEqual(pathlib.Path(plugin).resolve().parent, self.moved / LIBDIR)
+        self.assertEqual({file.name for file in pathlib.Path(models).resolve().iterdir()},
+                         set(CONTENTS["share/ymap/models"].split()))
+        self.assertEqual(run(program, plugin, env=environment).splitlines(),
                          ["interface-name = Ots0/0/0/2", "active = act", "ots-egress-amplifier-gain = 155"])
 
+    def test_of_pkg_config(self):
+        flags = self.pkg_config("--cflags", "--libs", "yfw-map")
+        run(*COMPILER, "client/client.cpp", *flags, "-o", self.folder / "client")
+        [plugin], [models] = (self.pkg_config(f"--variable={name}", "ymap-oc-amplifier-kva220")
+                              for name in ("plugin", "models"))
+        self.translates(self.folder / "client", plugin, models, LD_LIBRARY_PATH=f"{self.moved}/{LIBDIR}")
+
+    def test_of_find_package(self):
+        build = self.folder / "build"
+        configured = self.cmake("-S", "client", "-B", build, f"-DCMAKE_PREFIX_PATH={self.moved}",
+                                f"-DCMAKE_CXX_COMPILER={COMPILER[0]}", f"-DCMAKE_CXX_FLAGS={FLAGS}")
+        self.assertEqual((configured.returncode, configured.stderr), (0, ""))
+        built = self.cmake("--build", build)
+        self.assertEqual(built.returncode, 0, built.stdout + built.stderr)
+        self.translates(build / "client", *(build / "parts").read_text().splitlines())
+        for version, fits in (("0.1", False), (VERSION, True), ("0.99", False), ("1.0", False)):
+            with self.subTest(version):
+                self.assertEqual(self.cmake(f"-DYFW_MAP_VERSION={version}", build).returncode == 0, fits)
+
     def test_headers_stand_alone(self):
-        contract = self.query(PREFIX, "--cflags", "ymap-oc-amplifier-kva220")
+        contract = self.pkg_config("--cflags", "ymap-oc-amplifier-kva220")
         for header in HEADERS + [f"yfw/{name}" for name in RUNTIME_HEADERS]:
             with self.subTest(header):
                 run(*COMPILER, *contract, "-fsyntax-only", "-x", "c++", "-", input=f"#include <{header}>\n")
