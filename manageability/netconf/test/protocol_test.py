@@ -209,11 +209,11 @@ class RefusalTest(PipedTest):
                  {"type": "protocol", "tag": "unknown-element", "path": at + "close-session", "bad-element": "now"}),
                 (rpc('<get a="b"/>'), {"type": "protocol", "tag": "unknown-attribute", "path": at + "get",
                                        "bad-attribute": "a", "bad-element": "get"}),
-                (rpc("<unlock>x</unlock>"),
-                 {"type": "protocol", "tag": "bad-element", "path": at + "unlock", "bad-element": "unlock"}),
-                *((rpc(f"<unlock>{mixed}</unlock>"),
-                   {"type": "protocol", "tag": "bad-element", "bad-element": "unlock", "message": "text beside elements"})
-                  for mixed in ("x" + RUNNING, RUNNING + "x")),
+                *((rpc(f"<unlock>{text}</unlock>"),
+                   {"type": "protocol", "tag": "bad-element", "path": at + "unlock", "bad-element": "unlock"})
+                  for text in ("x", "x" + RUNNING)),
+                (rpc(f"<unlock>{RUNNING}x</unlock>"),
+                 {"type": "protocol", "tag": "bad-element", "bad-element": "unlock", "message": "text beside elements"}),
                 (rpc(f'<get><with-defaults xmlns="{DEFAULTS}">trim</with-defaults></get>'),
                  {**wrong, "path": at + "get/ncwd:with-defaults", "message": "explicit"}),
                 (UNLOCK, {"type": "protocol", "tag": "operation-failed", "message": "does not hold"}),
