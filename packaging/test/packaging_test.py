@@ -1,5 +1,6 @@
 """What another project, a reader and a package manager get from an installation."""
 
+import gzip
 import os
 import pathlib
 import re
@@ -178,23 +179,107 @@ class SshServer(Case):
                     "port 22", "port 830", "subsystem netconf /bin/false", "subsystem sftp internal-sftp"})
 
 
-class DebianPackage(Case):
-    def test_contents(self):
-        subprocess.run(["cpack", "--config", BUILD / "CPackConfig.cmake", "-B", self.folder],
+class DebianPackage(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = pathlib.Path(folder.name)
+        # A umask that keeps others out must not show in the package.
+        subprocess.run(["cpack", "--config", BUILD / "CPackConfig.cmake", "-B", cls.folder], umask=0o077,
                        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=60)
-        [package] = self.folder.glob("*.deb")
-        field = dict(re.findall(r"(?m)^(\S+): (.*)$", run("dpkg-deb", "--field", package)))
-        self.assertEqual(package.name, f"ymap_{VERSION}_{field['Architecture']}.deb")
-        needed = {word.split()[0] for word in field["Depends"].split(", ")}
-        self.assertLess({"libyuma-base", "libyang2", "libc6"}, needed)
-        run("dpkg-deb", "--extract", package, self.folder / "root")
+        [cls.package] = cls.folder.glob("*.deb")
+        run("dpkg-deb", "--raw-extract", cls.package, cls.folder / "root")
+        cls.control = cls.folder / "root/DEBIAN"
+        cls.usr = cls.folder / "root/usr"
+        cls.field = dict(re.findall(r"(?m)^(\S+): (.*)$", (cls.control / "control").read_text()))
+
+    def test_contents(self):
         found = {}
-        for path in (self.folder / "root").rglob("*"):
+        for path in self.usr.rglob("*"):
             if not path.is_dir() or path.is_symlink():
-                found.setdefault(str(path.parent.relative_to(self.folder / "root/usr")), set()).add(path.name)
-        self.assertEqual(found, {folder: set(names.split()) for folder, names in CONTENTS.items()})
-        snippet = (self.folder / "root/usr/share/ymap/sshd-netconf.conf").read_text()
+                found.setdefault(str(path.parent.relative_to(self.usr)), set()).add(path.name)
+        self.assertEqual(found, {folder: set(names.split()) for folder, names in {
+            **CONTENTS, "share/doc/ymap": "changelog.gz", "share/lintian/overrides": "ymap"}.items()})
+        self.assertEqual({path.name for path in self.control.iterdir()}, set("control md5sums shlibs triggers".split()))
+        snippet = (self.usr / "share/ymap/sshd-netconf.conf").read_text()
         self.assertIn('ForceCommand "/usr/bin/ymap" netconf\n', snippet)
+
+    def test_everybody_may_read_it(self):
+        for path in [self.usr, *self.usr.rglob("*"), *self.control.iterdir()]:
+            if not path.is_symlink():
+                mode = 0o755 if path.is_dir() or path.parent.name == "bin" else 0o644
+                self.assertEqual(oct(path.stat().st_mode & 0o7777), oct(mode), path)
+
+    def test_what_it_needs_and_what_needs_it(self):
+        self.assertEqual(self.package.name, f"ymap_{VERSION}_{self.field['Architecture']}.deb")
+        [libyang] = re.findall(r"libyang\.so\S* => (\S+)", run("ldd", PREFIX / "bin/ymap"))
+        owner = run("dpkg-query", "--search", os.path.realpath(libyang)).partition(":")[0]
+        needed = {word.split()[0] for word in self.field["Depends"].split(", ")}
+        self.assertLess({"libyuma-base", owner, "libc6"}, needed)
+        dynamic = run(os.environ["READELF"], "--dynamic", self.usr / LIBDIR / "libyfw_map.so")
+        [soversion] = re.findall(r"soname: \[libyfw_map\.so\.(\S+)\]", dynamic)
+        self.assertEqual((self.control / "shlibs").read_text(), f"libyfw_map {soversion} ymap (>= {VERSION})\n")
+
+    def test_changelog(self):
+        changelog = self.folder / "changelog"
+        changelog.write_bytes(gzip.decompress((self.usr / "share/doc/ymap/changelog.gz").read_bytes()))
+        entry = dict(re.findall(r"(?m)^(\S+): (.*)$", run("dpkg-parsechangelog", "-l", changelog)))
+        self.assertEqual([entry[key] for key in ("Source", "Version", "Maintainer")],
+                         ["ymap", VERSION, self.field["Maintainer"]])
+
+    @unittest.skipUnless(shutil.which("lintian"), "there is no lintian")
+    @unittest.skipIf("-fsanitize" in FLAGS, "sanitizers make other binaries")
+    def test_lintian_misses_the_licence_only(self):
+        # Which one it is to be has not been said.
+        wanted = ["E: ymap: no-copyright-file"]
+        if LIBDIR == "lib":  # Debian's own folder is taken only where the prefix is /usr
+            wanted += [f"W: ymap: pkg-config-unavailable-for-cross-compilation [usr/lib/pkgconfig/{name}]"
+                       for name in CONTENTS["lib/pkgconfig"].split()]
+        found = subprocess.run(["lintian", "--allow-root", self.package], capture_output=True, text=True, timeout=120)
+        self.assertEqual(found.stdout.splitlines(), wanted)
+
+
+class DebianChangelog(unittest.TestCase):
+    def test_is_made_of_a_markdown_one(self):
+        text = run("awk", "-v", "package=it", "-v", "maintainer=Some One <one@example.org>",
+                   "-f", "../debian_changelog.awk", input="""# Changelog
+
+- no item
+## [Unreleased]
+### Added
+- not yet
+## [1.1.0] - 2024-02-29
+### Added
+- first,
+  which is long
+- `second`
+
+### Fixed
+- third
+## 1.0.0 - 2023-12-31 [YANKED]
+### Removed
+- fourth
+""")
+        self.assertEqual(text, """it (1.1.0) unstable; urgency=medium
+
+  [ Added ]
+  * first,
+    which is long
+  * `second`
+
+  [ Fixed ]
+  * third
+
+ -- Some One <one@example.org>  Thu, 29 Feb 2024 00:00:00 +0000
+
+it (1.0.0) unstable; urgency=medium
+
+  [ Removed ]
+  * fourth
+
+ -- Some One <one@example.org>  Sun, 31 Dec 2023 00:00:00 +0000
+""")
 
 
 if __name__ == "__main__":
