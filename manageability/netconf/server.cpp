@@ -102,14 +102,14 @@ class Server {
 
   Reply answer(const Deframer::Message &message) {
     std::vector<XmlAttribute> attributes;
-    auto *counted = &counters_.in_bad_rpcs;
+    bool understood = false;
     Reply answered;
     try {
       if (message.cut) refuse_size();
       const RpcMessage rpc(message.text);
       attributes = rpc.attributes();
       const auto action = parse_operation(rpc, parts_);
-      counted = &counters_.in_rpcs;
+      understood = true;
       const auto result = action();
       answered = {reply(attributes, result.content, Layout::compact), result.closes};
     } catch (const std::exception &error) {
@@ -117,7 +117,7 @@ class Server {
       answered = {error_reply(attributes, known_to_client(fault_of(error)), Layout::compact)};
       ++counters_.out_rpc_errors;
     }
-    ++*counted;
+    ++(understood ? counters_.in_rpcs : counters_.in_bad_rpcs);
     return answered;
   }
 

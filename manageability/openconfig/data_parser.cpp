@@ -109,6 +109,7 @@ class EditParser : public DataParser {
   void parse(const std::vector<XmlElement> &elements, std::optional<yfw::Datatree> &stated) {
     check_once(elements, nullptr, {});
     std::vector<Node> tops;
+    tops.reserve(elements.size());
     for (const auto &element : elements) tops.push_back(check(locate(element, nullptr, {}, false)));
     const bool all = default_operation_ != DefaultOperation::none;
     for (const auto &top : tops)
@@ -207,8 +208,9 @@ class EditParser : public DataParser {
   }
 
   static bool removed_without_value(const Node &leaf) {
-    const bool removed = leaf.operation == YMAP_OP_DELETE || leaf.operation == YMAP_OP_REMOVE;
-    return removed && trimmed(leaf.element.text()).empty();
+    const uint32_t operation = leaf.operation.value_or(YMAP_OP_NONE);
+    return (operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE) &&
+           trimmed(leaf.element.text()).empty();
   }
 
   /// `all`: what is below takes part whether it says how or not.
