@@ -2,6 +2,7 @@
 
 import os
 import re
+import shutil
 import subprocess
 import unittest
 from concurrent.futures import ThreadPoolExecutor
@@ -10,10 +11,17 @@ from served import ServedTest
 from tool import BST0, BST2, PRE0
 
 
+def reads_nothing():
+    """Whether it is linked to libxml2 2.14 or later, with which version 2.14 ends every session at the server's hello."""
+    program = shutil.which("yangcli") or "yangcli"
+    return "libxml2.so.16" in subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
+
+
 def path(name, leaf=""):
     return f"/optical-amplifier/amplifiers/amplifier[name='{name}']/" + leaf
 
 
+@unittest.skipIf(reads_nothing(), "this yangcli reads no hello, whatever its shape")
 class Yangcli(ServedTest):
     def run_script(self, *commands):
         """What yangcli prints after its greeting. It ends at the first command that fails."""
