@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 
@@ -23,16 +22,11 @@ LY_ERR give_module(const char *module, const char *revision, const char *submodu
                    void *folders, LYS_INFORMAT *format, const char **text,
                    ly_module_imp_data_free_clb *free_callback) {
   const bool whole = submodule == nullptr;
-  const auto file = static_cast<const ModelFolders *>(folders)->find(whole ? module : submodule,
-                                                                     whole ? revision : sub_revision);
-  std::error_code error;
-  // Anything else might never end.
-  if (!fs::is_regular_file(file, error)) return LY_ENOTFOUND;
-  std::ifstream input(file, std::ios::binary);
-  const std::string content{std::istreambuf_iterator<char>(input), {}};
-  if (!input) return LY_ESYS;
-  auto *copy = new char[content.size() + 1];
-  std::copy_n(content.c_str(), content.size() + 1, copy);
+  const auto content = static_cast<const ModelFolders *>(folders)->text(whole ? module : submodule,
+                                                                        whole ? revision : sub_revision);
+  if (!content) return LY_ENOTFOUND;
+  auto *copy = new char[content->size() + 1];
+  std::copy_n(content->c_str(), content->size() + 1, copy);
   *format = LYS_IN_YANG;
   *text = copy;
   *free_callback = free_text;
@@ -75,6 +69,17 @@ fs::path ModelFolders::find(const char *module, const char *revision) const {
     if (fs::exists(found, error)) break;
   }
   return found;
+}
+
+std::optional<std::string> ModelFolders::text(const std::string &module, const char *revision) const {
+  const auto file = find(module.c_str(), revision);
+  std::error_code error;
+  // Anything else might never end.
+  if (!fs::is_regular_file(file, error)) return std::nullopt;
+  std::ifstream input(file, std::ios::binary);
+  std::string content(fs::file_size(file, error), '\0');
+  if (error || !input.read(content.data(), static_cast<std::streamsize>(content.size()))) return std::nullopt;
+  return content;
 }
 
 }  // namespace device

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -23,6 +25,9 @@ class ModelFolders {
   /// The file of a module in the first folder that has it, of its newest revision there if `revision` is
   /// nullptr; a path where no file is if there is none.
   std::filesystem::path find(const char *module, const char *revision) const;
+
+  /// What that file holds; nothing if it cannot be read.
+  std::optional<std::string> text(const std::string &module, const char *revision = nullptr) const;
 
  private:
   std::vector<std::filesystem::path> paths_;

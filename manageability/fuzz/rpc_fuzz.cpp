@@ -55,17 +55,15 @@ class Bench {
 
   /// What the tool prints for the text.
   std::string reply_to(std::string_view text) {
-    std::vector<ymap::XmlAttribute> attributes;
+    const ymap::RpcMessage message(text);
     try {
-      const ymap::RpcMessage message(text);
-      attributes = message.attributes();
       const auto request = message.request(session_.schema());
       translate(request);
-      const auto content = content_of(request, session_.run(request), kLayout);
-      return ymap::reply(attributes, content, kLayout);
+      const auto content = content_of(session_.schema(), request, session_.run(request), kLayout);
+      return ymap::reply(message.attributes(), content, kLayout);
     } catch (const ymap::RpcError &error) {
       if (stored() != factory_) fail("a refused request was stored", error.what());
-      return ymap::error_reply(attributes, error.fault(), kLayout);
+      return ymap::error_reply(message.attributes(), error.fault(), kLayout);
     }
   }
 

@@ -4,13 +4,14 @@
 #include <libyang/libyang.h>
 
 #include <array>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "announcement.hpp"
+#include "data_writer.hpp"
 #include "hello.hpp"
+#include "printable.hpp"
 #include "rpc_error.hpp"
 
 namespace ymap::netconf {
@@ -23,37 +24,6 @@ constexpr std::array<const char *, 4> kProtocolCapabilities = {
     "urn:ietf:params:netconf:capability:validate:1.1",
     "urn:ietf:params:netconf:capability:with-defaults:1.0?basic-mode=explicit",
 };
-
-/// As a module of YANG 1.1 it would be left to the capability yang-library (RFC 7950, section 5.6.4), but
-/// clients that know YANG 1.0 only, yangcli for one, then stumble over its data in a <get>.
-constexpr std::string_view kLibraryModule = "ietf-yang-library";
-
-std::string revision(const lys_module *module) {
-  return module->revision == nullptr ? "" : module->revision;
-}
-
-/// RFC 6020, section 5.6.4.
-std::string module_capability(const lys_module *module) {
-  auto capability = std::string(module->ns) + "?module=" + module->name;
-  if (module->revision != nullptr) capability.append("&revision=").append(module->revision);
-  std::string features;
-  uint32_t at = 0;
-  const lysp_feature *feature = nullptr;
-  while ((feature = lysp_feature_next(feature, module->parsed, &at)) != nullptr)
-    if ((feature->flags & LYS_FENABLED) != 0)
-      features.append(features.empty() ? "" : ",").append(feature->name);
-  return features.empty() ? capability : capability + "&features=" + features;
-}
-
-/// FNV-1a: the same modules have the same identifier, in every process.
-std::string hash_of(const std::string &text) {
-  uint64_t hash = 0xcbf29ce484222325;
-  for (const char character : text) hash = (hash ^ static_cast<uint8_t>(character)) * 0x100000001b3;
-  std::string digits(17, '\0');
-  digits.resize(
-      static_cast<std::size_t>(std::snprintf(digits.data(), digits.size(), "%016jx", uintmax_t{hash})));
-  return digits;
-}
 
 /// Where a module's file lies on this machine is nothing to a client; it has <get-schema>.
 void remove_locations(lyd_node *tree) {
@@ -74,8 +44,22 @@ void remove_locations(lyd_node *tree) {
 }  // namespace
 
 Catalogue::Catalogue(const Schema &schema) : schema_(schema) {
-  make_library();
-  list_capabilities();
+  capabilities_ = base_capabilities();
+  capabilities_.insert(capabilities_.end(), kProtocolCapabilities.begin(), kProtocolCapabilities.end());
+  const auto folders = schema.companions().folders(schema.models());
+  const auto &known = kBuiltInAnnouncement;
+  if (fingerprint(folders, known.modules) == std::optional(known.fingerprint)) {
+    content_id_ = known.content_id;
+    capabilities_.insert(capabilities_.end(), known.capabilities.begin(), known.capabilities.end());
+  } else {
+    const auto made = announcement_of(schema.yang());
+    content_id_ = made.content_id;
+    capabilities_.insert(capabilities_.end(), made.capabilities.begin(), made.capabilities.end());
+  }
+}
+
+const lys_module *Catalogue::monitoring() const {
+  return ly_ctx_get_module_implemented(context(), "ietf-netconf-monitoring");
 }
 
 std::vector<const lys_module *> Catalogue::modules() const {
@@ -85,10 +69,8 @@ std::vector<const lys_module *> Catalogue::modules() const {
   return found;
 }
 
-void Catalogue::make_library() {
-  std::string names;
-  for (const auto *module : modules()) names += std::string(module->name) + "@" + revision(module) + "\n";
-  content_id_ = hash_of(names);
+const lyd_node *Catalogue::library() const {
+  if (library_) return library_.get();
   lyd_node *tree = nullptr;
   if (ly_ctx_get_yanglib_data(context(), &tree, "%s", content_id_.c_str()) != LY_SUCCESS)
     throw UsageError("the list of YANG modules cannot be made");
@@ -99,17 +81,12 @@ void Catalogue::make_library() {
     lyd_new_list(tree, nullptr, "datastore", 0, &entry, datastore);
     lyd_new_term(entry, nullptr, "schema", "complete", 0, nullptr);
   }
+  return tree;
 }
 
-void Catalogue::list_capabilities() {
-  capabilities_ = base_capabilities();
-  capabilities_.insert(capabilities_.end(), kProtocolCapabilities.begin(), kProtocolCapabilities.end());
-  const auto *library = ly_ctx_get_module_implemented(context(), kLibraryModule.data());
-  capabilities_.push_back("urn:ietf:params:netconf:capability:yang-library:1.1?revision=" +
-                          revision(library) + "&content-id=" + content_id_);
-  for (const auto *module : modules())
-    if (module->parsed->version != LYS_VERSION_1_1 || module == library)
-      capabilities_.push_back(module_capability(module));
+const std::string &Catalogue::library_text() const {
+  if (library_text_.empty()) library_text_ = print_data(library());
+  return library_text_;
 }
 
 std::string Catalogue::schema(const std::string &identifier, const std::string &version,
@@ -117,15 +94,16 @@ std::string Catalogue::schema(const std::string &identifier, const std::string &
   const auto invalid = [](const std::string &message) {
     return RpcError({.tag = "invalid-value", .message = message});
   };
-  if (format != "yang") throw invalid("schemas are there in format yang only, not in \"" + format + "\"");
+  if (format != "yang")
+    throw invalid("schemas are there in format yang only, not in \"" + shortened(format) + "\"");
   std::vector<const lys_module *> found;
   for (const auto *module : modules()) {
     if (identifier == module->name && (version.empty() || version == revision(module)))
       found.push_back(module);
   }
   if (found.empty()) {
-    throw invalid("there is no module \"" + identifier + "\"" +
-                  (version.empty() ? "" : " of revision \"" + version + "\"") +
+    throw invalid("there is no module \"" + shortened(identifier) + "\"" +
+                  (version.empty() ? "" : " of revision \"" + shortened(version) + "\"") +
                   "; /netconf-state/schemas lists all");
   }
   if (found.size() > 1) {

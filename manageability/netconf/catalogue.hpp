@@ -17,19 +17,24 @@ using device::Tree;
 
 class Catalogue {
  public:
-  /// Of the context of `schema`, which holds the protocol's modules too and must outlive the object. Throws
-  /// UsageError.
+  /// `schema` has the protocol's modules as companions and must outlive the object. Throws UsageError.
   explicit Catalogue(const Schema &schema);
-
-  ly_ctx *context() const { return schema_.context(); }
-  /// In the order in which they were loaded.
-  std::vector<const lys_module *> modules() const;
 
   /// Of the server's <hello>.
   const std::vector<std::string> &capabilities() const { return capabilities_; }
 
+  // The rest has the schema's modules compiled when it is first asked for, and throws UsageError.
+
+  ly_ctx *context() const { return schema_.yang().context(); }
+  /// ietf-netconf-monitoring (RFC 6022).
+  const lys_module *monitoring() const;
+  /// In the order in which they were loaded.
+  std::vector<const lys_module *> modules() const;
+
   /// ietf-yang-library's data: yang-library (RFC 8525) and its older form, modules-state (RFC 7895).
-  const lyd_node *library() const { return library_.get(); }
+  const lyd_node *library() const;
+  /// The same in compact XML.
+  const std::string &library_text() const;
 
   /// The text of a module, for <get-schema> (RFC 6022, section 3.1). An empty `version` means any. Throws
   /// RpcError.
@@ -37,13 +42,11 @@ class Catalogue {
                      const std::string &format) const;
 
  private:
-  void make_library();
-  void list_capabilities();
-
   const Schema &schema_;
-  Tree library_;
   std::string content_id_;
   std::vector<std::string> capabilities_;
+  mutable Tree library_;
+  mutable std::string library_text_;
 };
 
 }  // namespace ymap::netconf

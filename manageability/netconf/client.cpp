@@ -74,8 +74,8 @@ Client::Client(const Schema &schema, const Destination &destination, std::chrono
   } catch (const UsageError &error) {
     fail(error.what());
   }
-  if (!hello_.lists_module(schema.module_name()))
-    warnings_.push_back(server_ + " does not announce the module " + schema.module_name());
+  if (!hello_.lists_module(std::string(schema.module_name())))
+    warnings_.push_back(server_ + " does not announce the module " + std::string(schema.module_name()));
 }
 
 Client::~Client() {
@@ -159,10 +159,11 @@ Answer Client::exchange(const Request &request) {
   const auto parts = reply->root().children();
   std::vector<std::string> warnings;
   if (auto fault = read_errors(schema_, parts, warnings)) throw RpcError(std::move(*fault));
-  const auto data = std::ranges::find(parts, "data", &XmlElement::name);
+  const auto data =
+      std::find_if(parts.begin(), parts.end(), [](const XmlElement &part) { return part.name() == "data"; });
   if (data == parts.end() && request.kind != Request::Kind::edit) fail("answers a read without data");
   Answer answer;
-  if (data != parts.end()) answer = read_data(schema_, data->children());
+  if (data != parts.end()) answer = read_data(schema_, (*data).children());
   answer.warnings.insert(answer.warnings.begin(), warnings.begin(), warnings.end());
   return answer;
 }

@@ -1,8 +1,6 @@
 // From a server's XML to answers and faults.
 #include "client_reply.hpp"
 
-#include <libyang/libyang.h>
-
 #include <map>
 
 #include "datatree.hpp"
@@ -17,16 +15,17 @@ class DataReader {
  public:
   explicit DataReader(const Schema &schema) : schema_(schema) {}
 
-  Answer read(const std::vector<XmlElement> &elements) {
+  Answer read(const XmlElements &elements) {
     yfw::Datatree tree;
     add(elements, nullptr, tree, tree.root(), {});
     auto answer = openconfig_answer(schema_, tree.root());
+    validate(schema_, answer);
     answer.warnings.insert(answer.warnings.begin(), foreign_.begin(), foreign_.end());
     return answer;
   }
 
  private:
-  void add(const std::vector<XmlElement> &elements, const lysc_node *schema_parent, yfw::Datatree &tree,
+  void add(const XmlElements &elements, const SchemaNode *schema_parent, yfw::Datatree &tree,
            vidl_yfw_datatree *parent, const std::string &parent_path) {
     for (const auto &element : elements) {
       const auto path = step(parent_path, schema_.module_name(), element.name());
@@ -36,14 +35,14 @@ class DataReader {
         continue;
       }
       const auto *node = schema_.child(schema_parent, element.name());
-      if (node == nullptr || !is_leaf(node)) {
+      if (node == nullptr || !node->is_leaf()) {
         add(element.children(), node, tree, tree.add(parent, element.name(), schema_.ns()), path);
         continue;
       }
       // Prefixes of identities mean something in the server's text only. A wrong value stays as it is, to be
       // named.
       const auto value = trimmed(element.text());
-      const auto checked = check_value(node, value, {element.prefixes()});
+      const auto checked = schema_.check_value(node, value, element.text_ns());
       tree.add(parent, element.name(), schema_.ns(), checked.text ? std::string_view(*checked.text) : value);
     }
   }
@@ -53,15 +52,15 @@ class DataReader {
 };
 
 /// An XPath with a prefix before each name (RFC 6241, section 4.3) as the instance path that faults have
-/// here: the module's name at the first step alone. libyang drops what the prefixes of an <rpc-error> stand
-/// for; servers write the module's own prefix or its name. A path of another module stays as it is.
+/// here: the module's name at the first step alone. What the prefixes stand for is
+/// not looked up: servers write the module's own prefix or its name. A path of another module stays as it is.
 std::string instance_path(const Schema &schema, std::string_view path) {
   const auto colon = path.find(':');
   if (!path.starts_with('/') || colon == std::string_view::npos) return std::string(path);
   const auto name = path.substr(1, colon - 1);
   const auto prefix = path.substr(1, colon);
-  if (name != schema.module()->prefix && name != schema.module_name()) return std::string(path);
-  std::string found = "/" + schema.module_name() + ":";
+  if (name != schema.prefix() && name != schema.module_name()) return std::string(path);
+  std::string found = "/" + std::string(schema.module_name()) + ":";
   char quote = '\0';
   for (auto at = colon + 1; at < path.size(); ++at) {
     const char character = path[at];
@@ -114,12 +113,12 @@ void check_reply(const XmlElement &reply, uint64_t id) {
   const auto expected = std::to_string(id);
   std::optional<std::string> given;
   for (const auto &attribute : reply.attributes())
-    if (attribute.ns.empty() && attribute.name == "message-id") given = attribute.value;
+    if (attribute.ns.empty() && attribute.name == "message-id") given = std::string(attribute.value);
   if (!given) bad_reply("has no message-id; the request had \"" + expected + "\"");
   if (*given != expected)
     bad_reply("is for \"" + *given + "\"; the request had the message-id \"" + expected + "\"");
 
-  if (!trimmed(reply.text()).empty()) bad_reply("holds text; it may hold elements only");
+  if (!reply.text().empty()) bad_reply("holds text; it may hold elements only");
   const auto parts = reply.children();
   if (parts.empty()) bad_reply("is empty");
   std::string_view result;
@@ -135,11 +134,11 @@ void check_reply(const XmlElement &reply, uint64_t id) {
   }
 }
 
-Answer read_data(const Schema &schema, const std::vector<XmlElement> &data) {
+Answer read_data(const Schema &schema, const XmlElements &data) {
   return DataReader(schema).read(data);
 }
 
-std::optional<Fault> read_errors(const Schema &schema, const std::vector<XmlElement> &reply,
+std::optional<Fault> read_errors(const Schema &schema, const XmlElements &reply,
                                  std::vector<std::string> &warnings) {
   std::optional<Fault> fault;
   for (const auto &element : reply) {

@@ -21,11 +21,11 @@ void check_reply(const XmlElement &reply, uint64_t id);
 
 /// The content of <data> as checked OpenConfig data; what the schema does not take is left out with a
 /// warning.
-Answer read_data(const Schema &schema, const std::vector<XmlElement> &data);
+Answer read_data(const Schema &schema, const XmlElements &data);
 
 /// The refusal that the children of an <rpc-reply> hold; several are told in the message of the first.
 /// Warnings are added to `warnings`, and are no refusal.
-std::optional<Fault> read_errors(const Schema &schema, const std::vector<XmlElement> &reply,
+std::optional<Fault> read_errors(const Schema &schema, const XmlElements &reply,
                                  std::vector<std::string> &warnings);
 
 }  // namespace ymap::netconf

@@ -3,9 +3,9 @@
 
 #include <new>
 
+#include "compiled_schema.hpp"
+#include "data_writer.hpp"
 #include "libyang_versions.hpp"
-#include "rpc_reply.hpp"
-#include "schema.hpp"
 #include "subtree_filter.hpp"
 
 namespace ymap::netconf {
@@ -20,7 +20,7 @@ struct Adapter {
   using Filter = XmlElement;
   using Data = const lyd_node *;
 
-  std::vector<XmlElement> filter_children(Filter filter) const { return filter.children(); }
+  XmlElements filter_children(Filter filter) const { return filter.children(); }
   std::vector<const lyd_node *> data_children(Data node) const {
     std::vector<const lyd_node *> children;
     for (const lyd_node *child = lyd_child(node); child != nullptr; child = child->next)
@@ -30,9 +30,9 @@ struct Adapter {
   bool same_node(Filter filter, Data node) const {
     return names(filter, node->schema->module->ns, node->schema->name);
   }
-  bool is_content_match(Filter filter) const { return !trimmed(filter.text()).empty(); }
+  bool is_content_match(Filter filter) const { return !filter.text().empty(); }
   bool equal(Filter filter, Data leaf) const {
-    const auto value = check_value(leaf->schema, trimmed(filter.text()), {filter.prefixes()});
+    const auto value = check_value(leaf->schema, trimmed(filter.text()), filter.text_ns());
     return value.text && *value.text == plain_value(leaf->schema, lyd_get_value(leaf));
   }
   bool is_leaf(Data node) const { return (node->schema->nodetype & LYD_NODE_TERM) != 0; }
@@ -52,19 +52,19 @@ lyd_node *copy(const yfw::Selected<const lyd_node *> &selected, lyd_node *parent
 
 }  // namespace
 
-bool selects_top(const std::vector<XmlElement> &filter, std::string_view ns, std::string_view name) {
+bool selects_top(const XmlElements &filter, std::string_view ns, std::string_view name) {
   for (const auto &element : filter)
     if (names(element, ns, name)) return true;
   return false;
 }
 
-std::string select(const std::vector<XmlElement> &filter, const lyd_node *data) {
+std::string select(const XmlElements &filter, const lyd_node *data) {
   std::vector<const lyd_node *> tops;
   for (const lyd_node *node = data; node != nullptr; node = node->next) tops.push_back(node);
   const Adapter adapter;
   std::string text;
-  for (const auto &selected : yfw::SubtreeFilter(adapter).select(filter, tops))
-    text += print_data(device::Tree(copy(selected, nullptr)).get(), DataFormat::xml, Layout::compact);
+  for (const auto &selected : yfw::SubtreeFilter(adapter).select({filter.begin(), filter.end()}, tops))
+    text += print_data(device::Tree(copy(selected, nullptr)).get());
   return text;
 }
 

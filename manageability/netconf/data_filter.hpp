@@ -3,7 +3,7 @@
 #pragma once
 
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "xml_document.hpp"
 
@@ -13,9 +13,9 @@ namespace ymap::netconf {
 
 /// True if one of the top-level elements of a filter names `node`, so that it selects something of it or
 /// below.
-bool selects_top(const std::vector<XmlElement> &filter, std::string_view ns, std::string_view name);
+bool selects_top(const XmlElements &filter, std::string_view ns, std::string_view name);
 
 /// What `filter` selects of `data` and its siblings, as compact XML; the empty text for nothing.
-std::string select(const std::vector<XmlElement> &filter, const lyd_node *data);
+std::string select(const XmlElements &filter, const lyd_node *data);
 
 }  // namespace ymap::netconf

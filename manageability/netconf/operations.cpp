@@ -26,7 +26,7 @@ Action parse_request(const XmlElement &operation, const std::string &path, Sessi
   auto request =
       std::make_shared<const Request>(ymap::parse_operation(operation, path, parts.requests.schema()));
   return [request, &parts]() -> Result {
-    return {content_of(*request, run(parts.requests, *request), Layout::compact)};
+    return {content_of(parts.requests.schema(), *request, run(parts.requests, *request), Layout::compact)};
   };
 }
 
@@ -34,12 +34,13 @@ Action parse_request(const XmlElement &operation, const std::string &path, Sessi
 Action parse_get(const XmlElement &operation, const std::string &path, SessionParts &parts) {
   auto request =
       std::make_shared<const Request>(ymap::parse_operation(operation, path, parts.requests.schema()));
-  std::optional<std::vector<XmlElement>> filter;
+  std::optional<XmlElements> filter;
   for (const auto &parameter : operation.children())
     if (parameter.name() == "filter") filter = parameter.children();
-  return [request, filter = std::move(filter), &parts]() -> Result {
-    auto content = content_of(*request, run(parts.requests, *request), Layout::compact);
-    content.data += parts.server_data.read(filter ? &*filter : nullptr, parts.counters);
+  return [request, filter, &parts]() -> Result {
+    auto content =
+        content_of(parts.requests.schema(), *request, run(parts.requests, *request), Layout::compact);
+    content.data += parts.server_data.read(filter, parts.counters);
     return {std::move(content)};
   };
 }
@@ -81,7 +82,7 @@ Action parse_kill(const XmlElement &operation, const std::string &path, SessionP
   uint32_t id = 0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), id);
   if (read.ec != std::errc() || read.ptr != text.data() + text.size() || id == 0)
-    refuse("invalid-value", "session-id \"" + std::string(text) + "\" is no positive integer", where);
+    refuse("invalid-value", "session-id \"" + shortened(text) + "\" is no positive integer", where);
   if (id == parts.sessions.id())
     refuse("invalid-value", "a session cannot kill itself; close-session ends it", where);
   return [id, where, &parts]() -> Result {
@@ -131,7 +132,7 @@ constexpr std::array<Operation, 9> kOperations = {{
   const std::string name(operation.name());
   std::string known;
   for (const auto &row : kOperations) known.append(known.empty() ? "" : ", ").append(row.name);
-  not_supported("operation " + name + " of namespace \"" + std::string(operation.ns()) +
+  not_supported("operation " + shortened(name) + " of namespace \"" + shortened(operation.ns()) +
                     "\" is not supported; supported are " + known,
                 path);
 }

@@ -101,19 +101,18 @@ class Server {
   }
 
   Reply answer(const Deframer::Message &message) {
-    std::vector<XmlAttribute> attributes;
+    std::optional<RpcMessage> rpc;
     bool understood = false;
     Reply answered;
     try {
+      rpc.emplace(message.text);
       if (message.cut) refuse_size();
-      const RpcMessage rpc(message.text);
-      attributes = rpc.attributes();
-      const auto action = parse_operation(rpc, parts_);
+      const auto action = parse_operation(*rpc, parts_);
       understood = true;
       const auto result = action();
-      answered = {reply(attributes, result.content, Layout::compact), result.closes};
+      answered = {reply(rpc->attributes(), result.content, Layout::compact), result.closes};
     } catch (const std::exception &error) {
-      if (attributes.empty()) attributes = attributes_of_broken(message.text);
+      const auto attributes = rpc ? rpc->attributes() : std::span<const XmlAttribute>();
       answered = {error_reply(attributes, known_to_client(fault_of(error)), Layout::compact)};
       ++counters_.out_rpc_errors;
     }

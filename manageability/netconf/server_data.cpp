@@ -1,18 +1,23 @@
 // The server's own operational data.
 #include "server_data.hpp"
 
-#include <libyang/libyang.h>
-
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <initializer_list>
+#include <utility>
 
 #include "data_filter.hpp"
+#include "libyang_versions.hpp"
 #include "rpc_parameters.hpp"
-#include "rpc_reply.hpp"
+#include "state_writer.hpp"
 
 namespace ymap::netconf {
 namespace {
+
+constexpr const char *kState = "netconf-state";
+
+constexpr std::string_view kLibraryNs = "urn:ietf:params:xml:ns:yang:ietf-yang-library";
+constexpr std::array<const char *, 2> kLibraryTops = {"yang-library", "modules-state"};
 
 std::string date_and_time(std::time_t when) {
   std::array<char, 32> text{};
@@ -22,74 +27,76 @@ std::string date_and_time(std::time_t when) {
   return text.data();
 }
 
-lyd_node *add(lyd_node *parent, const char *container) {
-  lyd_node *node = nullptr;
-  lyd_new_inner(parent, nullptr, container, 0, &node);
-  return node;
-}
-
-/// A value that is not of the leaf's type is left out: session records come from other processes.
-void leaf(lyd_node *parent, const char *name, const std::string &value) {
-  lyd_new_term(parent, nullptr, name, value.c_str(), 0, nullptr);
-}
-void leaf(lyd_node *parent, const char *name, uint64_t value) {
-  leaf(parent, name, std::to_string(value));
-}
-
-void add_capabilities(lyd_node *state, const Catalogue &catalogue) {
-  auto *capabilities = add(state, "capabilities");
-  for (const auto &capability : catalogue.capabilities()) leaf(capabilities, "capability", capability);
+void add_capabilities(StateWriter &state, const Catalogue &catalogue) {
+  state.open("capabilities");
+  for (const auto &capability : catalogue.capabilities()) state.leaf("capability", capability);
+  state.close();
 }
 
 /// There is one datastore, with one kind of lock.
-void add_datastores(lyd_node *state, const std::optional<device::Sessions::Lock> &lock) {
-  lyd_node *running = nullptr;
-  lyd_new_list(add(state, "datastores"), nullptr, "datastore", 0, &running, "running");
-  if (!lock || lock->holder == 0) return;
-  auto *global = add(add(running, "locks"), "global-lock");
-  leaf(global, "locked-by-session", lock->holder);
-  leaf(global, "locked-time", date_and_time(lock->since));
-}
-
-void add_schemas(lyd_node *state, const Catalogue &catalogue) {
-  auto *schemas = add(state, "schemas");
-  for (const auto *module : catalogue.modules()) {
-    lyd_node *schema = nullptr;
-    lyd_new_list(schemas, nullptr, "schema", 0, &schema, module->name,
-                 module->revision == nullptr ? "" : module->revision, "yang");
-    leaf(schema, "namespace", module->ns);
-    leaf(schema, "location", "NETCONF");
+void add_datastores(StateWriter &state, const std::optional<device::Sessions::Lock> &lock) {
+  state.open("datastores");
+  state.open("datastore");
+  state.leaf("name", "running");
+  if (lock && lock->holder != 0) {
+    state.open("locks");
+    state.open("global-lock");
+    state.leaf("locked-by-session", lock->holder);
+    state.leaf("locked-time", date_and_time(lock->since));
+    state.close();
+    state.close();
   }
+  state.close();
+  state.close();
 }
 
-void add_counters(lyd_node *parent, const Counters &counters) {
-  leaf(parent, "in-rpcs", counters.in_rpcs);
-  leaf(parent, "in-bad-rpcs", counters.in_bad_rpcs);
-  leaf(parent, "out-rpc-errors", counters.out_rpc_errors);
-  leaf(parent, "out-notifications", 0);
+void add_schemas(StateWriter &state, const Catalogue &catalogue) {
+  state.open("schemas");
+  for (const auto *module : catalogue.modules()) {
+    state.open("schema");
+    state.leaf("identifier", module->name);
+    state.leaf("version", module->revision == nullptr ? "" : module->revision);
+    state.leaf("format", "yang");
+    state.leaf("namespace", module->ns);
+    state.leaf("location", "NETCONF");
+    state.close();
+  }
+  state.close();
+}
+
+void add_counters(StateWriter &state, const Counters &counters) {
+  state.leaf("in-rpcs", counters.in_rpcs);
+  state.leaf("in-bad-rpcs", counters.in_bad_rpcs);
+  state.leaf("out-rpc-errors", counters.out_rpc_errors);
+  state.leaf("out-notifications", 0);
 }
 
 /// The counters of other sessions are in their processes only.
-void add_sessions(lyd_node *state, const device::Sessions &sessions, const Counters &counters) {
-  auto *list = add(state, "sessions");
-  for (const auto &record : sessions.live()) {
-    lyd_node *session = nullptr;
-    lyd_new_list(list, nullptr, "session", 0, &session, std::to_string(record.id).c_str());
-    leaf(session, "transport", "netconf-ssh");
-    leaf(session, "username", record.user);
-    if (!record.source_host.empty()) leaf(session, "source-host", record.source_host);
-    leaf(session, "login-time", date_and_time(record.login_time));
-    if (record.id == sessions.id()) add_counters(session, counters);
-  }
+void add_session(StateWriter &state, const device::SessionRecord &record, const Counters *counters) {
+  state.open("session");
+  state.leaf("session-id", record.id);
+  state.leaf("transport", "netconf-ssh");
+  state.leaf("username", record.user);
+  if (!record.source_host.empty()) state.leaf("source-host", record.source_host);
+  state.leaf("login-time", date_and_time(record.login_time));
+  if (counters != nullptr) add_counters(state, *counters);
+  state.close();
 }
 
-void add_statistics(lyd_node *state, std::time_t started, const Counters &counters) {
-  auto *statistics = add(state, "statistics");
-  leaf(statistics, "netconf-start-time", date_and_time(started));
-  leaf(statistics, "in-bad-hellos", 0);
-  leaf(statistics, "in-sessions", 1);
-  leaf(statistics, "dropped-sessions", 0);
-  add_counters(statistics, counters);
+void add_statistics(StateWriter &state, std::time_t started, const Counters &counters) {
+  state.open("statistics");
+  state.leaf("netconf-start-time", date_and_time(started));
+  state.leaf("in-bad-hellos", 0);
+  state.leaf("in-sessions", 1);
+  state.leaf("dropped-sessions", 0);
+  add_counters(state, counters);
+  state.close();
+}
+
+const lysc_node *node_at(const lys_module *module, std::initializer_list<const char *> names) {
+  const lysc_node *node = nullptr;
+  for (const char *name : names) node = libyang::find_child(node, module, name);
+  return node;
 }
 
 }  // namespace
@@ -97,28 +104,62 @@ void add_statistics(lyd_node *state, std::time_t started, const Counters &counte
 ServerData::ServerData(const Catalogue &catalogue, const device::Sessions &sessions)
     : catalogue_(catalogue), sessions_(sessions), started_(std::time(nullptr)) {}
 
-Tree ServerData::netconf_state(const Counters &counters) const {
-  lyd_node *state = nullptr;
-  lyd_new_inner(nullptr, ly_ctx_get_module_implemented(catalogue_.context(), "ietf-netconf-monitoring"),
-                "netconf-state", 0, &state);
-  Tree owner(state);
-  add_capabilities(state, catalogue_);
-  add_datastores(state, sessions_.lock_state());
-  add_schemas(state, catalogue_);
-  add_sessions(state, sessions_, counters);
-  // A process serves one session, so its statistics are those of the session.
-  add_statistics(state, started_, counters);
-  return owner;
+const std::string &ServerData::session_text(const device::SessionRecord &record) const {
+  auto &text = others_[record.id];
+  if (!text.empty()) return text;
+  const auto *module = catalogue_.monitoring();
+  XmlWriter xml(Layout::compact);
+  StateWriter state(module, node_at(module, {kState, "sessions"}), xml);
+  add_session(state, record, nullptr);
+  return text = xml.take();
 }
 
-std::string ServerData::read(const std::vector<XmlElement> *filter, const Counters &counters) const {
-  const auto selected = [&](const lyd_node *data) {
-    return filter == nullptr ? print_data(data, DataFormat::xml, Layout::compact) : select(*filter, data);
-  };
+std::string ServerData::netconf_state(const Counters &counters) const {
+  const auto *module = catalogue_.monitoring();
+  if (schemas_.empty()) {
+    XmlWriter xml(Layout::compact);
+    StateWriter state(module, node_at(module, {kState}), xml);
+    add_schemas(state, catalogue_);
+    schemas_ = xml.take();
+  }
+  XmlWriter xml(Layout::compact);
+  StateWriter state(module, nullptr, xml);
+  state.open(kState);
+  add_capabilities(state, catalogue_);
+  add_datastores(state, sessions_.lock_state());
+  xml.raw(schemas_);
+  state.open("sessions");
+  std::map<uint32_t, std::string> live;
+  for (const auto &record : sessions_.live()) {
+    if (record.id == sessions_.id()) {
+      add_session(state, record, &counters);
+      continue;
+    }
+    const auto &text = session_text(record);
+    xml.raw(text);
+    live.emplace(record.id, text);
+  }
+  others_ = std::move(live);
+  state.close();
+  // A process serves one session, so its statistics are those of the session.
+  add_statistics(state, started_, counters);
+  state.close();
+  return xml.take();
+}
+
+std::string ServerData::read(const std::optional<XmlElements> &filter, const Counters &counters) const {
+  if (!filter) return netconf_state(counters) + catalogue_.library_text();
   std::string text;
-  if (filter == nullptr || selects_top(*filter, kMonitoringNs, "netconf-state"))
-    text = selected(netconf_state(counters).get());
-  return text + selected(catalogue_.library());
+  if (selects_top(*filter, kMonitoringNs, kState)) {
+    lyd_node *state = nullptr;
+    lyd_parse_data_mem(catalogue_.context(), netconf_state(counters).c_str(), LYD_XML, LYD_PARSE_ONLY, 0,
+                       &state);
+    text = select(*filter, Tree(state).get());
+  }
+  const bool wants_library = std::ranges::any_of(
+      kLibraryTops, [&](const char *top) { return selects_top(*filter, kLibraryNs, top); });
+  if (wants_library) text += select(*filter, catalogue_.library());
+  return text;
 }
 
 }  // namespace ymap::netconf

@@ -4,8 +4,9 @@
 
 #include <cstdint>
 #include <ctime>
+#include <map>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "catalogue.hpp"
 #include "sessions.hpp"
@@ -26,14 +27,17 @@ class ServerData {
   ServerData(const Catalogue &catalogue, const device::Sessions &sessions);
 
   /// All of it, or what the elements of a subtree filter select, in XML. Only what is selected is made.
-  std::string read(const std::vector<XmlElement> *filter, const Counters &counters) const;
+  std::string read(const std::optional<XmlElements> &filter, const Counters &counters) const;
 
  private:
-  Tree netconf_state(const Counters &counters) const;
+  std::string netconf_state(const Counters &counters) const;
+  const std::string &session_text(const device::SessionRecord &record) const;
 
   const Catalogue &catalogue_;
   const device::Sessions &sessions_;
   std::time_t started_;
+  mutable std::string schemas_;                     ///< <schemas>, which stay the same; once it was made
+  mutable std::map<uint32_t, std::string> others_;  ///< <session> of other sessions, by id
 };
 
 }  // namespace ymap::netconf

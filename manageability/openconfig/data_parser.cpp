@@ -1,18 +1,54 @@
 // OpenConfig data in a message, checked against the schema: edits and filters.
 #include "data_parser.hpp"
 
-#include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "operation_words.hpp"
+#include "printable.hpp"
 
 namespace ymap {
 namespace {
 
-bool same_element(const XmlElement &one, const XmlElement &other) {
-  return one.name() == other.name() && one.ns() == other.ns();
+/// The value that holds. Throws RpcError: invalid-value at the path that `path` makes.
+template <typename MakePath>
+std::string accepted(CheckedValue checked, const MakePath &path) {
+  if (checked.text) return std::move(*checked.text);
+  throw RpcError({.tag = "invalid-value",
+                  .message = checked.reason + " Expected " + checked.expected + ".",
+                  .path = path()});
+}
+
+/// An element that stands where the schema has a node. Its path is made where something is wrong with it.
+struct Located {
+  XmlElement element;
+  const SchemaNode *node;
+  const Located *parent;  ///< nullptr at the top
+};
+
+/// The key of an entry, if it is unmistakable; else the empty text. All lists of the model have one key.
+std::string_view key_of(const Schema &schema, const Located &entry) {
+  std::string_view value;
+  bool given = false;
+  for (const auto &child : entry.element.children()) {
+    const auto *node = schema.child(entry.node, child.name());
+    if (node == nullptr || !node->is_key) continue;
+    if (given) return {};
+    given = true;
+    value = trimmed(child.text());
+  }
+  return value;
+}
+
+std::string path_of(const Schema &schema, const Located *at) {
+  if (at == nullptr) return {};
+  auto path = step(path_of(schema, at->parent), schema.module_name(), at->node->name);
+  if (!at->node->is_list()) return path;
+  const auto key = key_of(schema, *at);
+  return key.empty() ? path : with_key(path, at->node->children.front().name, shortened(key));
 }
 
 /// Walks elements beside the schema. What an edit and a filter have in common is the look-up; what they allow
@@ -21,83 +57,62 @@ class DataParser {
  public:
   /// `where` is the path of the element around the data, for what is wrong with the tops.
   DataParser(const Schema &schema, const std::string &where, yfw::Datatree &tree)
-      : schema_(schema), where_(where), tree_(tree), ns_(schema.ns()) {}
+      : schema_(schema), where_(where), tree_(tree) {}
 
  protected:
-  /// An element that stands where the schema has a node, and its instance path.
-  struct Located {
-    XmlElement element;
-    const lysc_node *node;
-    std::string path;
-  };
-
   /// Elements without a namespace match any, in a filter (RFC 6241, section 6.2.1).
-  Located locate(const XmlElement &element, const lysc_node *parent, const std::string &path,
-                 bool any_namespace) const {
-    const std::string name(element.name());
-    if (element.ns() != ns_ && !(any_namespace && element.ns().empty())) {
+  Located locate(const XmlElement &element, const Located *parent, bool any_namespace) const {
+    const auto *above = parent == nullptr ? nullptr : parent->node;
+    if (element.ns() != ns() && !(any_namespace && element.ns().empty())) {
       throw RpcError({.tag = "unknown-namespace",
-                      .message = "element " + name + " is of namespace \"" + std::string(element.ns()) +
-                                 "\", expected \"" + ns_ + "\"",
-                      .path = path.empty() ? where_ : path,
-                      .bad_element = name,
+                      .message = "element " + shortened(element.name()) + " is of namespace \"" +
+                                 shortened(element.ns()) + "\", expected \"" + std::string(ns()) + "\"",
+                      .path = parent == nullptr ? where_ : path(parent),
+                      .bad_element = std::string(element.name()),
                       .bad_namespace = std::string(element.ns())});
     }
-    const auto *node = schema_.child(parent, name);
-    auto here = step(path, schema_.module_name(), name);
-    if (node == nullptr) throw unknown_element(here, name);
-    if (is_list(node)) here = with_keys(here, element, node);
-    return {element, node, here};
+    const auto *node = schema_.child(above, element.name());
+    if (node == nullptr) throw unknown_element(step_to(parent, element.name()), element.name());
+    return {element, node, parent};
   }
 
-  static void check_shape(const Located &at) {
+  void check_shape(const Located &at) const {
     const auto children = at.element.children();
-    if (is_leaf(at.node)) {
-      if (!children.empty())
-        throw unknown_element(at.path + "/" + std::string(children.front().name()), children.front().name());
-    } else if (!trimmed(at.element.text()).empty()) {
+    if (at.node->is_leaf()) {
+      if (!children.empty()) {
+        const auto name = children.front().name();
+        throw unknown_element(path(&at) + "/" + shortened(name), name);
+      }
+    } else if (!at.element.text().empty()) {
       const std::string name(at.element.name());
       throw RpcError({.tag = "bad-element",
                       .message = "element " + name + " holds text; it may hold elements only",
-                      .path = at.path,
+                      .path = path(&at),
                       .bad_element = name});
     }
   }
 
-  [[noreturn]] static void unknown_attribute(const XmlAttribute &attribute, const Located &at,
-                                             const std::string &hint) {
+  [[noreturn]] void unknown_attribute(const XmlAttribute &attribute, const Located &at,
+                                      const std::string &hint) const {
     throw RpcError({.tag = "unknown-attribute",
-                    .message = "attribute " + attribute.name + " is not known here" + hint,
-                    .path = at.path,
-                    .bad_attribute = attribute.name,
+                    .message = "attribute " + shortened(attribute.name) + " is not known here" + hint,
+                    .path = path(&at),
+                    .bad_attribute = std::string(attribute.name),
                     .bad_element = std::string(at.element.name())});
   }
 
   const Schema &schema() const { return schema_; }
   yfw::Datatree &tree() { return tree_; }
-  const std::string &ns() const { return ns_; }
-
- private:
-  /// Only an unmistakable key is worth a predicate.
-  std::string with_keys(const std::string &path, const XmlElement &entry, const lysc_node *list) const {
-    std::string keyed = path;
-    for (const auto *node : schema_.children(list)) {
-      if (!is_key(node)) continue;
-      std::optional<std::string> value;
-      for (const auto &child : entry.children()) {
-        if (schema_.child(list, child.name()) != node) continue;
-        if (value) return path;
-        value = trimmed(child.text());
-      }
-      if (value && !value->empty()) keyed = with_key(keyed, node_name(node), *value);
-    }
-    return keyed;
+  std::string_view ns() const { return schema_.ns(); }
+  std::string path(const Located *at) const { return path_of(schema_, at); }
+  std::string step_to(const Located *parent, std::string_view name) const {
+    return step(path(parent), schema_.module_name(), shortened(name));
   }
 
+ private:
   const Schema &schema_;
-  std::string where_;
+  const std::string &where_;
   yfw::Datatree &tree_;
-  std::string ns_;
 };
 
 class EditParser : public DataParser {
@@ -106,11 +121,10 @@ class EditParser : public DataParser {
       : DataParser(schema, where, tree), default_operation_(operation) {}
 
   /// `stated` takes what an edit by default operation "none" says, all of it.
-  void parse(const std::vector<XmlElement> &elements, std::optional<yfw::Datatree> &stated) {
-    check_once(elements, nullptr, {});
+  void parse(const XmlElements &elements, std::optional<yfw::Datatree> &stated) {
+    check_once(elements, nullptr);
     std::vector<Node> tops;
-    tops.reserve(elements.size());
-    for (const auto &element : elements) tops.push_back(check(locate(element, nullptr, {}, false)));
+    for (const auto &element : elements) tops.push_back(check(locate(element, nullptr, false)));
     const bool all = default_operation_ != DefaultOperation::none;
     for (const auto &top : tops)
       if (all || top.has_effect) add(top, tree(), tree().root(), all);
@@ -120,8 +134,8 @@ class EditParser : public DataParser {
     }
     // Nothing at all as the new content of the datastore is a content too.
     if (elements.empty() && default_operation_ == DefaultOperation::replace)
-      for (const auto *top : schema().children(nullptr))
-        tree().add(tree().root(), node_name(top), ns(), std::nullopt, YMAP_OP_REPLACE);
+      for (const auto &top : schema().children(nullptr))
+        tree().add(tree().root(), top.name, ns(), std::nullopt, YMAP_OP_REPLACE);
   }
 
  private:
@@ -143,7 +157,7 @@ class EditParser : public DataParser {
     return std::nullopt;
   }
 
-  static void check_attributes(const Located &at) {
+  void check_attributes(const Located &at) const {
     for (const auto &attribute : at.element.attributes()) {
       if (attribute.ns != kNetconfNs || attribute.name != "operation") {
         const bool unprefixed = attribute.name == "operation" && attribute.ns.empty();
@@ -153,64 +167,67 @@ class EditParser : public DataParser {
       }
       if (own_operation(at.element)) continue;
       throw RpcError({.tag = "bad-attribute",
-                      .message = "operation \"" + attribute.value +
+                      .message = "operation \"" + shortened(attribute.value) +
                                  "\" is none of merge, create, replace, delete, remove",
-                      .path = at.path,
+                      .path = path(&at),
                       .bad_attribute = "operation",
                       .bad_element = std::string(at.element.name())});
     }
   }
 
   /// A leaf or container stands once. Keys may not either, but that is for the plug-in to say.
-  void check_once(const std::vector<XmlElement> &siblings, const lysc_node *parent, const std::string &path) {
-    for (auto one = siblings.begin(); one != siblings.end(); ++one) {
-      const auto *node = schema().child(parent, one->name());
-      if (node == nullptr || is_list(node) || ymap::is_key(node)) continue;
-      if (std::none_of(std::next(one), siblings.end(),
-                       [&](auto &other) { return same_element(*one, other); }))
-        continue;
-      const std::string name(one->name());
-      throw stands_twice(name, step(path, schema().module_name(), name));
+  void check_once(const XmlElements &siblings, const Located *parent) const {
+    std::map<std::pair<std::string_view, std::string_view>, std::size_t> counts;
+    for (const auto &one : siblings) ++counts[{one.name(), one.ns()}];
+    for (const auto &one : siblings) {
+      if (counts[{one.name(), one.ns()}] == 1) continue;
+      const auto *node = schema().child(parent == nullptr ? nullptr : parent->node, one.name());
+      if (node == nullptr || node->is_list() || node->is_key) continue;
+      throw stands_twice(one.name(), step_to(parent, one.name()));
     }
   }
 
-  static RpcError stands_twice(const std::string &name, const std::string &path) {
+  static RpcError stands_twice(std::string_view element, const std::string &path) {
+    const std::string name(element);
     return RpcError({.tag = "bad-element",
                      .message = "element " + name + " stands twice; it may stand once",
                      .path = path,
                      .bad_element = name});
   }
 
-  Node check(const Located &at) {
+  Node check(const Located &at) const {
     check_shape(at);
     check_attributes(at);
-    Node node = {at.element, own_operation(at.element), std::nullopt, ymap::is_key(at.node)};
-    node.has_effect = node.operation.has_value() || !is_config(at.node);
-    if (is_leaf(at.node)) {
+    Node node = {at.element, own_operation(at.element), std::nullopt, at.node->is_key};
+    node.has_effect = node.operation.has_value() || !at.node->is_config;
+    if (at.node->is_leaf()) {
+      const auto text = at.element.text();
       if (node.is_key)
-        node.value = at.element.text();
+        node.value = text;
       else if (!removed_without_value(node))
-        node.value = checked_value(at.node, at.element.text(), {at.element.prefixes()}, at.path);
+        node.value =
+            accepted(schema().check_value(at.node, text, at.element.text_ns()), [&] { return path(&at); });
       return node;
     }
     const auto children = at.element.children();
-    std::set<std::string> entries;
+    std::set<std::pair<const SchemaNode *, std::string_view>> entries;
     for (const auto &child : children) {
-      const auto below = locate(child, at.node, at.path, false);
+      const auto below = locate(child, &at, false);
       node.children.push_back(check(below));
       node.has_effect = node.has_effect || node.children.back().has_effect;
+      if (!below.node->is_list()) continue;
       // An entry is one by its key; without a single one it is for the plug-in to judge.
-      if (is_list(below.node) && below.path.ends_with(']') && !entries.insert(below.path).second)
-        throw stands_twice(std::string(child.name()), below.path);
+      const auto key = key_of(schema(), below);
+      if (!key.empty() && !entries.emplace(below.node, key).second)
+        throw stands_twice(child.name(), path(&below));
     }
-    check_once(children, at.node, at.path);
+    check_once(children, &at);
     return node;
   }
 
   static bool removed_without_value(const Node &leaf) {
     const uint32_t operation = leaf.operation.value_or(YMAP_OP_NONE);
-    return (operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE) &&
-           trimmed(leaf.element.text()).empty();
+    return (operation == YMAP_OP_DELETE || operation == YMAP_OP_REMOVE) && leaf.element.text().empty();
   }
 
   /// `all`: what is below takes part whether it says how or not.
@@ -230,11 +247,11 @@ class FilterParser : public DataParser {
  public:
   using DataParser::DataParser;
 
-  bool parse(const std::vector<XmlElement> &elements) {
+  bool parse(const XmlElements &elements) {
     bool any = false;
     for (const auto &element : elements) {
       if (is_foreign(element)) continue;
-      const auto node = check(locate(element, nullptr, {}, true));
+      const auto node = check(locate(element, nullptr, true));
       if (!node.can_match) continue;
       add(node, tree().root());
       any = true;
@@ -266,10 +283,10 @@ class FilterParser : public DataParser {
     if (const auto attributes = at.element.attributes(); !attributes.empty())
       unknown_attribute(attributes.front(), at, "; the model has none to select by");
     Node node = {at.element};
-    if (is_leaf(at.node)) {
+    if (at.node->is_leaf()) {
       const auto value = trimmed(at.element.text());
       node.is_content_match = !value.empty();
-      if (node.is_content_match) node.value = check_value(at.node, value, {at.element.prefixes()}).text;
+      if (node.is_content_match) node.value = schema().check_value(at.node, value, at.element.text_ns()).text;
       node.can_match = !node.is_content_match || node.value.has_value();
       return node;
     }
@@ -277,7 +294,7 @@ class FilterParser : public DataParser {
     bool selects = false;
     bool has_selector = false;
     for (const auto &child : at.element.children()) {
-      auto below = check(locate(child, at.node, at.path, true));
+      auto below = check(locate(child, &at, true));
       content_fails |= below.is_content_match && !below.can_match;
       selects |= !below.is_content_match && below.can_match;
       has_selector |= !below.is_content_match;
@@ -305,19 +322,16 @@ bool parse_filter(const Schema &schema, const XmlElement &around, const std::str
   return FilterParser(schema, where, tree).parse(around.children());
 }
 
-std::string checked_value(const lysc_node *leaf, std::string_view value, ValueScope scope,
+std::string checked_value(const Schema &schema, const SchemaNode *leaf, std::string_view value,
                           const std::string &path) {
-  auto checked = check_value(leaf, value, scope);
-  if (!checked.text) throw RpcError({.tag = "invalid-value", .message = checked.reason, .path = path});
-  return *checked.text;
+  return accepted(schema.check_value(leaf, value), [&] { return path; });
 }
 
 RpcError unknown_element(const std::string &path, std::string_view name) {
-  const std::string element(name);
   return RpcError({.tag = "unknown-element",
-                   .message = "the model has no element " + element + " there",
+                   .message = "the model has no element " + shortened(name) + " there",
                    .path = path,
-                   .bad_element = element});
+                   .bad_element = std::string(name)});
 }
 
 }  // namespace ymap

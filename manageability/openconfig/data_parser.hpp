@@ -26,8 +26,8 @@ void parse_edit(const Schema &schema, const XmlElement &around, const std::strin
 bool parse_filter(const Schema &schema, const XmlElement &around, const std::string &where,
                   yfw::Datatree &tree);
 
-/// The value as the plug-in takes it. Throws RpcError: invalid-value at `path`.
-std::string checked_value(const lysc_node *leaf, std::string_view value, ValueScope scope,
+/// The value of `leaf` as the plug-in takes it. Throws RpcError: invalid-value at `path`.
+std::string checked_value(const Schema &schema, const SchemaNode *leaf, std::string_view value,
                           const std::string &path);
 
 /// For the element `name` at `path`, which ends with it.

@@ -3,121 +3,133 @@
 
 #include <libyang/libyang.h>
 
+#include <algorithm>
 #include <string_view>
+#include <utility>
 
+#include "data_writer.hpp"
 #include "ymap_datatree.h"
 
 namespace ymap {
 namespace {
+
+std::string_view text_of(const char *text) {
+  return text == nullptr ? std::string_view() : std::string_view(text);
+}
 
 class AnswerBuilder {
  public:
   explicit AnswerBuilder(const Schema &schema) : schema_(schema) {}
 
   Answer build(const vidl_yfw_datatree *root) {
-    add_children(root, nullptr, nullptr, {});
-    validate();
+    add_children(*root, nullptr, answer_.data);
     return std::move(answer_);
   }
 
  private:
-  void warn(const std::string &path, const std::string &reason) {
-    answer_.warnings.push_back("left out " + path + ": " + reason);
+  /// A node under construction. Its path is made where something is wrong below it.
+  struct Place {
+    const SchemaNode *schema;
+    std::string_view key;
+    const Place *parent;
+  };
+
+  std::string path_of(const Place *place) const {
+    if (place == nullptr) return {};
+    auto path = step(path_of(place->parent), schema_.module_name(), place->schema->name);
+    return place->key.empty() ? path : with_key(path, place->schema->children.front().name, place->key);
   }
 
-  void add_children(const vidl_yfw_datatree *from, const lysc_node *schema_parent, lyd_node *parent,
-                    const std::string &path) {
-    if (!vidl_yfw_datatree_has_subtrees(from)) return;
-    for (uint32_t at = 0; at < from->subtree_count; ++at)
-      add(from->subtrees[at], schema_parent, parent, path);
+  void warn(const Place *parent, std::string_view tag, const std::string &reason) {
+    answer_.warnings.push_back("left out " + step(path_of(parent), schema_.module_name(), tag) + ": " +
+                               reason);
   }
 
-  void add(const vidl_yfw_datatree &from, const lysc_node *schema_parent, lyd_node *parent,
-           const std::string &parent_path) {
-    const std::string_view tag = from.tag == nullptr ? "" : from.tag;
-    auto path = step(parent_path, schema_.module_name(), tag);
-    const auto *node = schema_.child(schema_parent, tag);
-    if (node == nullptr) return warn(path, "the model has no such element");
-    lyd_node *made = nullptr;
-    if (is_leaf(node)) {
-      if (!is_key(node)) add_leaf(from, parent, path);
+  void add_children(const vidl_yfw_datatree &from, const Place *place, Data &to) {
+    if (!vidl_yfw_datatree_has_subtrees(&from)) return;
+    to.reserve(to.size() + from.subtree_count);
+    for (uint32_t at = 0; at < from.subtree_count; ++at) add(from.subtrees[at], place, to);
+    // The plug-in's answers come module by module.
+    if (!std::ranges::is_sorted(to, std::ranges::less(), &DataNode::schema))
+      std::ranges::stable_sort(to, std::ranges::less(), &DataNode::schema);
+  }
+
+  void add(const vidl_yfw_datatree &from, const Place *parent, Data &to) {
+    const auto tag = text_of(from.tag);
+    const auto *node = schema_.child(parent == nullptr ? nullptr : parent->schema, tag);
+    if (node == nullptr) return warn(parent, tag, "the model has no such element");
+    if (node->is_leaf()) {
+      if (!node->is_key) add_leaf(*node, value_of(from), parent, to);
       return;
     }
-    if (is_list(node)) {
-      const auto *key = key_value(from, node);
-      if (key == nullptr) return warn(path, "the entry has no key");
-      path = with_key(path, node_name(lysc_node_child(node)), key);
-      if (lyd_new_list(parent, schema_.module(), from.tag, 0, &made, key) != LY_SUCCESS)
-        return warn(path, reason());
-    } else if (lyd_new_inner(parent, schema_.module(), from.tag, 0, &made) != LY_SUCCESS) {
-      return warn(path, reason());
+    Place place = {node, {}, parent};
+    DataNode made = {node};
+    if (node->is_list()) {
+      place.key = key_value(from, *node);
+      if (place.key.empty()) return warn(parent, tag, "the entry has no key");
+      if (!add_leaf(node->children.front(), place.key, &place, made.children)) return;
     }
-    if (parent == nullptr) append(made);
-    add_children(&from, node, made, path);
+    add_children(from, &place, made.children);
+    to.push_back(std::move(made));
   }
 
-  void add_leaf(const vidl_yfw_datatree &from, lyd_node *parent, const std::string &path) {
-    if (!vidl_yfw_datatree_has_data(&from) || from.data == nullptr || *from.data == '\0') return;
-    if (lyd_new_term(parent, schema_.module(), from.tag, from.data, 0, nullptr) != LY_SUCCESS)
-      warn(path, reason());
+  bool add_leaf(const SchemaNode &leaf, std::string_view value, const Place *parent, Data &to) {
+    if (value.empty()) return false;
+    auto checked = schema_.check_value(&leaf, value);
+    if (checked.text)
+      to.push_back({&leaf, std::move(*checked.text)});
+    else
+      warn(parent, leaf.name, checked.reason);
+    return checked.text.has_value();
+  }
+
+  static std::string_view value_of(const vidl_yfw_datatree &leaf) {
+    return vidl_yfw_datatree_has_data(&leaf) ? text_of(leaf.data) : std::string_view();
   }
 
   /// All lists of the model have one key, and YANG puts keys first.
-  static const char *key_value(const vidl_yfw_datatree &entry, const lysc_node *list) {
-    const auto key = node_name(lysc_node_child(list));
+  static std::string_view key_value(const vidl_yfw_datatree &entry, const SchemaNode &list) {
     for (uint32_t at = 0; at < entry.subtree_count; ++at) {
       const auto &leaf = entry.subtrees[at];
-      if (leaf.tag != nullptr && key == leaf.tag && leaf.data != nullptr && *leaf.data != '\0')
-        return leaf.data;
+      if (text_of(leaf.tag) == list.children.front().name && !text_of(leaf.data).empty()) return leaf.data;
     }
-    return nullptr;
-  }
-
-  void append(lyd_node *top) {
-    lyd_node *first = nullptr;
-    lyd_insert_sibling(answer_.data.get(), top, &first);
-    static_cast<void>(answer_.data.release());
-    answer_.data.reset(first);
-  }
-
-  /// A key refers to config/name, so an answer without that leaf is a part that cannot hold on its own; all
-  /// others are valid data or the device is at fault.
-  void validate() {
-    if (!answer_.data || !names_complete(answer_.data.get())) return;
-    // On a copy: validation adds the containers that nobody asked for.
-    lyd_node *copy = nullptr;
-    lyd_dup_siblings(answer_.data.get(), nullptr, LYD_DUP_RECURSIVE, &copy);
-    const auto status = lyd_validate_module(&copy, schema_.module(), 0, nullptr);
-    lyd_free_all(copy);
-    if (status != LY_SUCCESS) answer_.warnings.push_back("the answer is not valid data: " + reason());
-  }
-
-  static bool names_complete(const lyd_node *first) {
-    const lyd_node *node = nullptr;
-    LY_LIST_FOR(first, node) {
-      if (is_list(node->schema)) {
-        const auto path = std::string("config/").append(node_name(lysc_node_child(node->schema)));
-        if (lyd_find_path(node, path.c_str(), 0, nullptr) != LY_SUCCESS) return false;
-      } else if (!names_complete(lyd_child(node))) {
-        return false;
-      }
-    }
-    return true;
-  }
-
-  std::string reason() const {
-    const char *message = ly_errmsg(schema_.context());
-    return message == nullptr ? "no reason given" : message;
+    return {};
   }
 
   const Schema &schema_;
   Answer answer_;
 };
 
+/// A key refers to config/name, so that an answer without this leaf is a part that cannot hold on its own;
+/// all others are valid data or their maker is at fault.
+bool names_complete(const Data &siblings) {
+  return std::ranges::all_of(siblings, [](const DataNode &node) {
+    if (!node.schema->is_list()) return names_complete(node.children);
+    const auto config = std::ranges::find_if(
+        node.children, [](const DataNode &child) { return child.schema->name == "config"; });
+    return config != node.children.end() && std::ranges::any_of(config->children, [&](const DataNode &leaf) {
+             return leaf.schema->name == node.schema->children.front().name;
+           });
+  });
+}
+
 }  // namespace
 
 Answer openconfig_answer(const Schema &schema, const vidl_yfw_datatree *root) {
   return AnswerBuilder(schema).build(root);
+}
+
+void validate(const Schema &schema, Answer &answer) {
+  if (answer.data.empty() || !names_complete(answer.data)) return;
+  const auto &yang = schema.yang();
+  auto tree = libyang_data(schema, answer.data);
+  auto *first = tree.release();
+  const auto status = lyd_validate_module(&first, yang.module(), 0, nullptr);
+  tree.reset(first);
+  const char *reason = ly_errmsg(yang.context());
+  if (status != LY_SUCCESS)
+    answer.warnings.push_back(std::string("the answer is not valid data: ") +
+                              (reason == nullptr ? "no reason given" : reason));
 }
 
 }  // namespace ymap

@@ -3,6 +3,7 @@
 
 #include "data_parser.hpp"
 #include "plugin.hpp"
+#include "printable.hpp"
 #include "rpc_error.hpp"
 
 namespace ymap {
@@ -31,7 +32,7 @@ Request edit_request(const Schema &schema, const std::string &amplifier,
   Request request;
   request.kind = Request::Kind::edit;
   auto &tree = request.tree;
-  const lysc_node *parent = nullptr;
+  const SchemaNode *parent = nullptr;
   std::string path;
   auto *node = tree.root();
   const auto &model = yfw::optical_amplifier();
@@ -39,17 +40,17 @@ Request edit_request(const Schema &schema, const std::string &amplifier,
     parent = schema.child(parent, name);
     path = step(path, schema.module_name(), name);
     node = tree.add(node, name, schema.ns());
-    if (!is_list(parent)) continue;
-    path = with_key(path, model.key, amplifier);
+    if (!parent->is_list()) continue;
+    path = with_key(path, model.key, shortened(amplifier));
     tree.add(node, model.key, schema.ns(), amplifier);
   }
   for (const auto &[name, value] : assignments) {
     const auto *leaf = schema.child(parent, name);
-    const auto leaf_path = step(path, schema.module_name(), name);
+    const auto leaf_path = step(path, schema.module_name(), shortened(name));
     if (leaf == nullptr) throw unknown_element(leaf_path, name);
     const auto operation = value ? YMAP_OP_NONE : YMAP_OP_REMOVE;
     std::optional<std::string> text;
-    if (value) text = checked_value(leaf, *value, {}, leaf_path);
+    if (value) text = checked_value(schema, leaf, *value, leaf_path);
     tree.add(node, name, schema.ns(), text, operation);
   }
   return request;

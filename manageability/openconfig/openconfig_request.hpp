@@ -4,11 +4,13 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "datatree.hpp"
+#include "rpc_error.hpp"
 #include "schema.hpp"
 #include "xml_document.hpp"
 
@@ -34,25 +36,25 @@ Request parse_operation(const XmlElement &operation, const std::string &path, co
 /// A NETCONF <rpc>.
 class RpcMessage {
  public:
-  /// Throws RpcError when the text is no XML document.
-  explicit RpcMessage(std::string_view text) : document_(text) {}
+  explicit RpcMessage(std::string_view text);
 
-  /// The attributes of <rpc>, which the reply repeats (RFC 6241, section 4.1).
-  std::vector<XmlAttribute> attributes() const;
+  /// The attributes of <rpc>, which the reply repeats (RFC 6241, section 4.1): also of a message that is
+  /// refused, as far as its beginning can be read. They live as long as the message.
+  std::span<const XmlAttribute> attributes() const;
 
-  /// The one operation of the <rpc>, whose envelope is in order. Throws RpcError.
+  /// The one operation of the <rpc>, whose envelope is in order. Throws RpcError, also when the text is no
+  /// XML document.
   XmlElement operation() const;
 
   /// See parse_operation(). Throws RpcError.
   Request request(const Schema &schema) const;
 
  private:
-  XmlDocument document_;
-};
+  void read_beginning(std::string_view text);
 
-/// The attributes of the <rpc> with which a message that cannot be read begins; empty if not even that can be
-/// told.
-std::vector<XmlAttribute> attributes_of_broken(const std::string &message);
+  std::optional<XmlDocument> document_;  ///< of a message with a fault its beginning, if that
+  std::optional<Fault> fault_;           ///< why the text is no document
+};
 
 /// A read of `amplifiers`, of all of them if there is none. Throws RpcError for an empty name.
 Request read_request(const Schema &schema, Request::Kind kind, bool state_only,

@@ -58,4 +58,12 @@ std::string printable(std::string_view text) {
   return shown;
 }
 
+std::string shortened(std::string_view text) {
+  if (text.size() <= kLongestQuote) return std::string(text);
+  auto end = kLongestQuote;
+  // Not in the middle of a character.
+  while (end > 0 && (static_cast<uint8_t>(text[end]) & 0xc0U) == 0x80) --end;
+  return std::string(text.substr(0, end)) + "... (cut, " + std::to_string(text.size()) + " bytes)";
+}
+
 }  // namespace ymap

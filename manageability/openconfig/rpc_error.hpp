@@ -31,7 +31,8 @@ struct Fault {
 /// A refused request: nothing was stored.
 class RpcError : public std::runtime_error {
  public:
-  explicit RpcError(Fault fault) : std::runtime_error(fault.message), fault_(std::move(fault)) {}
+  /// Texts that are far longer than what a reader would take in are cut, for they repeat what was refused.
+  explicit RpcError(Fault fault);
   const Fault &fault() const { return fault_; }
 
  private:

@@ -1,9 +1,11 @@
 // The envelope of a NETCONF <rpc> and the parameters of its operations (RFC 6241, section 7).
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "data_parser.hpp"
 #include "openconfig_request.hpp"
+#include "printable.hpp"
 #include "rpc_error.hpp"
 #include "rpc_parameters.hpp"
 
@@ -21,12 +23,12 @@ void read_filter(const Parameters &parameters, const Schema &schema, Request &re
       not_supported("filters are of type \"subtree\" only", path);
     throw RpcError({.type = "protocol",
                     .tag = "unknown-attribute",
-                    .message = "attribute " + attribute.name + " of the filter is not known",
+                    .message = "attribute " + shortened(attribute.name) + " of the filter is not known",
                     .path = path,
-                    .bad_attribute = attribute.name,
+                    .bad_attribute = std::string(attribute.name),
                     .bad_element = "filter"});
   }
-  if (!trimmed(filter->text()).empty()) refuse("bad-element", "the filter holds text", path, "filter");
+  if (!filter->text().empty()) refuse("bad-element", "the filter holds text", path, "filter");
   request.selects_nothing = !parse_filter(schema, *filter, path, request.tree);
 }
 
@@ -57,16 +59,16 @@ Request parse_get_config(const XmlElement &operation, const std::string &path, c
 
 void read_config(const XmlElement &config, const std::string &path, DefaultOperation operation,
                  const Schema &schema, Request &request) {
-  if (!trimmed(config.text()).empty())
+  if (!config.text().empty())
     refuse("bad-element", "config holds text; it may hold elements only", path, "config");
   // An operation is for elements of the data; on <config> it would be lost.
   for (const auto &attribute : config.attributes()) {
     throw RpcError({.type = "protocol",
                     .tag = "unknown-attribute",
-                    .message = "attribute " + attribute.name +
+                    .message = "attribute " + shortened(attribute.name) +
                                " is not known in config; operations stand in the elements below it",
                     .path = path,
-                    .bad_attribute = attribute.name,
+                    .bad_attribute = std::string(attribute.name),
                     .bad_element = "config"});
   }
   parse_edit(schema, config, path, operation, request.tree, request.stated);
@@ -103,7 +105,8 @@ Request parse_validate(const XmlElement &operation, const std::string &path, con
   request.test_only = true;
   const Parameters parameters(operation, path, {"source"});
   const auto children = parameters.require("source").children();
-  if (children.size() != 1 || children.front().name() != "config" || children.front().ns() != kNetconfNs) {
+  if (children.empty() || std::next(children.begin()) != children.end() ||
+      children.front().name() != "config" || children.front().ns() != kNetconfNs) {
     parameters.require_running("source");
     return request;
   }
@@ -139,16 +142,11 @@ void check_message_id(const XmlElement &rpc, const std::string &path) {
 
 }  // namespace
 
-std::vector<XmlAttribute> RpcMessage::attributes() const {
-  const auto root = document_.root();
-  if (root.name() != "rpc") return {};
-  return root.attributes();
-}
-
 XmlElement RpcMessage::operation() const {
-  const auto rpc = document_.root();
+  if (fault_) throw RpcError(*fault_);
+  const auto rpc = document_->root();
   if (rpc.name() != "rpc") {
-    refuse("unknown-element", "the message is a <" + std::string(rpc.name()) + ">; it must be an <rpc>", {},
+    refuse("unknown-element", "the message is a <" + shortened(rpc.name()) + ">; it must be an <rpc>", {},
            rpc.name(), "rpc");
   }
   check_namespace(rpc, kNetconfNs, {});
@@ -156,21 +154,36 @@ XmlElement RpcMessage::operation() const {
   check_message_id(rpc, path);
   const auto operations = rpc.children();
   if (operations.empty()) refuse("missing-element", "an <rpc> holds exactly one operation", path, {}, "rpc");
-  if (operations.size() > 1)
-    refuse("bad-element", "an <rpc> holds exactly one operation", path, operations[1].name(), "rpc");
+  if (const auto second = std::next(operations.begin()); second != operations.end())
+    refuse("bad-element", "an <rpc> holds exactly one operation", path, (*second).name(), "rpc");
   return operations.front();
 }
 
-std::vector<XmlAttribute> attributes_of_broken(const std::string &message) {
-  const auto begin = message.find("rpc");
-  const auto tag = begin == std::string::npos ? std::string::npos : message.rfind('<', begin);
-  const auto end = tag == std::string::npos ? std::string::npos : message.find('>', tag);
-  if (end == std::string::npos) return {};
+std::span<const XmlAttribute> RpcMessage::attributes() const {
+  return document_ && document_->root_name() == "rpc" ? document_->root_attributes()
+                                                      : std::span<const XmlAttribute>();
+}
+
+RpcMessage::RpcMessage(std::string_view text) {
   try {
-    const auto kept = message[end - 1] == '/' ? end - 1 : end;
-    return RpcMessage(message.substr(tag, kept - tag) + "/>").attributes();
+    document_.emplace(text);
+  } catch (const RpcError &error) {
+    fault_ = error.fault();
+    read_beginning(text);
+  }
+}
+
+/// As much as the start tag of the <rpc> tells of a message that cannot be read.
+void RpcMessage::read_beginning(std::string_view text) {
+  const auto begin = text.find("rpc");
+  const auto tag = begin == std::string_view::npos ? begin : text.rfind('<', begin);
+  const auto end = tag == std::string_view::npos ? tag : text.find('>', tag);
+  if (end == std::string_view::npos) return;
+  const auto kept = text[end - 1] == '/' ? end - 1 : end;
+  try {
+    document_.emplace(std::string(text.substr(tag, kept - tag)) + "/>");
   } catch (const RpcError &) {
-    return {};
+    return;
   }
 }
 
@@ -181,8 +194,8 @@ Request RpcMessage::request(const Schema &schema) const {
 Request parse_operation(const XmlElement &operation, const std::string &path, const Schema &schema) {
   const auto row = std::ranges::find(kOperations, operation.name(), &Operation::name);
   if (row == kOperations.end() || operation.ns() != kNetconfNs) {
-    not_supported("operation " + std::string(operation.name()) + " of namespace \"" +
-                      std::string(operation.ns()) + "\" is none of get, get-config, edit-config, validate",
+    not_supported("operation " + shortened(operation.name()) + " of namespace \"" +
+                      shortened(operation.ns()) + "\" is none of get, get-config, edit-config, validate",
                   path);
   }
   return row->parse(operation, path, schema);

@@ -2,7 +2,9 @@
 #include "rpc_parameters.hpp"
 
 #include <algorithm>
+#include <iterator>
 
+#include "printable.hpp"
 #include "rpc_error.hpp"
 #include "schema.hpp"
 
@@ -30,9 +32,9 @@ void check_attributes(const XmlElement &element, const std::string &path) {
     const std::string name(element.name());
     throw RpcError({.type = "protocol",
                     .tag = "unknown-attribute",
-                    .message = "attribute " + attribute.name + " is not known in " + name,
+                    .message = "attribute " + shortened(attribute.name) + " is not known in " + name,
                     .path = path,
-                    .bad_attribute = attribute.name,
+                    .bad_attribute = std::string(attribute.name),
                     .bad_element = name});
   }
 }
@@ -54,7 +56,7 @@ void check_namespace(const XmlElement &element, std::string_view ns, const std::
   const std::string name(element.name());
   throw RpcError({.type = "protocol",
                   .tag = "unknown-namespace",
-                  .message = "element " + name + " is of namespace \"" + std::string(element.ns()) +
+                  .message = "element " + shortened(name) + " is of namespace \"" + shortened(element.ns()) +
                              "\", expected \"" + std::string(ns) + "\"",
                   .path = path,
                   .bad_element = name,
@@ -65,7 +67,7 @@ Parameters::Parameters(const XmlElement &operation, const std::string &path,
                        std::initializer_list<std::string_view> allowed)
     : ns_(operation.ns()), path_(step_of(path, operation.ns(), kNetconfNs, operation.name())) {
   check_attributes(operation, path_);
-  if (!trimmed(operation.text()).empty())
+  if (!operation.text().empty())
     refuse("bad-element", "the operation holds text; it may hold elements only", path_, operation.name());
   for (const auto &child : operation.children()) {
     check_parameter(child, allowed);
@@ -81,7 +83,7 @@ void Parameters::check_parameter(const XmlElement &parameter,
   check_namespace(parameter, name == kWithDefaults ? kWithDefaultsNs : ns_, path_);
   if (allowed.size() == 0) refuse("unknown-element", "the operation takes no parameters", path_, name);
   if (std::find(allowed.begin(), allowed.end(), parameter.name()) == allowed.end())
-    refuse("unknown-element", "parameter " + name + " is none of " + join(allowed), path_, name);
+    refuse("unknown-element", "parameter " + shortened(name) + " is none of " + join(allowed), path_, name);
   if (name != "filter" && name != "config") check_attributes(parameter, path_of(name));
 }
 
@@ -110,8 +112,7 @@ std::string_view Parameters::word(const std::string &name, std::initializer_list
   const auto given = text(name);
   const auto at = std::find(words.begin(), words.end(), given);
   if (at == words.end())
-    refuse("invalid-value", name + " \"" + std::string(given) + "\" is none of " + join(words),
-           path_of(name));
+    refuse("invalid-value", name + " \"" + shortened(given) + "\" is none of " + join(words), path_of(name));
   return *at;
 }
 
@@ -119,17 +120,17 @@ void Parameters::require_running(const std::string &name) const {
   const auto children = require(name).children();
   if (children.empty())
     refuse("missing-element", name + " names no datastore; <running/> is the one", path_of(name), "running");
-  const auto &datastore = children.front();
+  const auto datastore = children.front();
   const std::string word(datastore.name());
   check_namespace(datastore, require(name).ns(), path_of(name));
-  if (children.size() > 1)
-    refuse("bad-element", name + " names several datastores", path_of(name), children[1].name());
+  if (const auto second = std::next(children.begin()); second != children.end())
+    refuse("bad-element", name + " names several datastores", path_of(name), (*second).name());
   if (word == "candidate" || word == "startup" || word == "url")
     not_supported("datastore " + word + " is not supported; running is the only one", path_of(name));
   if (word != "running")
-    refuse("unknown-element", "datastore " + word + " is not known; running is the only one", path_of(name),
-           word);
-  if (!trimmed(datastore.text()).empty() || !datastore.children().empty())
+    refuse("unknown-element", "datastore " + shortened(word) + " is not known; running is the only one",
+           path_of(name), word);
+  if (!datastore.text().empty() || !datastore.children().empty())
     refuse("bad-element", "running is empty; it holds nothing", path_of(name) + "/running", word);
 }
 

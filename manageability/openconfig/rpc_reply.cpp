@@ -3,12 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <memory>
 #include <set>
 #include <string_view>
 
-#include "libyang_versions.hpp"
+#include "data_writer.hpp"
 #include "operation_words.hpp"
 #include "printable.hpp"
 #include "rpc_parameters.hpp"
@@ -80,17 +78,19 @@ void write_error_path(const std::string &path, XmlWriter &xml) {
   xml.leaf("error-path", xpath, declared);
 }
 
-void open_envelope(std::string_view name, const std::vector<XmlAttribute> &attributes, XmlWriter &xml) {
+void open_envelope(std::string_view name, std::span<const XmlAttribute> attributes, XmlWriter &xml) {
   XmlWriter::Attributes written = {{"xmlns", std::string(kNetconfNs)}};
-  std::set<std::string> declared;
+  std::set<std::string_view> declared;
   for (const auto &attribute : attributes) {
+    const std::string value(attribute.value);
     if (attribute.prefix.empty()) {
-      written.push_back({attribute.name, attribute.value});
+      written.push_back({std::string(attribute.name), value});
       continue;
     }
+    std::string prefix(attribute.prefix);
     if (declared.insert(attribute.prefix).second)
-      written.push_back({"xmlns:" + attribute.prefix, attribute.ns});
-    written.push_back({attribute.prefix + ":" + attribute.name, attribute.value});
+      written.push_back({"xmlns:" + prefix, std::string(attribute.ns)});
+    written.push_back({prefix.append(":").append(attribute.name), value});
   }
   xml.open(name, written);
 }
@@ -119,7 +119,7 @@ void write_nodes(const vidl_yfw_datatree *parent, std::string_view parent_ns, Xm
 
 }  // namespace
 
-std::string reply(const std::vector<XmlAttribute> &attributes, const ReplyContent &content, Layout layout) {
+std::string reply(std::span<const XmlAttribute> attributes, const ReplyContent &content, Layout layout) {
   XmlWriter xml(layout);
   open_envelope("rpc-reply", attributes, xml);
   XmlWriter::Attributes of_data;
@@ -137,7 +137,7 @@ std::string reply(const std::vector<XmlAttribute> &attributes, const ReplyConten
   return xml.take();
 }
 
-std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault &fault, Layout layout) {
+std::string error_reply(std::span<const XmlAttribute> attributes, const Fault &fault, Layout layout) {
   XmlWriter xml(layout);
   open_envelope("rpc-reply", attributes, xml);
   xml.open("rpc-error");
@@ -166,9 +166,9 @@ std::string error_reply(const std::vector<XmlAttribute> &attributes, const Fault
   return xml.take();
 }
 
-ReplyContent content_of(const Request &request, const Answer &answer, Layout layout) {
+ReplyContent content_of(const Schema &schema, const Request &request, const Answer &answer, Layout layout) {
   if (request.kind == Request::Kind::edit) return {};
-  return {ReplyContent::Kind::elements, print_data(answer.data.get(), DataFormat::xml, layout)};
+  return {ReplyContent::Kind::elements, xml_of(schema, answer.data, layout)};
 }
 
 void write_native_request(Request::Kind kind, const yfw::Datatree &native, XmlWriter &xml) {
@@ -186,16 +186,6 @@ std::string native_request(Request::Kind kind, const yfw::Datatree &native) {
   XmlWriter xml;
   write_native_request(kind, native, xml);
   return xml.take();
-}
-
-std::string print_data(const lyd_node *data, DataFormat format, Layout layout) {
-  if (data == nullptr) return {};
-  char *text = nullptr;
-  const uint32_t options =
-      libyang::kPrintSiblings | (layout == Layout::compact ? uint32_t{LYD_PRINT_SHRINK} : 0U);
-  lyd_print_mem(&text, data, format == DataFormat::xml ? LYD_XML : LYD_JSON, options);
-  const std::unique_ptr<char, decltype(&free)> owner(text, &free);
-  return text == nullptr ? std::string() : std::string(text);
 }
 
 }  // namespace ymap

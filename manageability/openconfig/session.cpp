@@ -1,13 +1,10 @@
 // Requests through the mapper, and its refusals as NETCONF errors.
 #include "session.hpp"
 
-#include <libyang/libyang.h>
-
 #include <algorithm>
-#include <functional>
 #include <utility>
 
-#include "openconfig_answer.hpp"
+#include "printable.hpp"
 #include "rpc_error.hpp"
 #include "stated_data.hpp"
 #include "ymap_datatree.h"
@@ -31,23 +28,23 @@ struct KeyFault {
   bool missing = false;  ///< not there at all
 };
 
-bool find_key_fault(const Schema &schema, const lysc_node *parent, const vidl_yfw_datatree *tree,
+bool find_key_fault(const Schema &schema, const SchemaNode *parent, const vidl_yfw_datatree *tree,
                     KeyFault &fault) {
   if (!vidl_yfw_datatree_has_subtrees(tree)) return false;
   for (uint32_t at = 0; at < tree->subtree_count; ++at) {
     const auto *entry = &tree->subtrees[at];
     const auto *node = schema.child(parent, entry->tag);
-    if (node == nullptr || is_leaf(node)) continue;
-    for (const auto *key : schema.children(node)) {
-      if (!is_key(key)) continue;
+    if (node == nullptr || node->is_leaf()) continue;
+    for (const auto &key : node->children) {
+      if (!key.is_key) continue;
       uint32_t count = 0;
       bool valued = true;
       for (uint32_t leaf = 0; leaf < entry->subtree_count; ++leaf) {
-        if (node_name(key) != entry->subtrees[leaf].tag) continue;
+        if (key.name != entry->subtrees[leaf].tag) continue;
         ++count;
         valued = valued && entry->subtrees[leaf].data != nullptr && *entry->subtrees[leaf].data != '\0';
       }
-      fault = {std::string(node_name(key)), count == 0};
+      fault = {std::string(key.name), count == 0};
       if (count != 1 || !valued) return true;
     }
     if (find_key_fault(schema, node, entry, fault)) return true;
@@ -90,8 +87,8 @@ yfw::Read read_of(const Request &request) {
 
 }  // namespace
 
-Session::Session(const Parts &parts, std::filesystem::path folder, const Companions &companions)
-    : schema_(parts.models, yfw::optical_amplifier().openconfig_module, companions),
+Session::Session(const Parts &parts, std::filesystem::path folder, Companions companions)
+    : schema_(parts.models, yfw::optical_amplifier().openconfig_module, std::move(companions)),
       plugin_(yfw::optical_amplifier(), parts.plugin),
       datastore_(std::move(folder), parts.models) {}
 

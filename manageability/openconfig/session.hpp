@@ -3,12 +3,12 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "mapper.hpp"
 #include "native_datastore.hpp"
+#include "openconfig_answer.hpp"
 #include "openconfig_request.hpp"
 #include "parts.hpp"
 #include "plugin.hpp"
@@ -16,19 +16,11 @@
 
 namespace ymap {
 
-/// OpenConfig data, first sibling; empty for no data. Must not outlive the schema.
-using Data = device::Tree;
-
-struct Answer {
-  Data data;                          ///< of a read
-  std::vector<std::string> warnings;  ///< what the device gave and the model does not take
-};
-
 class Session {
  public:
   /// Loads the plug-in and the schema, with `companions` beside it. The device's `folder` is opened by the
   /// first request. Throws UsageError.
-  Session(const Parts &parts, std::filesystem::path folder, const Companions &companions = {});
+  Session(const Parts &parts, std::filesystem::path folder, Companions companions = {});
 
   const Schema &schema() const { return schema_; }
   const yfw::Plugin &plugin() const { return plugin_; }

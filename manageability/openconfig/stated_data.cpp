@@ -27,20 +27,20 @@ class StatedData {
   explicit StatedData(const Schema &schema) : schema_(schema) {}
 
   /// The subtree filter of what must be there. Below an operation nothing must; a container is always there.
-  void add_filter(const vidl_yfw_datatree *from, const lysc_node *at, vidl_yfw_datatree *to,
+  void add_filter(const vidl_yfw_datatree *from, const SchemaNode *at, vidl_yfw_datatree *to,
                   yfw::Datatree &filter) const {
     for (uint32_t i = 0; i < child_count(from); ++i) {
       const auto &node = from->subtrees[i];
       const auto *below = schema_.child(at, text_of(node.tag));
       if (!must_exist(node, below)) continue;
       std::optional<std::string_view> value;
-      if (is_key(below)) value = text_of(node.data);
+      if (below->is_key) value = text_of(node.data);
       add_filter(&node, below, filter.add(to, text_of(node.tag), text_of(node.namespace_), value), filter);
     }
   }
 
   /// Throws RpcError: data-missing for what `filter` asks and `answer` lacks.
-  void check(const vidl_yfw_datatree *filter, const lysc_node *at, const vidl_yfw_datatree *answer,
+  void check(const vidl_yfw_datatree *filter, const SchemaNode *at, const vidl_yfw_datatree *answer,
              const std::string &path) const {
     for (uint32_t i = 0; i < child_count(filter); ++i) {
       const auto &asked = filter->subtrees[i];
@@ -50,7 +50,7 @@ class StatedData {
       if (const auto *key = key_of(asked, below))
         here = with_key(here, text_of(key->tag), text_of(key->data));
       const auto *found = find(answer, asked, below);
-      if (found == nullptr && (is_list(below) || is_leaf(below))) {
+      if (found == nullptr && (below->is_list() || below->is_leaf())) {
         throw RpcError({.tag = "data-missing",
                         .message = std::string(name) +
                                    " does not exist, and the default operation none does not create it",
@@ -61,9 +61,9 @@ class StatedData {
   }
 
  private:
-  bool must_exist(const vidl_yfw_datatree &node, const lysc_node *schema_node) const {
+  bool must_exist(const vidl_yfw_datatree &node, const SchemaNode *schema_node) const {
     if (has_own_operation(node) || schema_node == nullptr) return false;
-    if (is_list(schema_node) || is_leaf(schema_node)) return true;
+    if (schema_node->is_list() || schema_node->is_leaf()) return true;
     for (uint32_t i = 0; i < child_count(&node); ++i) {
       const auto &below = node.subtrees[i];
       if (must_exist(below, schema_.child(schema_node, text_of(below.tag)))) return true;
@@ -71,20 +71,20 @@ class StatedData {
     return false;
   }
 
-  const vidl_yfw_datatree *key_of(const vidl_yfw_datatree &entry, const lysc_node *list) const {
+  const vidl_yfw_datatree *key_of(const vidl_yfw_datatree &entry, const SchemaNode *list) const {
     for (uint32_t i = 0; i < child_count(&entry); ++i) {
       const auto *leaf = schema_.child(list, text_of(entry.subtrees[i].tag));
-      if (leaf != nullptr && is_key(leaf)) return &entry.subtrees[i];
+      if (leaf != nullptr && leaf->is_key) return &entry.subtrees[i];
     }
     return nullptr;
   }
 
   const vidl_yfw_datatree *find(const vidl_yfw_datatree *parent, const vidl_yfw_datatree &asked,
-                                const lysc_node *node) const {
+                                const SchemaNode *node) const {
     for (uint32_t i = 0; i < child_count(parent); ++i) {
       const auto &candidate = parent->subtrees[i];
       if (text_of(candidate.tag) != text_of(asked.tag)) continue;
-      if (!is_list(node)) return &candidate;
+      if (!node->is_list()) return &candidate;
       const auto *wanted = key_of(asked, node);
       const auto *own = key_of(candidate, node);
       if (wanted != nullptr && own != nullptr && text_of(wanted->data) == text_of(own->data))

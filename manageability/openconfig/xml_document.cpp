@@ -1,119 +1,224 @@
-// XML from outside, parsed by libyang without a schema.
+// XML from outside, read by expat.
 #include "xml_document.hpp"
 
+#include <expat.h>
+
+#include <algorithm>
+#include <exception>
+#include <map>
 #include <memory>
 #include <new>
-#include <set>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
-#include "libyang_versions.hpp"
-#include "xml_intake.hpp"
-#include "yang.hpp"
+#include "printable.hpp"
+#include "rpc_error.hpp"
+#include "xml_limits.hpp"
 
 namespace ymap {
 namespace {
 
-void check_attributes(const XmlElement &element) {
-  std::set<std::pair<std::string, std::string>> names;
-  for (const auto &attribute : element.attributes()) {
-    if (!names.emplace(attribute.ns, attribute.name).second)
-      malformed("attribute " + attribute.name + " stands twice in element " + std::string(element.name()));
-  }
-  for (const auto &child : element.children()) check_attributes(child);
-}
+/// Between the parts of a name in expat's callbacks: no character of XML.
+constexpr char kSeparator = '\f';
 
-/// A context without modules: beside a schema libyang would turn the elements that it knows into schema nodes
-/// at once, in the middle of a tree of opaque ones. One for all documents, as to make it costs more than to
-/// parse a message.
-ly_ctx *bare_context() {
-  static const std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)> context = [] {
-    ly_ctx *made = nullptr;
-    if (libyang::new_context(&made) != LY_SUCCESS) throw std::bad_alloc();
-    return std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)>(made, &ly_ctx_destroy);
-  }();
-  return context.get();
-}
+struct Name {
+  std::string_view ns, local, prefix;
+};
 
-std::string_view view(const char *text) {
-  return text == nullptr ? std::string_view() : std::string_view(text);
-}
-
-const lyd_node_opaq *leading_text(const lyd_node_opaq *element) {
-  const auto *first = reinterpret_cast<const lyd_node_opaq *>(element->child);
-  return first != nullptr && view(first->name.module_ns) == kLeadingText ? first : nullptr;
+/// A name as expat gives it: "local", "ns local" or "ns local prefix".
+Name name_of(std::string_view text) {
+  const auto first = text.find(kSeparator);
+  if (first == std::string_view::npos) return {{}, text, {}};
+  const auto rest = text.substr(first + 1);
+  const auto second = std::min(rest.find(kSeparator), rest.size());
+  return {text.substr(0, first), rest.substr(0, second), rest.substr(std::min(second + 1, rest.size()))};
 }
 
 }  // namespace
 
-XmlElement::XmlElement(const lyd_node *node) : node_(reinterpret_cast<const lyd_node_opaq *>(node)) {}
-
-std::string_view XmlElement::name() const {
-  return view(node_->name.name);
-}
-std::string_view XmlElement::ns() const {
-  const auto ns = view(node_->name.module_ns);
-  return ns == kNoNamespace ? std::string_view() : ns;
-}
-std::string_view XmlElement::text() const {
-  // Whether a value of nothing but white space is kept is different from version to version.
-  const auto *leading = leading_text(node_);
-  const auto value = view(leading != nullptr ? leading->value : node_->value);
-  return trimmed(value).empty() ? std::string_view() : value;
-}
-const void *XmlElement::prefixes() const {
-  return node_->val_prefix_data;
-}
-
-std::vector<XmlElement> XmlElement::children() const {
-  std::vector<XmlElement> elements;
-  const lyd_node *first = leading_text(node_) == nullptr ? node_->child : node_->child->next;
-  for (const lyd_node *child = first; child != nullptr; child = child->next) elements.emplace_back(child);
-  return elements;
-}
-
-std::vector<XmlAttribute> XmlElement::attributes() const {
-  std::vector<XmlAttribute> found;
-  for (const lyd_attr *attribute = node_->attr; attribute != nullptr; attribute = attribute->next) {
-    found.push_back({std::string(view(attribute->name.prefix)), std::string(view(attribute->name.module_ns)),
-                     std::string(view(attribute->name.name)), std::string(view(attribute->value))});
+/// Builds the tree in the callbacks of expat. Whatever they throw stops the parser and is thrown by read().
+class XmlDocument::Reader {
+ public:
+  explicit Reader(XmlDocument &document)
+      : document_(document), parser_(XML_ParserCreateNS("UTF-8", kSeparator)) {
+    if (parser_ == nullptr) throw std::bad_alloc();
+    auto *parser = parser_.get();
+    XML_SetReturnNSTriplet(parser, XML_TRUE);
+    XML_SetUserData(parser, this);
+    XML_SetElementHandler(
+        parser,
+        [](void *self, const XML_Char *name, const XML_Char **attributes) {
+          guarded(self, [&](Reader &reader) { reader.open(name, attributes); });
+        },
+        [](void *self, const XML_Char *) { guarded(self, [](Reader &reader) { reader.close(); }); });
+    XML_SetCharacterDataHandler(parser, [](void *self, const XML_Char *text, int length) {
+      guarded(self, [&](Reader &reader) { reader.text_.append(text, static_cast<std::size_t>(length)); });
+    });
+    XML_SetNamespaceDeclHandler(
+        parser,
+        [](void *self, const XML_Char *prefix, const XML_Char *ns) {
+          guarded(self, [&](Reader &reader) { reader.declare(prefix, ns); });
+        },
+        [](void *self, const XML_Char *prefix) {
+          guarded(self, [&](Reader &reader) { reader.end_declaration(prefix); });
+        });
   }
-  return found;
-}
 
-void XmlDocument::TreeDeleter::operator()(lyd_node *tree) const {
-  lyd_free_all(tree);
-}
+  /// `lines` stand in front of the text.
+  void read(std::string_view text, std::size_t lines) {
+    auto *parser = parser_.get();
+    const auto status = XML_Parse(parser, text.data(), static_cast<int>(text.size()), XML_TRUE);
+    if (failure_) std::rethrow_exception(failure_);
+    if (status == XML_STATUS_OK) return;
+    const auto error = XML_GetErrorCode(parser);
+    if (error == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+    if (error == XML_ERROR_NO_ELEMENTS && open_.empty())
+      malformed("the message holds no element; it must be one");
+    const auto at = static_cast<std::size_t>(std::max<XML_Index>(XML_GetCurrentByteIndex(parser), 0));
+    if (error == XML_ERROR_JUNK_AFTER_DOC_ELEMENT && text.substr(at).starts_with('<'))
+      malformed("the message holds several root elements; it must be one");
+    const auto reason = error == XML_ERROR_NO_ELEMENTS
+                            ? "element " + shortened(open_.back().node->name) + " has no end"
+                            : std::string(XML_ErrorString(error));
+    malformed("not well-formed XML: " + reason + ". Line number " +
+              std::to_string(lines + XML_GetCurrentLineNumber(parser)) + ".");
+  }
+
+ private:
+  struct ParserDeleter {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+  };
+
+  /// An element whose end tag is still to come.
+  struct Open {
+    XmlNode *node;
+    XmlNode *last_child = nullptr;
+  };
+
+  template <typename Work>
+  static void guarded(void *self, const Work &work) {
+    auto &reader = *static_cast<Reader *>(self);
+    if (reader.failure_) return;
+    try {
+      work(reader);
+    } catch (...) {
+      reader.failure_ = std::current_exception();
+      XML_StopParser(reader.parser_.get(), XML_FALSE);
+    }
+  }
+
+  template <typename Item>
+  std::span<Item> allocate(std::size_t count) {
+    static_assert(std::is_trivially_destructible_v<Item>);
+    auto *items = static_cast<Item *>(document_.memory_.allocate(count * sizeof(Item), alignof(Item)));
+    std::uninitialized_default_construct_n(items, count);
+    return {items, count};
+  }
+
+  std::string_view kept(std::string_view text) {
+    if (text.empty()) return {};
+    const auto copy = allocate<char>(text.size());
+    std::ranges::copy(text, copy.begin());
+    return {copy.data(), copy.size()};
+  }
+
+  /// Most elements are of the namespace of the one before.
+  std::string_view kept_ns(std::string_view ns) {
+    if (ns != last_ns_) last_ns_ = kept(ns);
+    return last_ns_;
+  }
+
+  void declare(const XML_Char *prefix, const XML_Char *ns) {
+    const std::string_view uri = ns == nullptr ? std::string_view() : ns;
+    if (uri.size() > kLongestNamespace)
+      throw RpcError({.type = "rpc",
+                      .tag = "too-big",
+                      .message = "the name of a namespace is longer than " +
+                                 std::to_string(kLongestNamespace) + " bytes"});
+    if (prefix != nullptr) prefixes_[prefix].push_back(kept(uri));
+  }
+
+  void end_declaration(const XML_Char *prefix) {
+    if (prefix != nullptr) prefixes_.find(std::string_view(prefix))->second.pop_back();
+  }
+
+  void open(const XML_Char *text, const XML_Char **attributes) {
+    auto *node = allocate<XmlNode>(1).data();
+    const auto name = name_of(text);
+    node->name = kept(name.local);
+    node->ns = kept_ns(name.ns);
+    std::size_t count = 0;
+    while (attributes[2 * count] != nullptr) ++count;
+    const auto kept_attributes = allocate<XmlAttribute>(count);
+    for (auto &attribute : kept_attributes) {
+      const auto own = name_of(*attributes++);
+      attribute = {kept(own.prefix), kept(own.ns), kept(own.local), kept(*attributes++)};
+    }
+    node->attributes = kept_attributes;
+
+    if (open_.empty()) {
+      document_.root_ = node;
+    } else {
+      take_text();
+      auto &parent = open_.back();
+      (parent.last_child == nullptr ? parent.node->first_child : parent.last_child->next) = node;
+      parent.last_child = node;
+    }
+    open_.push_back({node});
+  }
+
+  void close() {
+    take_text();
+    open_.pop_back();
+  }
+
+  /// What was read since the last tag, into the element that is open.
+  void take_text() {
+    if (text_.empty()) return;
+    const auto &element = open_.back();
+    const auto value = trimmed(text_);
+    if (!value.empty() && element.last_child == nullptr) {
+      element.node->text = kept(text_);
+      const auto colon = value.find(':');
+      const auto prefix = prefixes_.find(value.substr(0, colon));
+      if (colon != std::string_view::npos && prefix != prefixes_.end() && !prefix->second.empty())
+        element.node->text_ns = prefix->second.back();
+    } else if (!value.empty() && document_.mixed_ == nullptr) {
+      document_.mixed_ = element.node;
+    }
+    text_.clear();
+  }
+
+  XmlDocument &document_;
+  std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter> parser_;
+  std::vector<Open> open_;
+  std::string text_;
+  std::string_view last_ns_;
+  std::map<std::string, std::vector<std::string_view>, std::less<>> prefixes_;  ///< the innermost last
+  std::exception_ptr failure_;
+};
 
 XmlDocument::XmlDocument(std::string_view text) {
   constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
+  check_limits(text);
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
-  if (trimmed(text).empty()) malformed("the message is empty; it must be one element");
-  const auto prepared = prepared_xml(text);
-
-  const device::LogScope log;
-  ly_ctx *context = bare_context();
-  // It lives long, and keeps what went wrong with the documents before.
-  ly_err_clean(context, nullptr);
-  lyd_node *tree = nullptr;
-  const auto status =
-      lyd_parse_data_mem(context, prepared.c_str(), LYD_XML, LYD_PARSE_ONLY | LYD_PARSE_OPAQ, 0, &tree);
-  tree_.reset(tree);
-  if (status != LY_SUCCESS) {
-    const auto reason = view(ly_errmsg(context));
-    const auto line = libyang::error_place(context).line;
-    // Of some bytes that are not UTF-8 it tells neither.
-    not_well_formed(reason.empty() ? "it holds what is no character"
-                                   : std::string(reason) + " Line number " + std::to_string(line) + ".");
-  }
-  if (tree == nullptr) malformed("the message holds no element; it must be one");
-  if (tree->next != nullptr) malformed("the message holds several root elements; it must be one");
-  check_attributes(root());
+  const auto whole = trimmed(text);
+  if (whole.empty()) malformed("the message is empty; it must be one element");
+  // White space comes in front of declarations where messages end with a marker and a line feed.
+  const auto lines = std::count(text.data(), whole.data(), '\n');
+  Reader(*this).read(whole, static_cast<std::size_t>(lines));
 }
 
-XmlDocument::~XmlDocument() = default;
-
 XmlElement XmlDocument::root() const {
-  return XmlElement(tree_.get());
+  if (mixed_ != nullptr) {
+    const std::string name(mixed_->name);
+    throw RpcError({.type = "protocol",
+                    .tag = "bad-element",
+                    .message = "element " + shortened(name) + " holds text beside elements",
+                    .bad_element = name});
+  }
+  return XmlElement(root_);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -121,6 +226,10 @@ std::string_view trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(white);
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(white) - first + 1);
+}
+
+void malformed(const std::string &reason) {
+  throw RpcError({.type = "rpc", .tag = "malformed-message", .message = reason});
 }
 
 }  // namespace ymap

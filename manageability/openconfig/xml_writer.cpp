@@ -66,7 +66,7 @@ void XmlWriter::open(std::string_view name, const Attributes &attributes) {
 }
 
 void XmlWriter::close() {
-  const std::string name = open_.back();
+  const auto name = open_.back();
   open_.pop_back();
   begin_line();
   text_.append("</").append(name) += '>';

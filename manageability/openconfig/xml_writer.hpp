@@ -22,6 +22,7 @@ class XmlWriter {
   };
   using Attributes = std::vector<Attribute>;
 
+  /// `name` lives until its element is closed.
   void open(std::string_view name, const Attributes &attributes = {});
   void close();
   /// An element without children; the empty text gives an empty element.
@@ -41,7 +42,7 @@ class XmlWriter {
 
   Layout layout_;
   std::string text_;
-  std::vector<std::string> open_;
+  std::vector<std::string_view> open_;
 };
 
 }  // namespace ymap

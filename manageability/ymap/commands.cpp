@@ -14,6 +14,7 @@
 
 #include "client.hpp"
 #include "completion.hpp"
+#include "data_writer.hpp"
 #include "explain.hpp"
 #include "mapping.hpp"
 #include "openconfig_request.hpp"
@@ -59,12 +60,12 @@ std::string read_input(const std::string &name) {
   return text;
 }
 
-std::string render(const Data &data, Options::Format format, const Terminal &terminal) {
+std::string render(const Schema &schema, const Data &data, Options::Format format, const Terminal &terminal) {
   switch (format) {
     case Options::Format::xml:
-      return print_data(data.get(), DataFormat::xml);
+      return xml_of(schema, data);
     case Options::Format::json:
-      return print_data(data.get(), DataFormat::json);
+      return json_of(schema, data);
     case Options::Format::text:
       break;
   }
@@ -81,7 +82,7 @@ int get(const Schema &schema, const Run &run, const Options &options) {
   while (true) {
     const auto answer = run(request);
     print_warnings(answer.warnings);
-    const auto text = render(answer.data, options.format, terminal);
+    const auto text = render(schema, answer.data, options.format, terminal);
     if (!options.watch) {
       print(text);
       return kDone;
@@ -119,19 +120,16 @@ int edit(const Schema &schema, const Run &run, const Options &options) {
 
 /// The reply is the result, also where it is a refusal.
 int rpc(Session &session, const Options &options) {
-  const auto text = read_input(options.file);
-  std::vector<XmlAttribute> attributes;
+  const RpcMessage message(read_input(options.file));
   try {
-    const RpcMessage message(text);
-    attributes = message.attributes();
     const auto request = message.request(session.schema());
     const auto answer = session.run(request);
     print_warnings(answer.warnings);
-    print(reply(attributes, content_of(request, answer, Layout::indented), Layout::indented));
+    print(reply(message.attributes(), content_of(session.schema(), request, answer, Layout::indented),
+                Layout::indented));
     return kDone;
   } catch (const RpcError &error) {
-    if (attributes.empty()) attributes = attributes_of_broken(text);
-    print(error_reply(attributes, error.fault(), Layout::indented));
+    print(error_reply(message.attributes(), error.fault(), Layout::indented));
     return kRefused;
   }
 }
@@ -244,7 +242,9 @@ int run_command(const Options &options) {
   std::filesystem::path folder;
   if (needs_device(options.command) || !options.device.empty()) folder = device_folder(options.device);
   const bool serves = options.command == Options::Command::netconf;
-  Session session(find_parts(), folder, serves ? netconf::protocol_modules() : Companions());
+  // Never taken down: the end of the process does that for nothing.
+  static auto &session =
+      *new Session(find_parts(), folder, serves ? netconf::protocol_modules() : Companions());
   const Tracing tracing(options);
   return dispatch(session, folder, options);
 }

@@ -8,26 +8,27 @@
 namespace ymap {
 namespace {
 
-std::string words(const std::vector<std::string> &list) {
+template <typename Words>
+std::string words(const Words &list) {
   std::string text;
-  for (const auto &word : list) text += (text.empty() ? "" : " ") + word;
+  for (const auto &word : list) text.append(text.empty() ? "" : " ").append(word);
   return text;
 }
 
 /// The leaves of `config` that the plug-in maps: those whose removal it does not refuse.
-std::vector<const lysc_node *> settable_leaves(Session &session) {
+std::vector<const SchemaNode *> settable_leaves(Session &session) {
   const auto &record = session.registration();
   const auto &schema = session.schema();
-  const lysc_node *node = nullptr;
+  const SchemaNode *node = nullptr;
   for (const auto &name : {record.top, record.list_container, record.list, std::string("config")})
     node = schema.child(node, name);
-  std::vector<const lysc_node *> leaves;
-  for (const auto *leaf : schema.children(node)) {
-    const std::string name(node_name(leaf));
+  std::vector<const SchemaNode *> leaves;
+  for (const auto &leaf : schema.children(node)) {
+    const std::string name(leaf.name);
     if (name == record.key) continue;
     try {
       session.translate(edit_request(schema, record.instances.front(), {{name, std::nullopt}}));
-      leaves.push_back(leaf);
+      leaves.push_back(&leaf);
     } catch (const RpcError &) {
       continue;
     }
@@ -103,8 +104,8 @@ std::string bash_completion(Session &session) {
   std::string values;
   std::vector<std::string> leaves;
   for (const auto *leaf : settable_leaves(session)) {
-    leaves.emplace_back(node_name(leaf));
-    values += " [" + leaves.back() + "]=\"" + words(value_words(leaf)) + "\"";
+    leaves.emplace_back(leaf->name);
+    values += " [" + leaves.back() + "]=\"" + words(leaf->words) + "\"";
   }
   return "# bash completion of ymap\n_ymap_commands=\"" + words(commands) + "\"\n_ymap_amplifiers=\"" +
          words(session.registration().instances) + "\"\n_ymap_leaves=\"" + words(leaves) +

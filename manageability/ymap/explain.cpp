@@ -1,10 +1,6 @@
 // The story of one request: what was walked, asked, answered and dropped.
 #include "explain.hpp"
 
-#include <libyang/libyang.h>
-
-#include <cstdlib>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -183,26 +179,28 @@ class Narrator {
   void tell_answer(const Answer &answer) {
     for (const auto &warning : answer.warnings) heading("Warning: " + printable(warning));
     std::vector<std::string> leaves;
-    const lyd_node *top = nullptr;
-    LY_LIST_FOR(answer.data.get(), top) collect(top, leaves);
+    collect(answer.data, {}, leaves);
     heading("Answer: " + counted(leaves.size(), "leaf", "leaves") +
             (leaves.empty() ? "" : ", pruned to the request"));
     for (const auto &leaf : leaves) text_ += "  " + printable(leaf) + "\n";
   }
 
   /// "amplifier[name='0/0-AMP-BST2']/config/target-gain = 15.50 dB"
-  void collect(const lyd_node *node, std::vector<std::string> &leaves) const {
-    const lyd_node *child = nullptr;
-    LY_LIST_FOR(lyd_child(node), child) collect(child, leaves);
-    if (!is_leaf(node->schema)) return;
-    const std::unique_ptr<char, decltype(&free)> owner(lyd_path(node, LYD_PATH_STD, nullptr, 0), &free);
-    std::string path = owner == nullptr ? node->schema->name : owner.get();
+  void collect(const Data &siblings, const std::string &above, std::vector<std::string> &leaves) const {
     const auto &model = session_.registration();
-    const auto above = step(step({}, model.openconfig_module, model.top), {}, model.list_container) + "/";
-    if (path.starts_with(above)) path.erase(0, above.size());
-    const std::string unit(units(node->schema));
-    leaves.push_back(path + " = " + plain_value(node->schema, lyd_get_value(node)) +
-                     (unit.empty() ? "" : " " + unit));
+    const auto list = step(step({}, model.openconfig_module, model.top), {}, model.list_container) + "/";
+    for (const auto &node : siblings) {
+      auto path = step(above, model.openconfig_module, node.schema->name);
+      if (!node.schema->is_leaf()) {
+        if (node.schema->is_list())
+          path = with_key(path, node.children.front().schema->name, node.children.front().value);
+        collect(node.children, path, leaves);
+        continue;
+      }
+      if (path.starts_with(list)) path.erase(0, list.size());
+      const auto unit = node.schema->units;
+      leaves.push_back((path + " = " + node.value).append(unit.empty() ? "" : " ").append(unit));
+    }
   }
 
   Session &session_;

@@ -54,21 +54,20 @@ class MadeUpDatastore : public yfw::NativeDatastore {
 
 /// A leaf of the model: the tags from the top.
 struct ModelLeaf {
-  std::vector<const lysc_node *> steps;
+  std::vector<const SchemaNode *> steps;
 
-  const lysc_node *node() const { return steps.back(); }
+  const SchemaNode *node() const { return steps.back(); }
   std::string path(std::size_t from) const {
     std::string text;
-    for (; from < steps.size(); ++from)
-      text += (text.empty() ? "" : "/") + std::string(node_name(steps[from]));
+    for (; from < steps.size(); ++from) text += (text.empty() ? "" : "/") + std::string(steps[from]->name);
     return text;
   }
 };
 
 void collect_leaves(const Schema &schema, ModelLeaf &at, std::vector<ModelLeaf> &leaves) {
-  for (const auto *node : schema.children(at.steps.empty() ? nullptr : at.steps.back())) {
-    at.steps.push_back(node);
-    if (is_leaf(node))
+  for (const auto &node : schema.children(at.steps.empty() ? nullptr : at.steps.back())) {
+    at.steps.push_back(&node);
+    if (node.is_leaf())
       leaves.push_back(at);
     else
       collect_leaves(schema, at, leaves);
@@ -101,7 +100,7 @@ class Prober {
     std::vector<ModelLeaf> leaves;
     collect_leaves(session_.schema(), top, leaves);
     for (const auto &leaf : leaves)
-      if (in_list(leaf) && is_config(leaf.node()) && leaf.steps.size() > kListDepth + 1) ask_edit(leaf);
+      if (in_list(leaf) && leaf.node()->is_config && leaf.steps.size() > kListDepth + 1) ask_edit(leaf);
     for (const auto &leaf : leaves) ask_read(leaf);
     ask_everything();
     for (auto &[leaf, modules] : found_) {
@@ -116,7 +115,7 @@ class Prober {
   static constexpr std::size_t kListDepth = 3;  ///< steps down to the list entry
 
   bool in_list(const ModelLeaf &leaf) const {
-    return leaf.steps.size() > kListDepth && node_name(leaf.steps[1]) == registration_.list_container;
+    return leaf.steps.size() > kListDepth && leaf.steps[1]->name == registration_.list_container;
   }
 
   std::vector<std::string> words_to_answer() const {
@@ -135,7 +134,7 @@ class Prober {
     std::string refused;
     try {
       const auto request =
-          edit_request(session_.schema(), amplifier, {{std::string(node_name(leaf.node())), value}});
+          edit_request(session_.schema(), amplifier, {{std::string(leaf.node()->name), value}});
       mapper_.translate_edit(request.tree);
     } catch (const RpcError &) {
       return std::nullopt;  // not of the leaf's type
@@ -157,9 +156,9 @@ class Prober {
   }
 
   std::vector<std::string> values_to_set(const ModelLeaf &leaf, const std::string &amplifier) const {
-    auto values = value_words(leaf.node());
-    if (!values.empty()) return values;
-    values = {amplifier};
+    const auto words = leaf.node()->words;
+    if (!words.empty()) return {words.begin(), words.end()};
+    std::vector<std::string> values = {amplifier};
     for (const char *number : {"0", "1", "1.09", "2", "10", "10.09", "11"}) values.emplace_back(number);
     return values;
   }
@@ -172,12 +171,12 @@ class Prober {
         if (!added) continue;
         for (const auto &native : *added) {
           // A leaf repeats the key: what comes with it is the key's.
-          if (!native.value && value_words(leaf.node()).empty()) continue;
+          if (!native.value && leaf.node()->words.empty()) continue;
           auto &evidence = found_[name][native.module];
           evidence.write = true;
           add_once(evidence.natives[native.path], amplifier);
           add_sample(evidence.edits, {native.value.value_or(""), value, native.path});
-          if (native.value && !value_words(leaf.node()).empty()) native_words_.insert(*native.value);
+          if (native.value && !leaf.node()->words.empty()) native_words_.insert(*native.value);
         }
       }
     }
@@ -190,15 +189,15 @@ class Prober {
     auto *parent = tree.root();
     const auto ns = session_.schema().ns();
     for (const auto *node : leaf.steps) {
-      parent = tree.add(parent, node_name(node), ns);
-      if (is_list(node) && !amplifier.empty()) tree.add(parent, registration_.key, ns, amplifier);
+      parent = tree.add(parent, node->name, ns);
+      if (node->is_list() && !amplifier.empty()) tree.add(parent, registration_.key, ns, amplifier);
     }
     return tree;
   }
 
   void ask_read(const ModelLeaf &leaf) {
     // A key alone would select the whole entry.
-    const bool key = in_list(leaf) && is_key(leaf.node());
+    const bool key = in_list(leaf) && leaf.node()->is_key;
     for (const auto &amplifier : in_list(leaf) ? registration_.instances : std::vector<std::string>{""}) {
       if (key || !run_read(filter(leaf, amplifier), kNumbers[0]) || rejected(leaf)) continue;
       for_each_answer([&](const std::string &native, const AddedPath &added, const std::string &module,
@@ -297,13 +296,13 @@ class Prober {
     if (name.empty() || found == found_.end()) return conclude_unmapped(leaf);
     for (auto &[module, evidence] : found->second) {
       MappedLeaf mapped{.leaf = name,
-                        .units = std::string(units(leaf.node())),
+                        .units = std::string(leaf.node()->units),
                         .key = evidence.key,
                         .read = evidence.read,
                         .write = evidence.write,
                         .fill = evidence.fill,
                         .natives = {},
-                        .conversion = conversion_of(evidence, !value_words(leaf.node()).empty()),
+                        .conversion = conversion_of(evidence, !leaf.node()->words.empty()),
                         .range = std::nullopt,
                         .unmapped_words = {}};
       for (const auto &[path, amplifiers] : evidence.natives)

@@ -1,8 +1,6 @@
 // Amplifiers as a table on a terminal, as lines elsewhere.
 #include "table.hpp"
 
-#include <libyang/libyang.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -36,9 +34,9 @@ struct Table {
   std::size_t next = 0;  ///< where the amplifier's next row stands, or would if it were new
 };
 
-uint64_t number(const char *text) {
+uint64_t number(std::string_view text) {
   uint64_t value = 0;
-  std::from_chars(text, text + std::string_view(text).size(), value);
+  std::from_chars(text.data(), text.data() + text.size(), value);
   return value;
 }
 
@@ -50,27 +48,23 @@ std::string on_one_line(std::string_view text) {
   return line;
 }
 
-Cell cell_of(const lyd_node *leaf) {
-  const std::string_view name = leaf->schema->name;
-  const char *value = lyd_get_value(leaf);
-  if (name == "min-time" || name == "max-time") return {utc_time(number(value)), {}};
+Cell cell_of(const DataNode &leaf) {
+  const auto name = leaf.schema->name;
+  if (name == "min-time" || name == "max-time") return {utc_time(number(leaf.value)), {}};
   if (name == "interval") {
     constexpr uint64_t second = 1'000'000'000;
-    if (number(value) % second == 0) return {std::to_string(number(value) / second), "s"};
+    if (number(leaf.value) % second == 0) return {std::to_string(number(leaf.value) / second), "s"};
   }
-  return {on_one_line(plain_value(leaf->schema, value)), std::string(units(leaf->schema))};
+  return {on_one_line(leaf.value), std::string(leaf.schema->units)};
 }
 
 /// The parts of a statistic in reading order; the words stand before the values where a line holds them all.
 constexpr std::array<std::string_view, 7> kStatistic = {"instant",  "avg",      "min",     "max",
                                                         "interval", "min-time", "max-time"};
 
-std::map<std::string_view, Cell> statistic_cells(const lyd_node *container) {
+std::map<std::string_view, Cell> statistic_cells(const DataNode &container) {
   std::map<std::string_view, Cell> cells;
-  const lyd_node *leaf = nullptr;
-  LY_LIST_FOR(lyd_child(container), leaf) {
-    cells[leaf->schema->name] = cell_of(leaf);
-  }
+  for (const auto &leaf : container.children) cells[leaf.schema->name] = cell_of(leaf);
   return cells;
 }
 
@@ -89,10 +83,10 @@ void add_cell(Table &table, const Row &where, const std::string &text) {
 }
 
 /// "15.50, avg 15.48, 15.31..15.66" and, below, when that was.
-void add_statistic(Table &table, const std::string &section, const lyd_node *container) {
+void add_statistic(Table &table, const std::string &section, const DataNode &container) {
   auto cells = statistic_cells(container);
   auto &times = cells["interval"];
-  const std::string label = container->schema->name;
+  const std::string label(container.schema->name);
   std::string unit;
   for (const auto part : {"instant", "avg", "min", "max"})
     if (unit.empty()) unit = cells[part].unit;
@@ -107,43 +101,34 @@ void add_statistic(Table &table, const std::string &section, const lyd_node *con
   }
 }
 
-const lyd_node *entry_key(const lyd_node *entry) {
-  const lyd_node *key = lyd_child(entry);
-  return key != nullptr && is_key(key->schema) ? key : nullptr;
-}
-
 /// Calls `visit` for every entry of every list, in the order of the data.
 template <typename Visit>
-void for_each_entry(const lyd_node *first, const Visit &visit) {
-  const lyd_node *node = nullptr;
-  LY_LIST_FOR(first, node) {
-    if (is_list(node->schema))
+void for_each_entry(const Data &siblings, const Visit &visit) {
+  for (const auto &node : siblings) {
+    if (node.schema->is_list())
       visit(node);
     else
-      for_each_entry(lyd_child(node), visit);
+      for_each_entry(node.children, visit);
   }
 }
 
-Table table_of(const lyd_node *first) {
+Table table_of(const Data &data) {
   Table table;
-  for_each_entry(first, [&](const lyd_node *entry) {
-    const auto *key = entry_key(entry);
-    if (key == nullptr) return;
-    table.amplifiers.push_back(on_one_line(lyd_get_value(key)));
+  for_each_entry(data, [&](const DataNode &entry) {
+    const auto &key = entry.children.front();
+    table.amplifiers.push_back(on_one_line(key.value));
     table.next = 0;
-    const lyd_node *section = nullptr;
-    LY_LIST_FOR(lyd_child(entry), section) {
-      if (is_leaf(section->schema)) continue;
-      const lyd_node *node = nullptr;
-      LY_LIST_FOR(lyd_child(section), node) {
-        if (!is_leaf(node->schema)) {
-          add_statistic(table, section->schema->name, node);
+    for (const auto &section : entry.children) {
+      const std::string heading(section.schema->name);
+      for (const auto &node : section.children) {
+        if (!node.schema->is_leaf()) {
+          add_statistic(table, heading, node);
           continue;
         }
         // The name heads the column.
-        if (std::string_view(node->schema->name) == key->schema->name) continue;
+        if (node.schema->name == key.schema->name) continue;
         const auto cell = cell_of(node);
-        add_cell(table, {section->schema->name, node->schema->name, cell.unit, {}}, cell.text);
+        add_cell(table, {heading, std::string(node.schema->name), cell.unit, {}}, cell.text);
       }
     }
   });
@@ -216,18 +201,15 @@ std::string line_of(const std::string &label, const Cell &cell) {
 }
 
 /// "0/0-AMP-PRE0 state/actual-gain instant 15.50 dB avg 15.48 dB min ..."
-std::string print_lines(const lyd_node *first) {
+std::string print_lines(const Data &data) {
   std::string out;
-  for_each_entry(first, [&](const lyd_node *entry) {
-    const auto *key = entry_key(entry);
-    if (key == nullptr) return;
-    const std::string amplifier = on_one_line(lyd_get_value(key));
-    const lyd_node *section = nullptr;
-    LY_LIST_FOR(lyd_child(entry), section) {
-      const lyd_node *node = nullptr;
-      LY_LIST_FOR(lyd_child(section), node) {
-        const auto leaf = amplifier + " " + section->schema->name + "/" + node->schema->name;
-        if (is_leaf(node->schema)) {
+  for_each_entry(data, [&](const DataNode &entry) {
+    const auto amplifier = on_one_line(entry.children.front().value);
+    for (const auto &section : entry.children) {
+      for (const auto &node : section.children) {
+        const auto leaf =
+            (amplifier + " ").append(section.schema->name).append("/").append(node.schema->name);
+        if (node.schema->is_leaf()) {
           out += line_of(leaf, cell_of(node)) + "\n";
           continue;
         }
@@ -247,8 +229,8 @@ std::string print_lines(const lyd_node *first) {
 }  // namespace
 
 std::string print_table(const Data &data, const Terminal &terminal) {
-  if (!data) return {};
-  return terminal.aligned ? print_aligned(table_of(data.get()), terminal) : print_lines(data.get());
+  if (data.empty()) return {};
+  return terminal.aligned ? print_aligned(table_of(data), terminal) : print_lines(data);
 }
 
 std::string utc_time(uint64_t nanoseconds) {

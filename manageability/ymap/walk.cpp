@@ -167,12 +167,12 @@ void WalkRecorder::message(std::string_view level, std::string_view function, st
 void WalkRecorder::walker_started(std::string_view function, std::string_view word) {
   if (walks_.empty()) return;
   Step step{.name = std::string(word), .function = std::string(function)};
-  const lysc_node *schema = nullptr;
+  const SchemaNode *schema = nullptr;
   if (walks_.back().direction == Direction::on) {
     const auto *parent = open_.empty() ? nullptr : open_.back().schema;
-    for (const auto *node : schema_.children(parent))
-      if (word_of(node_name(node)) == word) schema = node;
-    if (schema != nullptr) step.name = node_name(schema);
+    for (const auto &node : schema_.children(parent))
+      if (word_of(node.name) == word) schema = &node;
+    if (schema != nullptr) step.name = schema->name;
   }
   if (const auto *node = open_.empty() ? top_ : find_child(word)) {
     step.name = tag_of(*node);
@@ -184,7 +184,7 @@ void WalkRecorder::walker_started(std::string_view function, std::string_view wo
   open(std::move(step), schema);
 }
 
-void WalkRecorder::open(Step step, const lysc_node *schema) {
+void WalkRecorder::open(Step step, const SchemaNode *schema) {
   auto owned = std::make_unique<Step>(std::move(step));
   auto *opened = owned.get();
   if (open_.empty())

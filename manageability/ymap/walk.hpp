@@ -93,7 +93,7 @@ class WalkRecorder : public yfw::Observer {
   /// A node being walked. `node` is nullptr until it is entered and after it was left.
   struct Open {
     Step *step;
-    const lysc_node *schema;
+    const SchemaNode *schema;
     const vidl_yfw_datatree *node;
     uint32_t next;  ///< child that the dispatch comes to next
   };
@@ -102,7 +102,7 @@ class WalkRecorder : public yfw::Observer {
   void walker_ended(std::string_view function);
   void augments_called(bool started);
   void handler_called(std::string_view kind, std::string_view rest, bool started);
-  void open(Step step, const lysc_node *schema);
+  void open(Step step, const SchemaNode *schema);
   const vidl_yfw_datatree *find_child(std::string_view word);
   std::string pass_over();
   void note(Event event);

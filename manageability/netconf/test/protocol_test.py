@@ -242,7 +242,7 @@ class RefusalTest(PipedTest):
                                                   "message": "exactly one", "bad-element": "get"}, "8"),
                 (rpc_tag + "<lock><target><running/>x</target></lock></rpc>",
                  {"type": "protocol", "tag": "bad-element", "bad-element": "target"}, "8"),
-                (rpc_tag + "<get xmlns:q=''/></rpc>", {**malformed, "message": "prefix q"}, "8"),
+                (rpc_tag + "<get xmlns:q=''/></rpc>", {**malformed, "message": "undeclare prefix"}, "8"),
                 ('<rpc message-id="8"><get/></rpc>', {"type": "protocol", "tag": "unknown-namespace",
                                                       "bad-element": "rpc"}, "8"),
                 (rpc_tag + '<edit-config><target><running/></target><config xmlns=""><a/><a/></config></edit-config></rpc>',

@@ -81,7 +81,8 @@ TEST_F(AnswerTest, EntriesWithoutKeyAndInvalidDataAreReported) {
                                      "amplifier: the entry has no key"});
   tree_ = yfw::Datatree();
   tree_.add(add_amplifier(kName), "name", YMAP_NS_OPENCONFIG, "0/0-AMP-PRE0");
-  const auto answer = openconfig_answer(schema_, tree_.root());
+  auto answer = openconfig_answer(schema_, tree_.root());
+  validate(schema_, answer);
   ASSERT_EQ(answer.warnings.size(), 1U);
   EXPECT_TRUE(answer.warnings[0].starts_with("the answer is not valid data: ")) << answer.warnings[0];
 }

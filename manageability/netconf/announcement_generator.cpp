@@ -1,0 +1,51 @@
+// Writes what the <hello> says of YANG modules as C++, so that a session need not compile them to begin.
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "announcement.hpp"
+#include "protocol_modules.hpp"
+#include "rpc_error.hpp"
+
+namespace ymap::netconf {
+namespace {
+
+void write_texts(const char *name, const std::vector<std::string> &texts, std::ostream &out) {
+  out << "constexpr std::string_view " << name << "[] = {\n";
+  for (const auto &text : texts) out << "    \"" << text << "\",\n";
+  out << "};\n";
+}
+
+void generate(const std::filesystem::path &models, const std::string &module, const char *file) {
+  const auto companions = protocol_modules();
+  const auto made = announcement_of(CompiledSchema(models, module, companions));
+  const std::vector<std::string_view> names(made.modules.begin(), made.modules.end());
+  std::ofstream out(file);
+  out << "#include \"announcement.hpp\"\n\nnamespace ymap::netconf {\nnamespace {\n\n";
+  write_texts("kModules", made.modules, out);
+  write_texts("kCapabilities", made.capabilities, out);
+  out << "\n}  // namespace\n\nconstinit const BuiltInAnnouncement kBuiltInAnnouncement = {"
+      << fingerprint(companions.folders(models), names).value_or(0) << "U, kModules, \"" << made.content_id
+      << "\", kCapabilities};\n\n}  // namespace ymap::netconf\n";
+  if (!out.flush()) throw UsageError(std::string(file) + " cannot be written");
+}
+
+}  // namespace
+}  // namespace ymap::netconf
+
+int main(int argc, char **argv) {
+  if (argc != 4) {
+    std::cerr << "usage: announcement_generator FOLDER-OF-MODELS MODULE OUTPUT\n";
+    return 2;
+  }
+  try {
+    ymap::netconf::generate(argv[1], argv[2], argv[3]);
+    return 0;
+  } catch (const std::exception &error) {
+    std::cerr << "announcement_generator: " << error.what() << "\n";
+    return 2;
+  }
+}
