@@ -99,6 +99,11 @@ SchemaNode::Kind kind_of(const lysc_node *node) {
   return node->nodetype == LYS_LIST ? SchemaNode::Kind::list : SchemaNode::Kind::container;
 }
 
+/// No value of an identity begins so.
+bool begins_with_blank(std::string_view value) {
+  return value.find_first_of(" \t\r\n") == 0;
+}
+
 /// Refusals are read by people, and replies repeat them: a long value is told by its begin.
 std::string with_short_value(std::string reason, const std::string &value) {
   const auto at = value.size() > kLongestQuote ? reason.find(value) : std::string::npos;
@@ -185,7 +190,8 @@ CheckedValue check_value(const lysc_node *leaf, std::string_view value,
   const auto colon = value.find(':');
   const bool prefixed = colon != std::string_view::npos && real_type(leaf)->basetype == LY_TYPE_IDENT;
   if (prefixed && prefix_ns) {
-    const auto *module = ly_ctx_get_module_implemented_ns(context, std::string(*prefix_ns).c_str());
+    const std::string ns(begins_with_blank(value) ? std::string_view() : *prefix_ns);
+    const auto *module = ly_ctx_get_module_implemented_ns(context, ns.c_str());
     if (module == nullptr)
       return refused("The prefix \"" + shortened(value.substr(0, colon)) +
                      "\" stands for no module of the device.");

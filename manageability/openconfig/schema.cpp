@@ -45,6 +45,11 @@ std::optional<std::string> common_decimal(const SchemaNode &leaf, std::string_vi
   return std::string(negative ? "-" : "").append(digits.insert(whole.size(), "."));
 }
 
+/// Prefixes have no blanks in front of them.
+bool is_name_character(char character) {
+  return character > ' ';
+}
+
 /// As the plug-in writes it, of the values that the table alone can tell to hold.
 std::optional<std::string> common_value(const SchemaNode &leaf, std::string_view value,
                                         std::optional<std::string_view> prefix_ns, std::string_view own_ns) {
@@ -60,7 +65,8 @@ std::optional<std::string> common_value(const SchemaNode &leaf, std::string_view
         return std::string(value);
       break;
     case SchemaNode::Type::identity:
-      if (const auto colon = value.find(':'); colon != std::string_view::npos && prefix_ns == own_ns)
+      if (const auto colon = value.find(':');
+          colon != std::string_view::npos && prefix_ns == own_ns && is_name_character(value.front()))
         value.remove_prefix(colon + 1);
       [[fallthrough]];
     case SchemaNode::Type::boolean:

@@ -26,6 +26,8 @@ struct Name {
   std::string_view ns, local, prefix;
 };
 
+constexpr std::string_view kXmlNs = "http://www.w3.org/XML/1998/namespace";
+
 /// A name as expat gives it: "local", "ns local" or "ns local prefix".
 Name name_of(std::string_view text) {
   const auto first = text.find(kSeparator);
@@ -136,11 +138,11 @@ class XmlDocument::Reader {
                       .tag = "too-big",
                       .message = "the name of a namespace is longer than " +
                                  std::to_string(kLongestNamespace) + " bytes"});
-    if (prefix != nullptr) prefixes_[prefix].push_back(kept(uri));
+    prefixes_[prefix == nullptr ? "" : prefix].push_back(kept(uri));
   }
 
   void end_declaration(const XML_Char *prefix) {
-    if (prefix != nullptr) prefixes_.find(std::string_view(prefix))->second.pop_back();
+    prefixes_[prefix == nullptr ? "" : prefix].pop_back();
   }
 
   void open(const XML_Char *text, const XML_Char **attributes) {
@@ -154,6 +156,8 @@ class XmlDocument::Reader {
     for (auto &attribute : kept_attributes) {
       const auto own = name_of(*attributes++);
       attribute = {kept(own.prefix), kept(own.ns), kept(own.local), kept(*attributes++)};
+      // What needs no declaration keeps its prefix in the name.
+      if (own.ns == kXmlNs) attribute = {{}, {}, kept("xml:" + std::string(own.local)), attribute.value};
     }
     node->attributes = kept_attributes;
 
