@@ -3,15 +3,14 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <utility>
 
 #include "edit.hpp"
 #include "factory.hpp"
 #include "folder.hpp"
-#include "libyang_versions.hpp"
 #include "live.hpp"
 #include "native_filter.hpp"
+#include "running_text.hpp"
 #include "sessions.hpp"
 #include "yang.hpp"
 
@@ -24,8 +23,8 @@ uint64_t nanoseconds_now() {
   return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
 }
 
-// Two versions of a file can share all of their stamp if they are written within one tick of the file
-// system's clock, so a file this young is parsed again. Nanoseconds.
+// Where writers keep no mark two versions of a file can share all of their stamp if they are written within
+// one tick of the file system's clock, so a file this young is read again. Nanoseconds.
 constexpr int64_t kTooYoung = 50'000'000;
 
 constexpr const char *kJsonSpace = " \t\r\n";
@@ -69,45 +68,36 @@ struct Device::Impl {
 
   /// Brings `running` up to date with the folder.
   void refresh();
-  /// What the edit makes of `running`, in a copy.
-  Tree edited(const std::vector<RequestNode> &request) const;
   void check_not_locked() const;
   Tree parse(const std::string &text) const;
-  std::string print(const lyd_node *tree) const;
   uint64_t now() const { return clock.value_or(nanoseconds_now()); }
 
   Schema schema;  // outlives the trees
   Folder folder;
   std::optional<uint64_t> clock;
   Tree running;
-  std::optional<std::string> stored;  ///< `running` as it is stored
+  std::optional<Version> version;     ///< of `running`, if the file can be told by it
+  std::optional<std::string> loaded;  ///< what `running` was read from, if it cannot
+  std::optional<RunningText> pieces;  ///< the text of `running`; made by the first edit
   uint32_t session = 0;
-  std::optional<Stamp> stamp;  ///< of `running`, if the file can be told by it
 };
 
 void Device::Impl::refresh() {
-  if (stamp && *stamp == folder.stamp()) return;
-  Stamp loaded;
-  std::string text = folder.load(loaded);
-  if (text != stored) {
-    running = parse(text);
-    stored = std::move(text);
+  if (version && *version == folder.version()) return;
+  Version found;
+  std::string read = folder.load(found);
+  if (read != loaded) {
+    running = parse(read);
+    pieces.reset();
   }
-  // Until proven old enough, the file is read again each time.
-  stamp.reset();
-  const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(loaded.modified, loaded.changed);
-  if (age > kTooYoung) stamp = loaded;
-}
-
-Tree Device::Impl::edited(const std::vector<RequestNode> &request) const {
-  lyd_node *duplicate = nullptr;
-  if (running != nullptr &&
-      lyd_dup_siblings(running.get(), nullptr, LYD_DUP_RECURSIVE, &duplicate) != LY_SUCCESS) {
-    throw std::bad_alloc();
-  }
-  Tree copy(duplicate);
-  apply_edit(schema, copy, request);
-  return copy;
+  const auto age =
+      static_cast<int64_t>(nanoseconds_now()) - std::max(found.stamp.modified, found.stamp.changed);
+  version.reset();
+  loaded.reset();
+  if (found.generation || age > kTooYoung)
+    version = found;
+  else
+    loaded = std::move(read);
 }
 
 void Device::Impl::check_not_locked() const {
@@ -145,16 +135,6 @@ Tree Device::Impl::parse(const std::string &text) const {
   return Tree(tree);
 }
 
-std::string Device::Impl::print(const lyd_node *tree) const {
-  // libyang prints nothing for no data, which would look like damage.
-  if (tree == nullptr) return "{}\n";
-  char *text = nullptr;
-  if (lyd_print_mem(&text, tree, LYD_JSON, libyang::kPrintSiblings) != LY_SUCCESS) throw std::bad_alloc();
-  std::string printed = text;
-  std::free(text);
-  return printed;
-}
-
 Device::Device(std::filesystem::path folder, const std::filesystem::path &models,
                std::optional<uint64_t> clock)
     : impl_(std::make_unique<Impl>(std::move(folder), models, clock)) {
@@ -165,17 +145,17 @@ Device::Device(std::filesystem::path folder, const std::filesystem::path &models
 
 Device::~Device() = default;
 
-Tree Device::read(const std::vector<RequestNode> &filter, ReadCount *count) const {
+ReadCount Device::read(const std::vector<RequestNode> &filter, AnswerSink &sink) const {
   const LogScope log;
   impl_->refresh();
   const std::vector<FilterNode> bound = bind_filter(impl_->schema, filter);
-  ReadCount counted;
-  Tree answer;
-  copy_selected(bound, impl_->running.get(), answer, counted);
-  const Tree live = live_values(impl_->schema, impl_->running.get(), impl_->now(), bound);
-  copy_selected(bound, live.get(), answer, counted);
-  if (count != nullptr) *count = counted;
-  return answer;
+  ReadCount count;
+  const lyd_node *running = impl_->running.get();
+  // Modules come in the order of their names.
+  give_selected(bound, operating_values(impl_->schema, running, bound), kOtsOperNs, sink, count);
+  give_selected(bound, running, sink, count);
+  give_selected(bound, histories(impl_->schema, running, impl_->now(), bound), kPmengineNs, sink, count);
+  return count;
 }
 
 void Device::edit(const std::vector<RequestNode> &request) {
@@ -184,19 +164,27 @@ void Device::edit(const std::vector<RequestNode> &request) {
   const Descriptor lock = impl_->folder.lock();
   impl_->refresh();
   impl_->check_not_locked();
-  Tree edited = impl_->edited(request);
-  std::string text = impl_->print(edited.get());
-  impl_->folder.store(text);
-  impl_->running = std::move(edited);
-  impl_->stored = std::move(text);
-  impl_->stamp.reset();
-  Folder::mark_used(lock);
+  std::optional<Edited> edited(std::in_place, impl_->schema, impl_->running, request);
+  std::optional<RunningText> text;
+  if (edited->is_by_entry()) {
+    if (!impl_->pieces) impl_->pieces.emplace(impl_->schema, impl_->running.get());
+    text = impl_->pieces->after(*edited);
+    if (!text) edited.emplace(impl_->schema, impl_->running, request, Edited::Scope::everything);
+  }
+  if (!text) text.emplace(impl_->schema, edited->all());
+  impl_->version.reset();
+  const Version stored = impl_->folder.store(lock, text->pieces());
+  edited->commit(impl_->running);
+  text->settle();
+  impl_->pieces = std::move(text);
+  impl_->loaded.reset();
+  if (stored.generation) impl_->version = stored;
 }
 
 void Device::test(const std::vector<RequestNode> &request) const {
   const LogScope log;
   impl_->refresh();
-  impl_->edited(request);
+  const Edited edited(impl_->schema, impl_->running, request);
 }
 
 void Device::act_for(uint32_t session) {

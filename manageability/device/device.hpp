@@ -8,15 +8,15 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-struct ly_ctx;
 struct lyd_node;
 
 namespace device {
 
-/// Node of a native request: a subtree filter (RFC 6241, section 6) or an edit.
+/// Node of a native request: a subtree filter (RFC 6241, section 6) or an edit. Its texts are the caller's.
 struct RequestNode {
   enum class Operation : uint32_t {
     none = 0,
@@ -26,9 +26,9 @@ struct RequestNode {
     remove = 4,
     merge = 5
   };
-  std::string name;
-  std::string ns;                    ///< namespace URI
-  std::optional<std::string> value;  ///< absent or empty in a filter: selects
+  std::string_view name;
+  std::string_view ns;                    ///< namespace URI
+  std::optional<std::string_view> value;  ///< absent or empty in a filter: selects
   Operation operation =
       Operation::none;           ///< remove_existing is NETCONF's delete: an error if there is nothing
   const void *origin = nullptr;  ///< the caller's own mark, handed back in EditError
@@ -56,7 +56,17 @@ struct ReadCount {
   size_t leaves = 0;  ///< native leaves given out
 };
 
-/// Frees a libyang tree with all its siblings. A tree must not outlive the device that gave it out.
+/// Takes an answer node by node, in the order of the data, keys first. Texts are valid during the call.
+class AnswerSink {
+ public:
+  virtual ~AnswerSink() = default;
+  /// Begins a container or a list entry; close() ends it.
+  virtual void open(const char *name, const char *ns) = 0;
+  virtual void leaf(const char *name, const char *ns, const char *value) = 0;
+  virtual void close() = 0;
+};
+
+/// Frees a libyang tree with all its siblings.
 struct TreeDeleter {
   void operator()(lyd_node *tree) const;
 };
@@ -70,13 +80,13 @@ class Device {
          std::optional<uint64_t> clock = std::nullopt);
   ~Device();
 
-  /// The selected data of all native modules, configuration and live values, first sibling; empty if none.
-  Tree read(const std::vector<RequestNode> &filter, ReadCount *count = nullptr) const;
+  /// Gives out the selected data of all native modules, configuration and live values.
+  ReadCount read(const std::vector<RequestNode> &filter, AnswerSink &sink) const;
 
   /// The session (see Sessions) that later edits are made for; 0, as at first, is none.
   void act_for(uint32_t session);
 
-  /// Applies the edit to a copy of the running configuration, validates it, and stores it: all or nothing.
+  /// Applies the edit to a copy of what it touches, validates that, and stores all: all or nothing.
   /// Concurrent edits of other processes wait for each other. Throws EditError, "in-use" while a session that
   /// this device does not act for holds the lock on running, or FolderError.
   void edit(const std::vector<RequestNode> &request);

@@ -1,7 +1,10 @@
-// Native edits by node operation, applied to a copy.
+// Native edits by node operation, applied to a copy of what they touch.
 #include "edit.hpp"
 
+#include <algorithm>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "libyang_versions.hpp"
 
@@ -13,6 +16,10 @@ using Operation = RequestNode::Operation;
 
 [[noreturn]] void refuse(const char *tag, std::string path, const void *origin, const std::string &message) {
   throw EditError(message, tag, std::move(path), origin);
+}
+
+std::string quoted(std::string_view name) {
+  return "'" + std::string(name) + "'";
 }
 
 bool removes(Operation operation) {
@@ -28,12 +35,14 @@ class Edit {
   /// inheritance of operations: below a created or replaced node there is nothing left to meet.
   void apply(lyd_node *parent, const RequestNode &request);
 
+  /// The keys of a list entry as a predicate of its path, in the order of the schema.
+  std::string keys(const lyd_node *parent, const lysc_node *list, const RequestNode &request) const;
+
   /// The request node that an error of the whole is due to: the one with the longest path that begins `path`.
   const void *origin_of(const std::string &path, const std::vector<RequestNode> &request) const;
 
  private:
   const lysc_node *bind(const lyd_node *parent, const RequestNode &request) const;
-  std::string keys(const lyd_node *parent, const lysc_node *list, const RequestNode &request) const;
   std::string key_value(const std::string &path, const lysc_node *key, const RequestNode &entry) const;
   lyd_node *find(const lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
   lyd_node *create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
@@ -48,7 +57,7 @@ class Edit {
   lyd_node *&tree_;
 };
 
-std::string child_path(const lyd_node *parent, const std::string &name, const lysc_node *node = nullptr) {
+std::string child_path(const lyd_node *parent, std::string_view name, const lysc_node *node = nullptr) {
   std::string path = parent != nullptr ? data_path(parent) : "";
   path += '/';
   if (node != nullptr && (parent == nullptr || node->module != parent->schema->module)) {
@@ -66,14 +75,15 @@ const lysc_node *Edit::bind(const lyd_node *parent, const RequestNode &request) 
   const std::string path = child_path(parent, request.name, node);
   if (node == nullptr && !schema_.knows_namespace(request.ns)) {
     refuse("unknown-namespace", path, request.origin,
-           "the device has no module of the namespace '" + request.ns + "'");
+           "the device has no module of the namespace " + quoted(request.ns));
   }
   if (node == nullptr) {
-    refuse("unknown-element", path, request.origin, "the device has no node '" + request.name + "' there");
+    refuse("unknown-element", path, request.origin,
+           "the device has no node " + quoted(request.name) + " there");
   }
   if ((node->flags & LYS_CONFIG_R) != 0) {
     refuse("operation-not-supported", path, request.origin,
-           "'" + request.name + "' is operational data, which can only be read");
+           quoted(request.name) + " is operational data, which can only be read");
   }
   return node;
 }
@@ -84,16 +94,16 @@ std::string Edit::key_value(const std::string &path, const lysc_node *key, const
   for (const RequestNode &child : entry.children) {
     if (child.name != key->name || child.ns != key->module->ns || !child.value) continue;
     if (given != nullptr && given->value != child.value) {
-      refuse("bad-element", path, child.origin, "key '" + child.name + "' is given twice");
+      refuse("bad-element", path, child.origin, "key " + quoted(child.name) + " is given twice");
     }
     given = &child;
   }
   if (given == nullptr) {
     refuse("missing-element", path, entry.origin,
-           "an entry of '" + entry.name + "' needs its key '" + key->name + "'");
+           "an entry of " + quoted(entry.name) + " needs its key " + quoted(key->name));
   }
   std::string value;
-  if (!canonical_value(schema_, key, *given->value, value)) {
+  if (!canonical_value(schema_, key, std::string(*given->value), value)) {
     refuse("invalid-value", path + "/" + key->name, given->origin, schema_.error_message());
   }
   return value;
@@ -149,10 +159,10 @@ lyd_node *Edit::prepare(lyd_node *existing, const std::string &path, const Reque
   const bool exists =
       existing != nullptr && (existing->schema->nodetype != LYS_CONTAINER || lyd_child(existing) != nullptr);
   if (request.operation == Operation::create && exists) {
-    refuse("data-exists", path, request.origin, "'" + request.name + "' exists already");
+    refuse("data-exists", path, request.origin, quoted(request.name) + " exists already");
   }
   if (request.operation == Operation::remove_existing && !exists) {
-    refuse("data-missing", path, request.origin, "there is no '" + request.name + "' to delete");
+    refuse("data-missing", path, request.origin, "there is no " + quoted(request.name) + " to delete");
   }
   const bool replaced = request.operation == Operation::replace;
   if (existing == nullptr || !(removes(request.operation) || replaced)) return existing;
@@ -166,13 +176,14 @@ lyd_node *Edit::prepare(lyd_node *existing, const std::string &path, const Reque
 void Edit::set_leaf(lyd_node *parent, lyd_node *existing, const lysc_node *leaf, const std::string &path,
                     const RequestNode &request) {
   if (!request.value || request.value->find('\0') != std::string::npos) {
-    refuse("invalid-value", path, request.origin, "'" + request.name + "' needs a value");
+    refuse("invalid-value", path, request.origin, quoted(request.name) + " needs a value");
   }
   schema_.clear_errors();
+  const std::string value(*request.value);
   lyd_node *created = nullptr;
-  const LY_ERR result = existing != nullptr ? lyd_change_term(existing, request.value->c_str())
-                                            : lyd_new_term(parent, leaf->module, leaf->name,
-                                                           request.value->c_str(), 0, &created);
+  const LY_ERR result = existing != nullptr
+                            ? lyd_change_term(existing, value.c_str())
+                            : lyd_new_term(parent, leaf->module, leaf->name, value.c_str(), 0, &created);
   // Setting the value that is there is reported as "exists" or "no change".
   if (result != LY_SUCCESS && result != LY_EEXIST && result != LY_ENOT) {
     refuse("invalid-value", path, request.origin, schema_.error_message());
@@ -189,7 +200,7 @@ void Edit::apply(lyd_node *parent, const RequestNode &request) {
   if (removes(request.operation)) return;
   if ((node->nodetype & LYD_NODE_TERM) != 0) {
     if (!request.children.empty()) {
-      refuse("bad-element", path, request.origin, "'" + request.name + "' is a leaf and has no nodes below");
+      refuse("bad-element", path, request.origin, quoted(request.name) + " is a leaf and has no nodes below");
     }
     set_leaf(parent, target, node, path, request);
     return;
@@ -225,9 +236,9 @@ const void *Edit::origin_of(const std::string &path, const std::vector<RequestNo
   return origin;
 }
 
-}  // namespace
-
-void apply_edit(const Schema &schema, Tree &configuration, const std::vector<RequestNode> &request) {
+/// Applies the request to `configuration` and validates all of that. Throws EditError; the tree is then
+/// spoiled.
+void apply_and_validate(const Schema &schema, Tree &configuration, const std::vector<RequestNode> &request) {
   // libyang moves the first sibling; the owner follows it, also when the edit is refused.
   lyd_node *tree = configuration.release();
   try {
@@ -245,6 +256,106 @@ void apply_edit(const Schema &schema, Tree &configuration, const std::vector<Req
     throw;
   }
   configuration.reset(tree);
+}
+
+Tree copy_of(const lyd_node *siblings) {
+  lyd_node *copy = nullptr;
+  if (siblings != nullptr && lyd_dup_siblings(siblings, nullptr, LYD_DUP_RECURSIVE, &copy) != LY_SUCCESS)
+    throw std::bad_alloc();
+  return Tree(copy);
+}
+
+lyd_node *find_entry(const lyd_node *container, const lysc_node *list, const std::string &keys) {
+  lyd_node *found = nullptr;
+  const lyd_node *first = container == nullptr ? nullptr : lyd_child(container);
+  if (first != nullptr) libyang::find_sibling(first, list, keys, &found);
+  return found;
+}
+
+bool keeps_what_it_does_not_name(const RequestNode &request) {
+  return request.operation == Operation::none || request.operation == Operation::merge;
+}
+
+}  // namespace
+
+Edited::Edited(const Schema &schema, const Tree &running, const std::vector<RequestNode> &request,
+               Scope scope)
+    : schema_(schema) {
+  if (scope == Scope::what_it_touches) container_ = entries_only(running, request);
+  if (container_ == nullptr) {
+    tree_ = copy_of(running.get());
+    apply_and_validate(schema, tree_, request);
+    return;
+  }
+  lyd_node *copy = nullptr;
+  if (libyang::duplicate(container_, nullptr, 0, &copy) != LY_SUCCESS) throw std::bad_alloc();
+  tree_.reset(copy);
+  for (const RequestNode &top : request) {
+    for (const RequestNode &entry : top.children) copy_entry(entry, copy);
+  }
+  apply_and_validate(schema, tree_, request);
+  for (Entry &entry : entries_) {
+    entry.after = find_entry(tree_.get(), schema.interfaces(), entry.keys);
+  }
+  const auto place = [&](const lyd_node *node) { return node == nullptr ? 0 : lyd_list_pos(node); };
+  std::ranges::stable_sort(entries_, {}, [&](const Entry &entry) { return place(entry.after); });
+}
+
+/// The container of the interfaces if the request says nothing but of its entries, one by one: then the
+/// others have no part in it, as the modules constrain what is within an entry only.
+lyd_node *Edited::entries_only(const Tree &running, const std::vector<RequestNode> &request) const {
+  lyd_node *container = nullptr;
+  if (running != nullptr) libyang::find_sibling(running.get(), schema_.interfaces()->parent, {}, &container);
+  if (container == nullptr) return nullptr;
+  for (const RequestNode &top : request) {
+    if (schema_.find(nullptr, top.ns, top.name) != container->schema || !keeps_what_it_does_not_name(top))
+      return nullptr;
+    for (const RequestNode &entry : top.children) {
+      if (schema_.find(container->schema, entry.ns, entry.name) != schema_.interfaces()) return nullptr;
+    }
+  }
+  return container;
+}
+
+void Edited::copy_entry(const RequestNode &request, lyd_node *copy) {
+  Entry named;
+  try {
+    lyd_node *tree = copy;
+    named.keys = Edit(schema_, tree).keys(copy, schema_.interfaces(), request);
+  } catch (const EditError &) {
+    return;  // told when its turn comes
+  }
+  auto entry = std::ranges::find(entries_, named.keys, &Entry::keys);
+  if (entry == entries_.end()) {
+    named.before = find_entry(container_, schema_.interfaces(), named.keys);
+    lyd_node *made = nullptr;
+    if (named.before != nullptr &&
+        libyang::duplicate(named.before, copy, LYD_DUP_RECURSIVE, &made) != LY_SUCCESS) {
+      throw std::bad_alloc();
+    }
+    entry = entries_.insert(entry, std::move(named));
+  }
+  entry->moved = entry->moved || !keeps_what_it_does_not_name(request);
+}
+
+void Edited::commit(Tree &running) {
+  if (container_ == nullptr) {
+    running = std::move(tree_);
+    return;
+  }
+  for (const Entry &entry : entries_) {
+    if (entry.after != nullptr) {
+      lyd_unlink_tree(entry.after);
+      if (entry.keeps_place())
+        lyd_insert_after(entry.before, entry.after);
+      else
+        lyd_insert_child(container_, entry.after);
+    }
+    if (entry.before != nullptr) lyd_free_tree(entry.before);
+  }
+  lyd_node *tree = running.release();
+  if (lyd_child(container_) == nullptr) remove_node(tree, container_);
+  running.reset(tree);
 }
 
 }  // namespace device

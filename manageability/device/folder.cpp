@@ -6,7 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -36,6 +38,32 @@ int64_t nanoseconds(const timespec &time) {
 Stamp stamp_of(const struct stat &status) {
   return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
           nanoseconds(status.st_ctim)};
+}
+
+// In the lock file, always as long: it is written over in place, which a full disk does not hinder.
+constexpr std::string_view kMark = "generation ";
+constexpr size_t kMarkDigits = 20;
+
+std::string mark_text(uint64_t number) {
+  const std::string digits = std::to_string(number);
+  return std::string(kMark).append(kMarkDigits - digits.size(), '0').append(digits).append("\n");
+}
+
+/// The number of the mark; nothing if there is none.
+std::optional<uint64_t> read_mark(int lock) {
+  std::array<char, kMark.size() + kMarkDigits + 1> text{};
+  if (::pread(lock, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) return std::nullopt;
+  if (!std::string_view(text.data(), text.size()).starts_with(kMark)) return std::nullopt;
+  uint64_t number = 0;
+  const char *end = text.data() + kMark.size() + kMarkDigits;
+  const auto [stop, error] = std::from_chars(text.data() + kMark.size(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+bool is_empty(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_size == 0;
 }
 
 [[noreturn]] void fail_to_read(const std::filesystem::path &file, int error) {
@@ -100,7 +128,8 @@ bool Descriptor::close() {
 }
 
 // Whether the folder can be read or written shows when it is: rights may change while the device is open.
-Folder::Folder(std::filesystem::path path) : path_(std::move(path)) {
+Folder::Folder(std::filesystem::path path)
+    : path_(std::move(path)), running_(path_ / kRunning), lock_(path_ / kLock) {
   struct stat status {};
   if (::stat(path_.c_str(), &status) != 0) {
     if (errno == ENOENT) {
@@ -113,10 +142,6 @@ Folder::Folder(std::filesystem::path path) : path_(std::move(path)) {
   if (!S_ISDIR(status.st_mode)) {
     throw FolderError(path_.string() + " is not a folder; name the device's folder");
   }
-}
-
-std::filesystem::path Folder::running_file() const {
-  return path_ / kRunning;
 }
 
 bool Folder::holds_running() const {
@@ -133,15 +158,8 @@ void Folder::fill_if_empty(std::string_view text) const {
   // Another process may have filled it while this one waited.
   if (holds_running()) return;
   // A folder that was in use has lost its configuration: factory data in its place would hide that.
-  struct stat status {};
-  if (::fstat(held.get(), &status) == 0 && status.st_size != 0) fail_to_read(running_file(), ENOENT);
-  store(text);
-  mark_used(held);
-}
-
-void Folder::mark_used(const Descriptor &lock) {
-  struct stat status {};
-  if (::fstat(lock.get(), &status) == 0 && status.st_size == 0) write_all(lock.get(), "in use\n");
+  if (!is_empty(held.get())) fail_to_read(running_file(), ENOENT);
+  store(held, {text});
 }
 
 void Folder::check_purpose() const {
@@ -162,13 +180,23 @@ void Folder::check_nothing_foreign() const {
                    "this user must be able to read it");
 }
 
-Stamp Folder::stamp() const {
-  struct stat status {};
-  if (::stat(running_file().c_str(), &status) != 0) fail_to_read(running_file(), errno);
-  return stamp_of(status);
+std::optional<uint64_t> Folder::generation() const {
+  const Descriptor lock(::open(lock_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  const auto number = lock.get() < 0 ? std::nullopt : read_mark(lock.get());
+  return number && *number % 2 == 0 ? number : std::nullopt;
 }
 
-std::string Folder::load(Stamp &stamp) const {
+Version Folder::version() const {
+  Version version;
+  version.generation = generation();
+  struct stat status {};
+  if (::stat(running_file().c_str(), &status) != 0) fail_to_read(running_file(), errno);
+  version.stamp = stamp_of(status);
+  return version;
+}
+
+std::string Folder::load(Version &version) const {
+  version.generation = generation();
   const std::filesystem::path file = running_file();
   // Not blocking: whatever stands there instead of a file must not stop the reader.
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -178,7 +206,7 @@ std::string Folder::load(Stamp &stamp) const {
   if (status.st_size > kLargestFile) {
     throw FolderError(file.string() + " is too large for a configuration; restore it from a backup");
   }
-  stamp = stamp_of(status);
+  version.stamp = stamp_of(status);
 
   std::string text(static_cast<size_t>(status.st_size), '\0');
   size_t filled = 0;
@@ -190,16 +218,17 @@ std::string Folder::load(Stamp &stamp) const {
     filled += static_cast<size_t>(count);
   }
   text.resize(filled);
+  // Read before and after: a writer in between has another one by now.
+  if (version.generation != generation()) version.generation.reset();
   return text;
 }
 
 // A file of its own: the running configuration is replaced, and a lock on it would go with the old one.
 Descriptor Folder::lock() const {
-  const std::filesystem::path file = path_ / kLock;
+  const std::filesystem::path &file = lock_;
   Descriptor lock(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666));
   if (lock.get() < 0) folder_failure("cannot open the lock file", file, errno, remedy_for_writing(errno));
-  struct stat status {};
-  if (::fstat(lock.get(), &status) == 0 && status.st_size == 0) share_rights(path_, lock.get());
+  if (is_empty(lock.get())) share_rights(path_, lock.get());
   const auto give_up = std::chrono::steady_clock::now() + kPatience;
   while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR)
@@ -216,11 +245,24 @@ Descriptor Folder::lock() const {
   return lock;
 }
 
-// Order matters: the data reaches the disk before the name does, and the name before the caller is told.
-void Folder::store(std::string_view text) const {
+// Order matters: the data reaches the disk before the name does, and the name before the caller is told. The
+// mark is odd while the name may be that of the old version or of the new. A new folder is marked when it is
+// in use.
+Version Folder::store(const Descriptor &lock, const std::vector<std::string_view> &pieces) const {
   const std::filesystem::path temporary = path_ / kTemporary;
+  const auto mark = [&](uint64_t number) {
+    const std::string text = mark_text(number);
+    const ssize_t written = ::pwrite(lock.get(), text.data(), text.size(), 0);
+    return written == static_cast<ssize_t>(text.size()) ? 0 : written < 0 ? errno : ENOSPC;
+  };
+  const bool is_new = is_empty(lock.get());
+  const uint64_t before = read_mark(lock.get()).value_or(0);
+  const uint64_t during = before + 1 + before % 2;
+  Version version;
   try {
-    write_temporary(text);
+    write_temporary(pieces);
+    if (const int error = is_new ? 0 : mark(during); error != 0)
+      folder_failure("cannot write", lock_, error, remedy_for_writing(error));
     if (::rename(temporary.c_str(), running_file().c_str()) != 0) {
       folder_failure("cannot replace", running_file(), errno, remedy_for_writing(errno));
     }
@@ -228,10 +270,15 @@ void Folder::store(std::string_view text) const {
     ::unlink(temporary.c_str());
     throw;
   }
+  if (mark(during + 1) == 0) version.generation = during + 1;
+  // The name has changed the inode's time.
+  struct stat status {};
+  if (::stat(running_file().c_str(), &status) == 0) version.stamp = stamp_of(status);
   sync();
+  return version;
 }
 
-void Folder::write_temporary(std::string_view text) const {
+void Folder::write_temporary(const std::vector<std::string_view> &pieces) const {
   const std::filesystem::path file = path_ / kTemporary;
   const auto refuse = [&file](int error) {
     folder_failure("cannot write", file, error, remedy_for_writing(error));
@@ -247,7 +294,9 @@ void Folder::write_temporary(std::string_view text) const {
   } else if (::fchmod(output.get(), status.st_mode & 07777) != 0) {
     refuse(errno);
   }
-  if (const int error = write_all(output.get(), text); error != 0) refuse(error);
+  for (const std::string_view piece : pieces) {
+    if (const int error = write_all(output.get(), piece); error != 0) refuse(error);
+  }
   if (::fsync(output.get()) != 0) refuse(errno);
   if (!output.close()) refuse(errno);
 }

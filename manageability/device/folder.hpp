@@ -9,10 +9,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace device {
 
-/// Tells one version of the running configuration from another without reading it.
+/// Tells one version of the file from another that was written without the mark below.
 struct Stamp {
   dev_t device = 0;
   ino_t inode = 0;
@@ -20,6 +21,16 @@ struct Stamp {
   int64_t modified = 0;  ///< nanoseconds since the epoch
   int64_t changed = 0;   ///< the same, of the inode
   bool operator==(const Stamp &) const = default;
+};
+
+/// Tells one version of the running configuration from another without reading it. Times alone would not:
+/// where they are whole seconds, and an inode is used again, two versions look the same.
+struct Version {
+  /// The mark that writers keep in the lock file: a number that no other version has. Nothing while one is at
+  /// work, after one that died at it, and in folders of before there were marks.
+  std::optional<uint64_t> generation;
+  Stamp stamp;  ///< by it changes show that people made by hand
+  bool operator==(const Version &) const = default;
 };
 
 /// A file descriptor that is closed with it; -1 is none.
@@ -64,31 +75,34 @@ class Folder {
 
   const std::filesystem::path &path() const { return path_; }
   /// Path of the running configuration.
-  std::filesystem::path running_file() const;
+  const std::filesystem::path &running_file() const { return running_; }
 
   /// Stores `text` as running configuration if the folder holds none, held none before, and nothing foreign.
   /// A running configuration that exists is left alone, and then the folder need not be writable.
   void fill_if_empty(std::string_view text) const;
 
-  Stamp stamp() const;
-  /// The running configuration and the version that was read.
-  std::string load(Stamp &stamp) const;
+  Version version() const;
+  /// The running configuration and the version that was read. If that has no generation the text may be that
+  /// of the next version already.
+  std::string load(Version &version) const;
 
   /// Waits for other writers, but not for ever. The lock is held while the result lives.
   Descriptor lock() const;
-  /// Replaces the running configuration under the lock: synced before it takes the old one's place.
-  void store(std::string_view text) const;
-
-  /// Notes in the lock file that the folder holds a configuration, so that its loss shows later.
-  static void mark_used(const Descriptor &lock);
+  /// Replaces the running configuration by what `pieces` are together, under the lock: synced before it takes
+  /// the old one's place, which also marks the folder as used, so that a loss of the configuration shows
+  /// later.
+  Version store(const Descriptor &lock, const std::vector<std::string_view> &pieces) const;
 
  private:
   bool holds_running() const;
-  void write_temporary(std::string_view text) const;
+  std::optional<uint64_t> generation() const;
+  void write_temporary(const std::vector<std::string_view> &pieces) const;
   void check_nothing_foreign() const;
   void sync() const;
 
   std::filesystem::path path_;
+  std::filesystem::path running_;
+  std::filesystem::path lock_;
 };
 
 }  // namespace device

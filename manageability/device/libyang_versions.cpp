@@ -21,8 +21,7 @@ LY_ERR new_context(ly_ctx **context, YangLibrary library) {
   return ly_ctx_set_options(*context, LY_CTX_DISABLE_SEARCHDIRS);
 }
 
-void keep_order([[maybe_unused]] const ly_ctx *context) {
-#if LY_VERSION_MAJOR >= 3
+void keep_order(const ly_ctx *context) {
   const auto leave_to_user = [](lysc_node *node, void *, ly_bool *) {
     if ((node->nodetype & (LYS_LIST | LYS_LEAFLIST)) == 0) return LY_SUCCESS;
     node->flags = static_cast<uint16_t>((node->flags & ~LYS_ORDBY_SYSTEM) | LYS_ORDBY_USER);
@@ -31,7 +30,6 @@ void keep_order([[maybe_unused]] const ly_ctx *context) {
   uint32_t index = 0;
   while (const lys_module *module = ly_ctx_get_module_iter(context, &index))
     if (module->compiled != nullptr) lysc_module_dfs_full(module, leave_to_user, nullptr);
-#endif
 }
 
 ErrorPlace error_place(const ly_ctx *context) {

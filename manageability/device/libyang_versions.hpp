@@ -48,8 +48,9 @@ enum class YangLibrary { absent, present };
 /// ly_ctx_new() with no folder to find modules in: its import callback gives them.
 LY_ERR new_context(ly_ctx **context, YangLibrary library = YangLibrary::absent);
 
-/// Has the lists of all modules keep the order in which their entries were made. From 3 on libyang would sort
-/// them by their keys where YANG leaves the order to the system. For when the last module is loaded.
+/// Has the lists of all modules keep the order in which their entries were made, and take entries at a place
+/// that is named. From 3 on libyang would sort them by their keys where YANG leaves the order to the system.
+/// For when the last module is loaded.
 void keep_order(const ly_ctx *context);
 
 /// lyd_dup_single() below `parent`, which may be null.

@@ -76,26 +76,29 @@ struct Statistic {
   uint64_t min_time, max_time;    ///< nanoseconds since the epoch
 };
 
-/// FNV-1a with a final mix: evenly spread, and the same on every machine.
-uint64_t hash(std::string_view port, std::string_view quantity, uint64_t second) {
-  uint64_t value = 0xcbf29ce484222325;
-  const auto add = [&value](unsigned char byte) { value = (value ^ byte) * 0x100000001b3; };
-  for (const char c : port) add(static_cast<unsigned char>(c));
-  for (const char c : quantity) add(static_cast<unsigned char>(c));
-  for (int shift = 0; shift < 64; shift += 8) add(static_cast<unsigned char>(second >> shift));
-  return (value ^ (value >> 29)) * 0xbf58476d1ce4e5b9;
+/// FNV-1a with a final mix: evenly spread, and the same on every machine. `before` is the hash of what comes
+/// before the text.
+uint64_t hash(std::string_view text, uint64_t before) {
+  for (const char c : text) before = (before ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+  return before;
 }
 
-int ripple(std::string_view port, std::string_view quantity, uint64_t second) {
+int ripple(uint64_t quantity, uint64_t second) {
   constexpr uint64_t steps = 2 * kRipple + 1;
-  return static_cast<int>((hash(port, quantity, second) >> 32) % steps) - kRipple;
+  uint64_t value = quantity;
+  for (int shift = 0; shift < 64; shift += 8) {
+    value = (value ^ static_cast<unsigned char>(second >> shift)) * 0x100000001b3;
+  }
+  value = (value ^ (value >> 29)) * 0xbf58476d1ce4e5b9;
+  return static_cast<int>((value >> 32) % steps) - kRipple;
 }
 
 /// The statistic of the bucket that begins at `start`, of a quantity around `base` hundredths.
 Statistic measure(std::string_view port, std::string_view quantity, int base, uint64_t start) {
+  const uint64_t identity = hash(quantity, hash(port, 0xcbf29ce484222325));
   std::array<int, kSamples> samples;
   for (uint64_t i = 0; i < kSamples; ++i) {
-    samples[i] = base + ripple(port, quantity, start / kSecond + i);
+    samples[i] = base + ripple(identity, start / kSecond + i);
   }
   int sum = 0;
   for (const int sample : samples) sum += sample;
@@ -124,14 +127,8 @@ const lyd_node *child_of(const lyd_node *parent, const char *name) {
 /// The configuration of one port.
 class PortConfiguration {
  public:
-  PortConfiguration(const Port &port, const lyd_node *running) : port_(port) {
-    const std::string path =
-        "/Velm-NALTO-ifmgr-cfg:interface-configurations/interface-configuration[active='act']"
-        "[interface-name='" +
-        std::string(port.name) + "']";
-    lyd_node *entry = nullptr;
-    if (running != nullptr) lyd_find_path(running, path.c_str(), 0, &entry);
-    entry_ = entry;
+  PortConfiguration(const Schema &schema, const Port &port, const lyd_node *running) : port_(port) {
+    entry_ = schema.find_interface(running, port.name);
   }
 
   bool shut_down() const { return child_of(entry_, "shutdown") != nullptr; }
@@ -148,36 +145,36 @@ class PortConfiguration {
   const lyd_node *entry_ = nullptr;
 };
 
-/// A node of the live tree under construction, together with what the filter reaches of it.
+/// A node of the live data under construction, together with what the filter reaches of it. What is below a
+/// node must be complete before its next sibling is added.
 class Branch {
  public:
-  Branch(const lys_module *module, Reach reach) : module_(module), reach_(std::move(reach)) {}
+  Branch(LiveNode *node, Reach reach) : node_(node), reach_(std::move(reach)) {}
 
   explicit operator bool() const { return static_cast<bool>(reach_); }
-  lyd_node *node() const { return node_; }
 
   /// A container below; false if the filter does not reach it.
-  Branch container(const char *name) const {
-    Branch below(module_, reach_.child(name));
-    if (below) lyd_new_inner(node_, module_, name, 0, &below.node_);
-    return below;
-  }
+  Branch container(const char *name) const { return add(name, reach_.child(name)); }
 
   /// A list entry below, with its key; false if the filter does not reach it.
   Branch entry(const char *name, const char *key, const std::string &value) const {
-    Branch below(module_, reach_.entry(name, key, value));
-    if (below) lyd_new_list(node_, module_, name, 0, &below.node_, value.c_str());
+    Branch below = add(name, reach_.entry(name, key, value));
+    if (below) below.node_->children.push_back({key, value, true, true});
     return below;
   }
 
-  void leaf(const char *name, const std::string &value) const {
-    if (reach_.child(name)) lyd_new_term(node_, module_, name, value.c_str(), 0, nullptr);
+  void leaf(const char *name, std::string value) const {
+    if (reach_.child(name)) node_->children.push_back({name, std::move(value), true});
   }
 
  private:
-  const lys_module *module_;
+  Branch add(const char *name, Reach reach) const {
+    if (!reach) return {nullptr, std::move(reach)};
+    return {&node_->children.emplace_back(LiveNode{name}), std::move(reach)};
+  }
+
+  LiveNode *node_;
   Reach reach_;
-  lyd_node *node_ = nullptr;
 };
 
 void add_operating_values(const Branch &info, const Port &port, const PortConfiguration &configuration) {
@@ -191,21 +188,18 @@ void add_operating_values(const Branch &info, const Port &port, const PortConfig
   info.leaf("tx-power", std::to_string(port.tx_power));
 }
 
-Tree operating_values(const Schema &schema, const lyd_node *running, const Reach &reach) {
-  const Branch top(ly_ctx_get_module_implemented(schema.context(), "Velm-NALTO-controller-ots-oper"), reach);
+void add_ports(const Branch &top, const Schema &schema, const lyd_node *running) {
   const Branch oper = top.container("ots-oper");
-  Tree tree(oper.node());
-  if (!oper) return tree;
+  if (!oper) return;
   const Branch ports = oper.container("ots-ports");
-  if (!ports) return tree;
+  if (!ports) return;
   for (const Port &port : kPorts) {
     const Branch entry = ports.entry("ots-port", "name", port.name);
     if (!entry) continue;
     if (const Branch info = entry.container("ots-info")) {
-      add_operating_values(info, port, PortConfiguration(port, running));
+      add_operating_values(info, port, PortConfiguration(schema, port, running));
     }
   }
-  return tree;
 }
 
 void add_statistic(const Branch &bucket, const Port &port, const char *quantity, int base, uint64_t start) {
@@ -238,37 +232,37 @@ void add_buckets(const Branch &instances, const Port &port, const PortConfigurat
   }
 }
 
-Tree history(const Schema &schema, const lyd_node *running, uint64_t now, const Reach &reach) {
-  Branch branch(ly_ctx_get_module_implemented(schema.context(), "Velm-NALTO-pmengine-oper"), reach);
-  branch = branch.container("performance-management-history");
-  Tree tree(branch.node());
-  for (const char *name : {"global", "periodic", "optics-history", "optics-port-histories"}) {
-    if (!branch) return tree;
+void add_histories(const Branch &top, const Schema &schema, const lyd_node *running, uint64_t now) {
+  Branch branch = top;
+  for (const char *name :
+       {"performance-management-history", "global", "periodic", "optics-history", "optics-port-histories"}) {
     branch = branch.container(name);
+    if (!branch) return;
   }
   for (const Port &port : kPorts) {
-    if (!branch) return tree;
     Branch below = branch.entry("optics-port-history", "name", port.name);
     if (below) below = below.container("optics-second30-history");
     if (below) below = below.container("optics-second30-optics-histories");
     if (below) below = below.entry("optics-second30-optics-history", "number", "1");
     if (below) below = below.container("optics-second30-optics-time-line-instances");
-    if (below) add_buckets(below, port, PortConfiguration(port, running), now);
+    if (below) add_buckets(below, port, PortConfiguration(schema, port, running), now);
   }
-  return tree;
 }
 
 }  // namespace
 
-Tree live_values(const Schema &schema, const lyd_node *running, uint64_t now,
-                 const std::vector<FilterNode> &filter) {
-  const Reach reach(filter);
-  Tree tree = operating_values(schema, running, reach);
-  Tree second = history(schema, running, now, reach);
-  if (second == nullptr) return tree;
-  lyd_node *first = tree.release();
-  lyd_insert_sibling(first, second.release(), &first);
-  return Tree(first);
+std::vector<LiveNode> operating_values(const Schema &schema, const lyd_node *running,
+                                       const std::vector<FilterNode> &filter) {
+  LiveNode top = {""};
+  add_ports(Branch(&top, Reach(filter, kOtsOperNs)), schema, running);
+  return std::move(top.children);
+}
+
+std::vector<LiveNode> histories(const Schema &schema, const lyd_node *running, uint64_t now,
+                                const std::vector<FilterNode> &filter) {
+  LiveNode top = {""};
+  add_histories(Branch(&top, Reach(filter, kPmengineNs)), schema, running, now);
+  return std::move(top.children);
 }
 
 }  // namespace device

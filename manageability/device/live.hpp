@@ -11,10 +11,14 @@
 
 namespace device {
 
-/// Operating values and histories at the time `now` (nanoseconds since the epoch), as far as the filter
-/// reaches. They follow the running configuration, of which `running` is the first sibling: a quantity
-/// that is not configured is neither reported nor measured.
-Tree live_values(const Schema &schema, const lyd_node *running, uint64_t now,
-                 const std::vector<FilterNode> &filter);
+// Both follow the running configuration, of which `running` is the first sibling: a quantity that is not
+// configured is neither reported nor measured. They are made as far as the filter reaches.
+
+/// Of the namespace kOtsOperNs.
+std::vector<LiveNode> operating_values(const Schema &schema, const lyd_node *running,
+                                       const std::vector<FilterNode> &filter);
+/// Of the namespace kPmengineNs, at the time `now` (nanoseconds since the epoch).
+std::vector<LiveNode> histories(const Schema &schema, const lyd_node *running, uint64_t now,
+                                const std::vector<FilterNode> &filter);
 
 }  // namespace device

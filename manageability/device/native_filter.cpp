@@ -1,7 +1,7 @@
-// Native subtree filters over libyang trees.
+// Native subtree filters over libyang trees and live data.
 #include "native_filter.hpp"
 
-#include <cstring>
+#include <algorithm>
 
 #include "libyang_versions.hpp"
 #include "subtree_filter.hpp"
@@ -60,89 +60,187 @@ class FilterChildren {
   const std::vector<FilterNode> &children_;
 };
 
-struct Adapter {
+/// What filters of both kinds of data have in common.
+struct FilterAdapter {
   using Filter = const FilterNode *;
-  using Data = const lyd_node *;
 
   FilterChildren filter_children(Filter filter) const { return FilterChildren(filter); }
+  bool is_content_match(Filter filter) const { return filter->value.has_value(); }
+};
+
+struct TreeAdapter : FilterAdapter {
+  using Data = const lyd_node *;
+
   Siblings data_children(Data node) const { return Siblings(lyd_child(node)); }
   bool same_node(Filter filter, Data node) const { return filter->schema == node->schema; }
-  bool is_content_match(Filter filter) const { return filter->value.has_value(); }
   bool equal(Filter filter, Data leaf) const {
     return filter->possible && *filter->value == lyd_get_value(leaf);
   }
   bool is_leaf(Data node) const { return (node->schema->nodetype & LYD_NODE_TERM) != 0; }
   bool is_key(Data, Data child) const { return lysc_is_key(child->schema); }
+
+  static const char *name(Data node) { return node->schema->name; }
+  const char *ns(Data node) const { return node->schema->module->ns; }
+  static const char *value(Data node) { return lyd_get_value(node); }
 };
 
-std::string trimmed(const std::string &text) {
+struct LiveAdapter : FilterAdapter {
+  using Data = const LiveNode *;
+
+  std::vector<Data> data_children(Data node) const { return pointers(node->children); }
+  bool same_node(Filter filter, Data node) const {
+    return filter->name == node->name && filter->ns == own_ns;
+  }
+  bool equal(Filter filter, Data leaf) const { return filter->possible && *filter->value == leaf->value; }
+  bool is_leaf(Data node) const { return node->is_leaf; }
+  bool is_key(Data, Data child) const { return child->is_key; }
+
+  static const char *name(Data node) { return node->name; }
+  const char *ns(Data) const { return own_ns; }
+  static const char *value(Data node) { return node->value.c_str(); }
+
+  static std::vector<Data> pointers(const std::vector<LiveNode> &nodes) {
+    std::vector<Data> all;
+    all.reserve(nodes.size());
+    for (const LiveNode &node : nodes) all.push_back(&node);
+    return all;
+  }
+
+  const char *own_ns;
+};
+
+/// Gives out what was selected.
+template <class Adapter>
+class Giver {
+ public:
+  using Data = typename Adapter::Data;
+
+  Giver(const Adapter &adapter, AnswerSink &sink, ReadCount &count)
+      : adapter_(adapter), sink_(sink), count_(count) {}
+
+  void give(const yfw::Selected<Data> &selected) {
+    if (selected.whole) return give_whole(selected.node);
+    sink_.open(adapter_.name(selected.node), adapter_.ns(selected.node));
+    // A list entry's keys come with it even when they are not selected.
+    for (const Data child : adapter_.data_children(selected.node)) {
+      if (!adapter_.is_key(selected.node, child)) break;
+      give_whole(child);
+    }
+    for (const auto &child : selected.children) {
+      if (!adapter_.is_key(selected.node, child.node)) give(child);
+    }
+    sink_.close();
+  }
+
+ private:
+  void give_whole(Data node) {
+    if (adapter_.is_leaf(node)) {
+      ++count_.leaves;
+      return sink_.leaf(adapter_.name(node), adapter_.ns(node), adapter_.value(node));
+    }
+    sink_.open(adapter_.name(node), adapter_.ns(node));
+    for (const Data child : adapter_.data_children(node)) give_whole(child);
+    sink_.close();
+  }
+
+  const Adapter &adapter_;
+  AnswerSink &sink_;
+  ReadCount &count_;
+};
+
+template <class Adapter, class Tops>
+void give_all(const Adapter &adapter, const std::vector<FilterNode> &filter, const Tops &tops,
+              AnswerSink &sink, ReadCount &count) {
+  std::vector<const FilterNode *> filters;
+  filters.reserve(filter.size());
+  for (const FilterNode &node : filter) filters.push_back(&node);
+  Giver<Adapter> giver(adapter, sink, count);
+  for (const auto &selected : yfw::SubtreeFilter(adapter).select(filters, tops)) giver.give(selected);
+}
+
+std::string_view trimmed(std::string_view text) {
   static constexpr const char *space = " \t\r\n";
   const size_t begin = text.find_first_not_of(space);
-  if (begin == std::string::npos) return {};
+  if (begin == std::string_view::npos) return {};
   return text.substr(begin, text.find_last_not_of(space) - begin + 1);
 }
 
-FilterNode bind_node(const Schema &schema, const lysc_node *parent, bool known, const RequestNode &request) {
-  FilterNode node;
-  if (known) node.schema = schema.find(parent, request.ns, request.name);
-  for (const RequestNode &child : request.children) {
-    node.children.push_back(bind_node(schema, node.schema, node.schema != nullptr, child));
-  }
-  // White space around a content match counts for nothing (RFC 6241, section 6.2.5).
-  const std::string value = trimmed(request.value.value_or(""));
-  if (value.empty() || !node.children.empty()) return node;
-  node.value = value;
-  if (node.schema != nullptr && (node.schema->nodetype & LYD_NODE_TERM) != 0) {
-    node.possible = canonical_value(schema, node.schema, value, *node.value);
-  }
-  return node;
+/// Whether a value is canonical in whatever type live data has that it can be of: words, and integers as they
+/// are commonly written. None of these types is a decimal.
+bool is_canonical_live_value(std::string_view value) {
+  const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+  const auto letter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  if (letter(value.front())) return true;
+  return std::ranges::all_of(value, digit) && (value.size() == 1 || value.front() != '0');
 }
 
-/// Counted on the copy, so that keys that came along are counted too.
-size_t count_leaves(const lyd_node *node) {
-  if ((node->schema->nodetype & LYD_NODE_TERM) != 0) return 1;
-  size_t leaves = 0;
-  for (const lyd_node *child : Siblings(lyd_child(node))) leaves += count_leaves(child);
-  return leaves;
-}
+/// Binds nodes below the place `parents`. Only what needs it looks into the modules of live data, for they
+/// are loaded by that.
+class Binder {
+ public:
+  explicit Binder(const Schema &schema) : schema_(schema) {}
 
-/// Returns the copy, which is not yet linked if there is no parent.
-lyd_node *copy(const yfw::Selected<const lyd_node *> &selected, lyd_node *parent) {
-  lyd_node *node = nullptr;
-  // A list entry's keys are copied with it even when its other children are not.
-  libyang::duplicate(selected.node, parent, selected.whole ? LYD_DUP_RECURSIVE : 0, &node);
-  if (node == nullptr) throw std::bad_alloc();
-  for (const auto &child : selected.children) {
-    if (!lysc_is_key(child.node->schema)) copy(child, node);
+  FilterNode bind(const RequestNode &request) {
+    FilterNode node = {request.name, request.ns, nullptr, std::nullopt, true, {}};
+    const bool is_live = Schema::is_live(request.ns);
+    if (!is_live && known()) node.schema = schema_.find(parent(), request.ns, request.name);
+    places_.push_back({&request, node.schema});
+    for (const RequestNode &child : request.children) node.children.push_back(bind(child));
+    // White space around a content match counts for nothing (RFC 6241, section 6.2.5).
+    const std::string_view value = trimmed(request.value.value_or(std::string_view()));
+    if (!value.empty() && node.children.empty()) {
+      node.value = value;
+      const auto *leaf = is_live && !is_canonical_live_value(value) ? live_schema() : node.schema;
+      if (leaf != nullptr && (leaf->nodetype & LYD_NODE_TERM) != 0)
+        node.possible = canonical_value(schema_, leaf, std::string(value), *node.value);
+    }
+    places_.pop_back();
+    return node;
   }
-  return node;
-}
+
+ private:
+  struct Place {
+    const RequestNode *request;
+    const lysc_node *schema;
+  };
+
+  bool known() const { return places_.empty() || parent() != nullptr; }
+  const lysc_node *parent() const { return places_.empty() ? nullptr : places_.back().schema; }
+
+  const lysc_node *live_schema() const {
+    const lysc_node *node = nullptr;
+    for (const Place &place : places_) {
+      const auto *below = schema_.find(node, place.request->ns, place.request->name);
+      if (below == nullptr) return nullptr;
+      node = below;
+    }
+    return node;
+  }
+
+  const Schema &schema_;
+  std::vector<Place> places_;
+};
 
 }  // namespace
 
 std::vector<FilterNode> bind_filter(const Schema &schema, const std::vector<RequestNode> &request) {
   std::vector<FilterNode> filter;
   filter.reserve(request.size());
-  for (const RequestNode &node : request) filter.push_back(bind_node(schema, nullptr, true, node));
+  for (const RequestNode &node : request) filter.push_back(Binder(schema).bind(node));
   return filter;
 }
 
-void copy_selected(const std::vector<FilterNode> &filter, const lyd_node *data, Tree &answer,
+void give_selected(const std::vector<FilterNode> &filter, const lyd_node *data, AnswerSink &sink,
                    ReadCount &count) {
-  const Adapter adapter;
-  std::vector<const FilterNode *> filters;
-  filters.reserve(filter.size());
-  for (const FilterNode &node : filter) filters.push_back(&node);
-  for (const auto &selected : yfw::SubtreeFilter(adapter).select(filters, Siblings(data))) {
-    lyd_node *node = copy(selected, nullptr);
-    count.leaves += count_leaves(node);
-    lyd_node *first = answer.release();
-    lyd_insert_sibling(first, node, &first);
-    answer.reset(first);
-  }
+  give_all(TreeAdapter(), filter, Siblings(data), sink, count);
 }
 
-Reach::Reach(const std::vector<FilterNode> &filter) {
+void give_selected(const std::vector<FilterNode> &filter, const std::vector<LiveNode> &data, const char *ns,
+                   AnswerSink &sink, ReadCount &count) {
+  give_all(LiveAdapter{{}, ns}, filter, LiveAdapter::pointers(data), sink, count);
+}
+
+Reach::Reach(const std::vector<FilterNode> &filter, std::string_view ns) : ns_(ns) {
   for (const FilterNode &node : filter) filters_.push_back(&node);
 }
 
@@ -156,24 +254,23 @@ void Reach::add(const FilterNode &filter) {
   all_ = all_ || all;
 }
 
-Reach Reach::child(const char *name) const {
-  Reach below;
+Reach Reach::child(std::string_view name) const {
+  Reach below(ns_);
   below.all_ = all_;
   for (const FilterNode *filter : filters_) {
-    if (filter->schema != nullptr && std::strcmp(filter->schema->name, name) == 0) below.add(*filter);
+    if (names(*filter, name)) below.add(*filter);
   }
   return below;
 }
 
-Reach Reach::entry(const char *list, const char *key, const std::string &value) const {
-  Reach below;
+Reach Reach::entry(std::string_view list, std::string_view key, std::string_view value) const {
+  Reach below(ns_);
   below.all_ = all_;
   for (const FilterNode *filter : filters_) {
-    if (filter->schema == nullptr || std::strcmp(filter->schema->name, list) != 0) continue;
+    if (!names(*filter, list)) continue;
     bool other = false;
     for (const FilterNode &child : filter->children) {
-      const bool is_key = child.schema != nullptr && std::strcmp(child.schema->name, key) == 0;
-      other = other || (is_key && child.value.has_value() && *child.value != value);
+      other = other || (names(child, key) && child.value.has_value() && *child.value != value);
     }
     if (!other) below.add(*filter);
   }

@@ -1,7 +1,9 @@
 // The native YANG modules, and what libyang says of them.
 #include "yang.hpp"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 #include "device.hpp"
 #include "libyang_versions.hpp"
@@ -10,11 +12,17 @@ namespace device {
 
 namespace {
 
-constexpr const char *kModules[] = {
-    "Velm-NALTO-ifmgr-cfg",
-    "Velm-NALTO-controller-ots-cfg",
-    "Velm-NALTO-controller-ots-oper",
-    "Velm-NALTO-pmengine-oper",
+constexpr const char *kModules[] = {"Velm-NALTO-ifmgr-cfg", "Velm-NALTO-controller-ots-cfg"};
+
+constexpr std::string_view kInterfacesNs = "http://velm.example/ns/yang/Velm-NALTO-ifmgr-cfg";
+
+struct LiveModule {
+  const char *name;
+  std::string_view ns;
+};
+constexpr LiveModule kLiveModules[] = {
+    {"Velm-NALTO-controller-ots-oper", kOtsOperNs},
+    {"Velm-NALTO-pmengine-oper", kPmengineNs},
 };
 
 void remove_empty_below(lyd_node *parent) {
@@ -36,35 +44,67 @@ LogScope::~LogScope() {
   ly_temp_log_options(nullptr);
 }
 
-Schema::Schema(const std::filesystem::path &models) : models_({models}) {
+Schema::Schema(const std::filesystem::path &models) : folder_(models), models_({models}) {
   const LogScope log;
   context_ = models_.make_context();
   if (context_ == nullptr) {
     throw FolderError("cannot use the folder of YANG modules " + models.string() +
                       ": it must exist and be readable");
   }
-  for (const char *name : kModules) {
-    if (ly_ctx_load_module(context_, name, nullptr, nullptr) != nullptr) continue;
-    const std::string reason = error_message();
+  try {
+    for (const char *name : kModules) load(name);
+    const auto *top = find(nullptr, kInterfacesNs, "interface-configurations");
+    interfaces_ = top == nullptr ? nullptr : find(top, kInterfacesNs, "interface-configuration");
+    if (interfaces_ == nullptr)
+      throw FolderError("the YANG module of interfaces in " + models.string() + " has no interfaces");
+  } catch (const FolderError &) {
     ly_ctx_destroy(context_);
-    throw FolderError("cannot load YANG module " + std::string(name) + " from " + models.string() + ": " +
-                      reason);
+    throw;
   }
-  libyang::keep_order(context_);
 }
 
 Schema::~Schema() {
   ly_ctx_destroy(context_);
 }
 
-const lysc_node *Schema::find(const lysc_node *parent, const std::string &ns, const std::string &name) const {
-  const lys_module *module = ly_ctx_get_module_implemented_ns(context_, ns.c_str());
+void Schema::load(const char *module) const {
+  if (ly_ctx_load_module(context_, module, nullptr, nullptr) == nullptr) {
+    throw FolderError("cannot load YANG module " + std::string(module) + " from " + folder_.string() + ": " +
+                      error_message());
+  }
+  libyang::keep_order(context_);
+}
+
+bool Schema::is_live(std::string_view ns) {
+  return std::ranges::find(kLiveModules, ns, &LiveModule::ns) != std::end(kLiveModules);
+}
+
+const lysc_node *Schema::find(const lysc_node *parent, std::string_view ns, std::string_view name) const {
+  const std::string uri(ns);
+  const lys_module *module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
+  const auto *live = std::ranges::find(kLiveModules, ns, &LiveModule::ns);
+  if (module == nullptr && live != std::end(kLiveModules)) {
+    load(live->name);
+    module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
+  }
   if (module == nullptr) return nullptr;
   return libyang::find_child(parent, module, name);
 }
 
-bool Schema::knows_namespace(const std::string &ns) const {
-  return ly_ctx_get_module_implemented_ns(context_, ns.c_str()) != nullptr;
+const lyd_node *Schema::find_interface(const lyd_node *running, const char *name) const {
+  lyd_node *found = nullptr;
+  if (running == nullptr) return nullptr;
+  libyang::find_sibling(running, interfaces_->parent, {}, &found);
+  const lyd_node *first = found == nullptr ? nullptr : lyd_child(found);
+  found = nullptr;
+  if (first != nullptr)
+    libyang::find_sibling(first, interfaces_, "[active='act'][interface-name='" + std::string(name) + "']",
+                          &found);
+  return found;
+}
+
+bool Schema::knows_namespace(std::string_view ns) const {
+  return is_live(ns) || ly_ctx_get_module_implemented_ns(context_, std::string(ns).c_str()) != nullptr;
 }
 
 void Schema::clear_errors() const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "model_folders.hpp"
 
@@ -13,6 +14,10 @@ struct lyd_node;
 struct lysc_node;
 
 namespace device {
+
+/// Namespaces of live data.
+inline constexpr char kOtsOperNs[] = "http://velm.example/ns/yang/Velm-NALTO-controller-ots-oper";
+inline constexpr char kPmengineNs[] = "http://velm.example/ns/yang/Velm-NALTO-pmengine-oper";
 
 /// Keeps libyang's messages in its context, away from standard error, on this thread while it lives.
 class LogScope {
@@ -26,10 +31,11 @@ class LogScope {
   uint32_t options_;
 };
 
-/// A libyang context with the four native modules.
+/// A libyang context with the native modules: those of the configuration, and when they are asked for those
+/// of live data too.
 class Schema {
  public:
-  /// Throws FolderError if a module is missing from the folder or broken.
+  /// Throws FolderError if a module of the configuration is missing from the folder or broken.
   explicit Schema(const std::filesystem::path &models);
   ~Schema();
   Schema(const Schema &) = delete;
@@ -37,10 +43,18 @@ class Schema {
 
   ly_ctx *context() const { return context_; }
 
-  /// A child of `parent` (of the top level if null); null if there is none.
-  const lysc_node *find(const lysc_node *parent, const std::string &ns, const std::string &name) const;
+  /// A child of `parent` (of the top level if null); null if there is none. Throws FolderError as the
+  /// constructor, for a module of live data.
+  const lysc_node *find(const lysc_node *parent, std::string_view ns, std::string_view name) const;
 
-  bool knows_namespace(const std::string &ns) const;
+  bool knows_namespace(std::string_view ns) const;
+  /// Whether it is the namespace of a module of live data.
+  static bool is_live(std::string_view ns);
+
+  /// The entry of an active interface in `running`, the configuration's first sibling; null if there is none.
+  const lyd_node *find_interface(const lyd_node *running, const char *name) const;
+  /// The list that it is an entry of.
+  const lysc_node *interfaces() const { return interfaces_; }
 
   /// Forgets earlier errors, so that the texts below tell of the next call only.
   void clear_errors() const;
@@ -53,8 +67,12 @@ class Schema {
   std::string error_path() const;
 
  private:
+  void load(const char *module) const;
+
+  std::filesystem::path folder_;
   ModelFolders models_;
   ly_ctx *context_ = nullptr;
+  const lysc_node *interfaces_ = nullptr;
 };
 
 /// The canonical form of a value of a leaf's type. False, with libyang's message, if the type refuses it.

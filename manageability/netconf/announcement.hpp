@@ -26,8 +26,10 @@ std::string revision(const lys_module *module);
 Announcement announcement_of(const CompiledSchema &schema);
 
 /// Tells whether an announcement still holds: of the library that brings modules of its own, and of the
-/// texts of those of `modules` that have a file in `folders`. Nothing if the library cannot be told from others.
-std::optional<uint64_t> fingerprint(const device::ModelFolders &folders, std::span<const std::string_view> modules);
+/// texts of those of `modules` that have a file in `folders`. Nothing if the library cannot be told from
+/// others.
+std::optional<uint64_t> fingerprint(const device::ModelFolders &folders,
+                                    std::span<const std::string_view> modules);
 
 /// An announcement that was made when the program was built.
 struct BuiltInAnnouncement {

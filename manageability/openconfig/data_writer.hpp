@@ -12,8 +12,8 @@ struct lyd_node;
 
 namespace ymap {
 
-/// Elements in canonical form (RFC 7950, section 9): decimals without needless zeros, identities with a prefix
-/// that is declared beside them.
+/// Elements in canonical form (RFC 7950, section 9): decimals without needless zeros, identities with a
+/// prefix that is declared beside them.
 void write_data(const Schema &schema, const Data &data, XmlWriter &xml);
 /// The same as a text of its own; the empty text for no data.
 std::string xml_of(const Schema &schema, const Data &data, Layout layout = Layout::indented);

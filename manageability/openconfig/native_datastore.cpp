@@ -1,8 +1,6 @@
 // Framework records to device requests, and the device's answers back.
 #include "native_datastore.hpp"
 
-#include <libyang/libyang.h>
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,8 +24,8 @@ std::vector<device::RequestNode> device_nodes(const vidl_yfw_datatree *parent) {
   for (uint32_t at = 0; at < parent->subtree_count; ++at) {
     const auto *source = &parent->subtrees[at];
     device::RequestNode node;
-    node.name = source->tag == nullptr ? "" : source->tag;
-    node.ns = source->namespace_ == nullptr ? "" : source->namespace_;
+    if (source->tag != nullptr) node.name = source->tag;
+    if (source->namespace_ != nullptr) node.ns = source->namespace_;
     if (vidl_yfw_datatree_has_data(source) && source->data != nullptr) node.value = source->data;
     if (vidl_yfw_datatree_has_operation(source)) node.operation = static_cast<Operation>(source->operation);
     node.origin = source;
@@ -37,17 +35,21 @@ std::vector<device::RequestNode> device_nodes(const vidl_yfw_datatree *parent) {
   return nodes;
 }
 
-void add_answer(const lyd_node *first, vidl_yfw_datatree *parent, yfw::Datatree &answer) {
-  const lyd_node *node = nullptr;
-  LY_LIST_FOR(first, node) {
-    const char *name = node->schema->name;
-    const char *ns = node->schema->module->ns;
-    if ((node->schema->nodetype & LYD_NODE_TERM) != 0)
-      answer.add(parent, name, ns, lyd_get_value(node));
-    else
-      add_answer(lyd_child(node), answer.add(parent, name, ns), answer);
+/// Builds the framework's tree of what the device gives out.
+class AnswerTree : public device::AnswerSink {
+ public:
+  explicit AnswerTree(yfw::Datatree &tree) : tree_(tree), open_{tree.root()} {}
+
+  void open(const char *name, const char *ns) override { open_.push_back(tree_.add(open_.back(), name, ns)); }
+  void leaf(const char *name, const char *ns, const char *value) override {
+    tree_.add(open_.back(), name, ns, value);
   }
-}
+  void close() override { open_.pop_back(); }
+
+ private:
+  yfw::Datatree &tree_;
+  std::vector<vidl_yfw_datatree *> open_;  ///< the innermost last
+};
 
 template <typename Work>
 void passing_refusals_on(const Work &work) {
@@ -72,8 +74,8 @@ device::Device &DeviceDatastore::opened() {
 }
 
 void DeviceDatastore::read(const yfw::Datatree &request, yfw::Datatree &answer) {
-  const auto tree = opened().read(device_nodes(request.root()));
-  add_answer(tree.get(), answer.root(), answer);
+  AnswerTree sink(answer);
+  opened().read(device_nodes(request.root()), sink);
 }
 
 void DeviceDatastore::edit(const yfw::Datatree &request) {

@@ -1,4 +1,5 @@
-// Writes the table of the OpenConfig module as C++, so that the tool need not compile the module at each start.
+// Writes the table of the OpenConfig module as C++, so that the tool need not compile the module at each
+// start.
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -68,8 +69,8 @@ void write(const SchemaTable &table, std::string_view text, std::ostream &out) {
          "constexpr std::string_view kWords[] = {\n    {},\n";
   for (const auto *node : flat.nodes)
     for (const auto word : node->words) out << "    " << literal(word) << ",\n";
-  out << "};\n\nextern const SchemaNode kNodes[" << flat.nodes.size() << "];\nconstinit const SchemaNode kNodes["
-      << flat.nodes.size() << "] = {\n";
+  out << "};\n\nextern const SchemaNode kNodes[" << flat.nodes.size()
+      << "];\nconstinit const SchemaNode kNodes[" << flat.nodes.size() << "] = {\n";
   std::size_t first_word = 1;
   for (std::size_t at = 0; at < flat.nodes.size(); ++at) {
     write_node(flat, at, first_word, out);

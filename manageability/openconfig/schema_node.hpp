@@ -12,7 +12,8 @@ namespace ymap {
 /// A data node. Nodes and texts live as long as the schema that gives them out.
 struct SchemaNode {
   enum class Kind : uint8_t { container, list, leaf };
-  /// Of a leaf's values, a leafref's being those of its target. Which `other` values hold libyang alone tells.
+  /// Of a leaf's values, a leafref's being those of its target. Which `other` values hold libyang alone
+  /// tells.
   enum class Type : uint8_t { other, text, boolean, identity, decimal, unsigned_integer };
 
   std::string_view name;

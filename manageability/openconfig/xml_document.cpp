@@ -141,9 +141,7 @@ class XmlDocument::Reader {
     prefixes_[prefix == nullptr ? "" : prefix].push_back(kept(uri));
   }
 
-  void end_declaration(const XML_Char *prefix) {
-    prefixes_[prefix == nullptr ? "" : prefix].pop_back();
-  }
+  void end_declaration(const XML_Char *prefix) { prefixes_[prefix == nullptr ? "" : prefix].pop_back(); }
 
   void open(const XML_Char *text, const XML_Char **attributes) {
     auto *node = allocate<XmlNode>(1).data();

@@ -6,8 +6,9 @@
 
 namespace ymap {
 
-/// One pass over the tags of `xml`, without a tree: throws RpcError, too-big or malformed-message, where it is
-/// beyond the limits of xml_document.hpp, or declares a document type. Other faults are left for the parser.
+/// One pass over the tags of `xml`, without a tree: throws RpcError, too-big or malformed-message, where it
+/// is beyond the limits of xml_document.hpp, or declares a document type. Other faults are left for the
+/// parser.
 void check_limits(std::string_view xml);
 
 }  // namespace ymap

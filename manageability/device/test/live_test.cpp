@@ -156,17 +156,31 @@ TEST_F(Live, BucketsEndWithTheClock) {
   EXPECT_NE(statistic(later, "Ots0/0/0/2", 1, "eagn"), statistic(device_, "Ots0/0/0/2", 1, "eagn"));
 }
 
+void print(const LiveNode &node, std::string &text) {
+  text += node.name;
+  if (node.is_leaf) {
+    text += "=" + node.value + " ";
+    return;
+  }
+  text += '{';
+  for (const auto &child : node.children) print(child, text);
+  text += '}';
+}
+
 TEST_F(Live, OnlyWhatTheFilterReachesIsMade) {
   const LogScope log;
   const Schema schema(YMAP_TEST_MODELS);
   const auto made = [&schema](const std::string &filter) {
-    const Tree tree = live_values(schema, nullptr, kNow, bind_filter(schema, request(filter.c_str())));
-    return print(tree.get());
+    const auto bound = bind_filter(schema, request(filter.c_str()));
+    std::string text;
+    for (const auto &node : operating_values(schema, nullptr, bound)) print(node, text);
+    for (const auto &node : histories(schema, nullptr, kNow, bound)) print(node, text);
+    return text;
   };
   EXPECT_EQ(made("if:interface-configurations"), "");
   EXPECT_EQ(made("pm:ots-oper strange:performance-management-history"), "");
   EXPECT_EQ(made("oper:ots-oper{ots-ports{ots-port{name=Ots0/0/0/2 ots-info{rx-power}}}}"),
-            "oper:ots-oper{ots-ports{ots-port{name=Ots0/0/0/2 ots-info{rx-power=-196}}}}");
+            "ots-oper{ots-ports{ots-port{name=Ots0/0/0/2 ots-info{rx-power=-196 }}}}");
   const std::string one =
       kBegin + std::string("name=Ots0/0/0/1 ") + kMiddle + "number=2 opr{valid=true}" + kEnd;
   EXPECT_EQ(made(one + " oper:ots-oper{ots-ports{ots-port{name=x}}}").find("Ots0/0/0/0"), std::string::npos);

@@ -1,7 +1,6 @@
 // What the tests of the device share; see support.hpp.
 #include "support.hpp"
 
-#include <libyang/libyang.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,18 +10,20 @@
 #include <iterator>
 #include <map>
 #include <stdexcept>
+#include <string_view>
 
 namespace device::test {
 
 namespace {
 
-const std::map<std::string, std::string> kModules = {{"if", "Velm-NALTO-ifmgr-cfg"},
-                                                     {"cfg", "Velm-NALTO-controller-ots-cfg"},
-                                                     {"oper", "Velm-NALTO-controller-ots-oper"},
-                                                     {"pm", "Velm-NALTO-pmengine-oper"},
-                                                     {"strange", "strange"}};
+const std::map<std::string, std::string, std::less<>> kNamespaces = {
+    {"if", "http://velm.example/ns/yang/Velm-NALTO-ifmgr-cfg"},
+    {"cfg", "http://velm.example/ns/yang/Velm-NALTO-controller-ots-cfg"},
+    {"oper", "http://velm.example/ns/yang/Velm-NALTO-controller-ots-oper"},
+    {"pm", "http://velm.example/ns/yang/Velm-NALTO-pmengine-oper"},
+    {"strange", "http://velm.example/ns/yang/strange"}};
 
-const std::map<std::string, RequestNode::Operation> kOperations = {
+const std::map<std::string, RequestNode::Operation, std::less<>> kOperations = {
     {"create", RequestNode::Operation::create},
     {"replace", RequestNode::Operation::replace},
     {"merge", RequestNode::Operation::merge},
@@ -33,7 +34,7 @@ class Parser {
  public:
   explicit Parser(const char *text) : at_(text) {}
 
-  std::vector<RequestNode> siblings(const std::string &ns) {
+  std::vector<RequestNode> siblings(std::string_view ns) {
     std::vector<RequestNode> nodes;
     for (skip(); *at_ != '\0' && *at_ != '}'; skip()) nodes.push_back(node(ns));
     return nodes;
@@ -44,28 +45,28 @@ class Parser {
     while (std::isspace(static_cast<unsigned char>(*at_)) != 0) ++at_;
   }
 
-  std::string word(const char *stop) {
-    std::string text;
-    while (*at_ != '\0' && std::string(stop).find(*at_) == std::string::npos) text += *at_++;
-    return text;
+  std::string_view word(const char *stop) {
+    const char *begin = at_;
+    while (*at_ != '\0' && std::string_view(stop).find(*at_) == std::string_view::npos) ++at_;
+    return {begin, static_cast<size_t>(at_ - begin)};
   }
 
-  std::string value() {
+  std::string_view value() {
     if (*at_ != '\'') return word(" \n{}!");
     ++at_;
-    std::string text = word("'");
+    const auto text = word("'");
     ++at_;
     return text;
   }
 
-  RequestNode node(const std::string &ns) {
+  RequestNode node(std::string_view ns) {
     RequestNode result;
     result.origin = at_;
     result.ns = ns;
     result.name = word(" \n={}!");
-    if (const size_t colon = result.name.find(':'); colon != std::string::npos) {
-      result.ns = "http://velm.example/ns/yang/" + kModules.at(result.name.substr(0, colon));
-      result.name.erase(0, colon + 1);
+    if (const size_t colon = result.name.find(':'); colon != std::string_view::npos) {
+      result.ns = kNamespaces.find(result.name.substr(0, colon))->second;
+      result.name.remove_prefix(colon + 1);
     }
     if (*at_ == '=') {
       ++at_;
@@ -73,7 +74,7 @@ class Parser {
     }
     if (*at_ == '!') {
       ++at_;
-      result.operation = kOperations.at(word(" \n{}"));
+      result.operation = kOperations.find(word(" \n{}"))->second;
     }
     if (*at_ == '{') {
       ++at_;
@@ -86,26 +87,40 @@ class Parser {
   const char *at_;
 };
 
-void print_node(const lyd_node *node, std::string &text) {
-  const lys_module *module = node->schema->module;
-  if (!text.empty() && text.back() != '{') text += ' ';
-  if (node->parent == nullptr || module != node->parent->schema->module) {
-    for (const auto &[prefix, name] : kModules) {
-      if (name == module->name) text += prefix + ":";
+/// Writes an answer in the notation.
+class Notation : public AnswerSink {
+ public:
+  void open(const char *name, const char *ns) override {
+    begin(name, ns);
+    text += '{';
+    namespaces_.emplace_back(ns);
+  }
+  void leaf(const char *name, const char *ns, const char *value) override {
+    begin(name, ns);
+    const std::string shown = value;
+    const bool plain = !shown.empty() && shown.find(' ') == std::string::npos;
+    text += plain ? "=" + shown : "='" + shown + "'";
+  }
+  void close() override {
+    text += '}';
+    namespaces_.pop_back();
+  }
+
+  std::string text;
+
+ private:
+  void begin(const char *name, const std::string &ns) {
+    if (!text.empty() && text.back() != '{') text += ' ';
+    if (namespaces_.empty() || ns != namespaces_.back()) {
+      for (const auto &[prefix, known] : kNamespaces) {
+        if (known == ns) text += prefix + ":";
+      }
     }
+    text += name;
   }
-  text += node->schema->name;
-  if ((node->schema->nodetype & LYD_NODE_TERM) != 0) {
-    const std::string value = lyd_get_value(node);
-    const bool plain = !value.empty() && value.find(' ') == std::string::npos;
-    text += plain ? "=" + value : "='" + value + "'";
-    return;
-  }
-  text += '{';
-  for (const lyd_node *child = lyd_child(node); child != nullptr; child = child->next)
-    print_node(child, text);
-  text += '}';
-}
+
+  std::vector<std::string> namespaces_;
+};
 
 }  // namespace
 
@@ -113,15 +128,11 @@ std::vector<RequestNode> request(const char *text) {
   return Parser(text).siblings("");
 }
 
-std::string print(const lyd_node *tree) {
-  std::string text;
-  for (; tree != nullptr; tree = tree->next) print_node(tree, text);
-  return text;
-}
-
 std::string read(const Device &device, const char *filter, ReadCount *count) {
-  const Tree answer = device.read(request(filter), count);
-  return print(answer.get());
+  Notation notation;
+  const ReadCount counted = device.read(request(filter), notation);
+  if (count != nullptr) *count = counted;
+  return notation.text;
 }
 
 Workplace::Workplace() {

@@ -23,9 +23,6 @@ namespace device::test {
 /// result.
 std::vector<RequestNode> request(const char *text);
 
-/// A tree with its siblings in the same notation.
-std::string print(const lyd_node *tree);
-
 /// What the device answers to a filter, in the same notation.
 std::string read(const Device &device, const char *filter, ReadCount *count = nullptr);
 
