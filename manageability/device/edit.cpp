@@ -26,37 +26,6 @@ bool removes(Operation operation) {
   return operation == Operation::remove || operation == Operation::remove_existing;
 }
 
-/// One edit at work on a tree.
-class Edit {
- public:
-  Edit(const Schema &schema, lyd_node *&tree) : schema_(schema), tree_(tree) {}
-
-  /// Applies a request node and all below it under `parent`, at the top if that is null. Merging needs no
-  /// inheritance of operations: below a created or replaced node there is nothing left to meet.
-  void apply(lyd_node *parent, const RequestNode &request);
-
-  /// The keys of a list entry as a predicate of its path, in the order of the schema.
-  std::string keys(const lyd_node *parent, const lysc_node *list, const RequestNode &request) const;
-
-  /// The request node that an error of the whole is due to: the one with the longest path that begins `path`.
-  const void *origin_of(const std::string &path, const std::vector<RequestNode> &request) const;
-
- private:
-  const lysc_node *bind(const lyd_node *parent, const RequestNode &request) const;
-  std::string key_value(const std::string &path, const lysc_node *key, const RequestNode &entry) const;
-  lyd_node *find(const lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
-  lyd_node *create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
-  lyd_node *prepare(lyd_node *existing, const std::string &path, const RequestNode &request);
-  void set_leaf(lyd_node *parent, lyd_node *existing, const lysc_node *leaf, const std::string &path,
-                const RequestNode &request);
-  void link_top(lyd_node *parent, lyd_node *node) const;
-  void longest_match(const lyd_node *parent, const RequestNode &request, const std::string &path,
-                     size_t &length, const void *&origin) const;
-
-  const Schema &schema_;
-  lyd_node *&tree_;
-};
-
 std::string child_path(const lyd_node *parent, std::string_view name, const lysc_node *node = nullptr) {
   std::string path = parent != nullptr ? data_path(parent) : "";
   path += '/';
@@ -68,56 +37,95 @@ std::string child_path(const lyd_node *parent, std::string_view name, const lysc
   return path;
 }
 
+/// Where a request node is applied. The path is made where something is wrong there.
+struct Spot {
+  lyd_node *parent;
+  const lysc_node *node;
+  const RequestNode &request;
+  std::string keys;  ///< predicate of a list entry's path
+
+  std::string path() const { return child_path(parent, request.name, node) + keys; }
+};
+
+/// One edit at work on a tree.
+class Edit {
+ public:
+  Edit(const Schema &schema, lyd_node *&tree) : schema_(schema), tree_(tree) {}
+
+  /// Applies a request node and all below it under `parent`, at the top if that is null. Merging needs no
+  /// inheritance of operations: below a created or replaced node there is nothing left to meet.
+  void apply(lyd_node *parent, const RequestNode &request);
+
+  /// The keys of a list entry as a predicate of its path, in the order of the schema.
+  std::string keys(lyd_node *parent, const lysc_node *list, const RequestNode &request) const;
+
+  /// The request node that an error of the whole is due to: the one with the longest path that begins `path`.
+  const void *origin_of(const std::string &path, const std::vector<RequestNode> &request) const;
+
+ private:
+  const lysc_node *bind(const lyd_node *parent, const RequestNode &request) const;
+  std::string key_value(const Spot &at, const lysc_node *key) const;
+  lyd_node *find(const lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
+  lyd_node *create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
+  lyd_node *prepare(lyd_node *existing, const Spot &at);
+  void set_leaf(lyd_node *existing, const Spot &at);
+  void link_top(lyd_node *parent, lyd_node *node) const;
+  void longest_match(lyd_node *parent, const RequestNode &request, const std::string &path, size_t &length,
+                     const void *&origin) const;
+
+  const Schema &schema_;
+  lyd_node *&tree_;
+};
+
 /// The schema node that a request node names, if it can be configured.
 const lysc_node *Edit::bind(const lyd_node *parent, const RequestNode &request) const {
   const lysc_node *above = parent != nullptr ? parent->schema : nullptr;
   const lysc_node *node = schema_.find(above, request.ns, request.name);
-  const std::string path = child_path(parent, request.name, node);
+  const auto path = [&] { return child_path(parent, request.name, node); };
   if (node == nullptr && !schema_.knows_namespace(request.ns)) {
-    refuse("unknown-namespace", path, request.origin,
+    refuse("unknown-namespace", path(), request.origin,
            "the device has no module of the namespace " + quoted(request.ns));
   }
   if (node == nullptr) {
-    refuse("unknown-element", path, request.origin,
+    refuse("unknown-element", path(), request.origin,
            "the device has no node " + quoted(request.name) + " there");
   }
   if ((node->flags & LYS_CONFIG_R) != 0) {
-    refuse("operation-not-supported", path, request.origin,
+    refuse("operation-not-supported", path(), request.origin,
            quoted(request.name) + " is operational data, which can only be read");
   }
   return node;
 }
 
 /// The canonical value of a key that the entry of a request carries.
-std::string Edit::key_value(const std::string &path, const lysc_node *key, const RequestNode &entry) const {
+std::string Edit::key_value(const Spot &at, const lysc_node *key) const {
   const RequestNode *given = nullptr;
-  for (const RequestNode &child : entry.children) {
+  for (const RequestNode &child : at.request.children) {
     if (child.name != key->name || child.ns != key->module->ns || !child.value) continue;
     if (given != nullptr && given->value != child.value) {
-      refuse("bad-element", path, child.origin, "key " + quoted(child.name) + " is given twice");
+      refuse("bad-element", at.path(), child.origin, "key " + quoted(child.name) + " is given twice");
     }
     given = &child;
   }
   if (given == nullptr) {
-    refuse("missing-element", path, entry.origin,
-           "an entry of " + quoted(entry.name) + " needs its key " + quoted(key->name));
+    refuse("missing-element", at.path(), at.request.origin,
+           "an entry of " + quoted(at.request.name) + " needs its key " + quoted(key->name));
   }
   std::string value;
   if (!canonical_value(schema_, key, std::string(*given->value), value)) {
-    refuse("invalid-value", path + "/" + key->name, given->origin, schema_.error_message());
+    refuse("invalid-value", at.path() + "/" + key->name, given->origin, schema_.error_message());
   }
   return value;
 }
 
-/// The keys of a list entry as a predicate of its path, in the order of the schema.
-std::string Edit::keys(const lyd_node *parent, const lysc_node *list, const RequestNode &request) const {
-  const std::string path = child_path(parent, request.name, list);
+std::string Edit::keys(lyd_node *parent, const lysc_node *list, const RequestNode &request) const {
+  const Spot at = {parent, list, request, {}};
   std::string predicate;
   for (const lysc_node *key = lysc_node_child(list); key != nullptr && lysc_is_key(key); key = key->next) {
-    const std::string value = key_value(path, key, request);
+    const std::string value = key_value(at, key);
     const char quote = value.find('\'') == std::string::npos ? '\'' : '"';
     if (value.find(quote) != std::string::npos) {
-      refuse("invalid-value", path, request.origin, "a key must not hold both kinds of quotation mark");
+      refuse("invalid-value", at.path(), request.origin, "a key must not hold both kinds of quotation mark");
     }
     predicate += '[';
     predicate += key->name;
@@ -128,10 +136,10 @@ std::string Edit::keys(const lyd_node *parent, const lysc_node *list, const Requ
 }
 
 lyd_node *Edit::find(const lyd_node *parent, const lysc_node *node, const std::string &predicate) const {
-  lyd_node *match = nullptr;
-  const lyd_node *siblings = parent != nullptr ? lyd_child(parent) : tree_;
-  if (siblings == nullptr) return nullptr;
-  libyang::find_sibling(siblings, node, predicate, &match);
+  lyd_node *match = parent != nullptr ? lyd_child(parent) : tree_;
+  if (match == nullptr) return nullptr;
+  if (node->nodetype == LYS_LIST) return find_entry(match, node, predicate);
+  while (match != nullptr && match->schema != node) match = match->next;
   return match;
 }
 
@@ -154,15 +162,16 @@ void Edit::link_top(lyd_node *parent, lyd_node *node) const {
 }
 
 /// Does what the operation says to the node as it stands. Returns what is left of it: null if nothing.
-lyd_node *Edit::prepare(lyd_node *existing, const std::string &path, const RequestNode &request) {
+lyd_node *Edit::prepare(lyd_node *existing, const Spot &at) {
+  const RequestNode &request = at.request;
   // A container exists by what is in it.
   const bool exists =
       existing != nullptr && (existing->schema->nodetype != LYS_CONTAINER || lyd_child(existing) != nullptr);
   if (request.operation == Operation::create && exists) {
-    refuse("data-exists", path, request.origin, quoted(request.name) + " exists already");
+    refuse("data-exists", at.path(), request.origin, quoted(request.name) + " exists already");
   }
   if (request.operation == Operation::remove_existing && !exists) {
-    refuse("data-missing", path, request.origin, "there is no " + quoted(request.name) + " to delete");
+    refuse("data-missing", at.path(), request.origin, "there is no " + quoted(request.name) + " to delete");
   }
   const bool replaced = request.operation == Operation::replace;
   if (existing == nullptr || !(removes(request.operation) || replaced)) return existing;
@@ -173,39 +182,39 @@ lyd_node *Edit::prepare(lyd_node *existing, const std::string &path, const Reque
 }
 
 /// A leaf that stands keeps its place among its siblings, so that an edit changes one line of the file.
-void Edit::set_leaf(lyd_node *parent, lyd_node *existing, const lysc_node *leaf, const std::string &path,
-                    const RequestNode &request) {
+void Edit::set_leaf(lyd_node *existing, const Spot &at) {
+  const RequestNode &request = at.request;
   if (!request.value || request.value->find('\0') != std::string::npos) {
-    refuse("invalid-value", path, request.origin, quoted(request.name) + " needs a value");
+    refuse("invalid-value", at.path(), request.origin, quoted(request.name) + " needs a value");
   }
   schema_.clear_errors();
   const std::string value(*request.value);
   lyd_node *created = nullptr;
-  const LY_ERR result = existing != nullptr
-                            ? lyd_change_term(existing, value.c_str())
-                            : lyd_new_term(parent, leaf->module, leaf->name, value.c_str(), 0, &created);
+  const LY_ERR result = existing != nullptr ? lyd_change_term(existing, value.c_str())
+                                            : lyd_new_term(at.parent, at.node->module, at.node->name,
+                                                           value.c_str(), 0, &created);
   // Setting the value that is there is reported as "exists" or "no change".
   if (result != LY_SUCCESS && result != LY_EEXIST && result != LY_ENOT) {
-    refuse("invalid-value", path, request.origin, schema_.error_message());
+    refuse("invalid-value", at.path(), request.origin, schema_.error_message());
   }
-  if (created != nullptr) link_top(parent, created);
+  if (created != nullptr) link_top(at.parent, created);
 }
 
 void Edit::apply(lyd_node *parent, const RequestNode &request) {
   const lysc_node *node = bind(parent, request);
   const bool is_list = node->nodetype == LYS_LIST;
-  const std::string predicate = is_list ? keys(parent, node, request) : "";
-  const std::string path = child_path(parent, request.name, node) + predicate;
-  lyd_node *target = prepare(find(parent, node, predicate), path, request);
+  const Spot at = {parent, node, request, is_list ? keys(parent, node, request) : std::string()};
+  lyd_node *target = prepare(find(parent, node, at.keys), at);
   if (removes(request.operation)) return;
   if ((node->nodetype & LYD_NODE_TERM) != 0) {
     if (!request.children.empty()) {
-      refuse("bad-element", path, request.origin, quoted(request.name) + " is a leaf and has no nodes below");
+      refuse("bad-element", at.path(), request.origin,
+             quoted(request.name) + " is a leaf and has no nodes below");
     }
-    set_leaf(parent, target, node, path, request);
+    set_leaf(target, at);
     return;
   }
-  if (target == nullptr) target = create(parent, node, predicate);
+  if (target == nullptr) target = create(parent, node, at.keys);
   for (const RequestNode &child : request.children) {
     // The keys have named the entry; what becomes of it its own operation says.
     const lysc_node *below = is_list ? schema_.find(node, child.ns, child.name) : nullptr;
@@ -214,11 +223,11 @@ void Edit::apply(lyd_node *parent, const RequestNode &request) {
 }
 
 /// Only after a failed validation: every node of the request is known and its keys are sound by then.
-void Edit::longest_match(const lyd_node *parent, const RequestNode &request, const std::string &path,
+void Edit::longest_match(lyd_node *parent, const RequestNode &request, const std::string &path,
                          size_t &length, const void *&origin) const {
   const lysc_node *node =
       schema_.find(parent != nullptr ? parent->schema : nullptr, request.ns, request.name);
-  const lyd_node *found = find(parent, node, node->nodetype == LYS_LIST ? keys(parent, node, request) : "");
+  lyd_node *found = find(parent, node, node->nodetype == LYS_LIST ? keys(parent, node, request) : "");
   if (found == nullptr) return;
   const std::string own = data_path(found);
   if (!path.starts_with(own)) return;
@@ -265,13 +274,6 @@ Tree copy_of(const lyd_node *siblings) {
   return Tree(copy);
 }
 
-lyd_node *find_entry(const lyd_node *container, const lysc_node *list, const std::string &keys) {
-  lyd_node *found = nullptr;
-  const lyd_node *first = container == nullptr ? nullptr : lyd_child(container);
-  if (first != nullptr) libyang::find_sibling(first, list, keys, &found);
-  return found;
-}
-
 bool keeps_what_it_does_not_name(const RequestNode &request) {
   return request.operation == Operation::none || request.operation == Operation::merge;
 }
@@ -295,10 +297,11 @@ Edited::Edited(const Schema &schema, const Tree &running, const std::vector<Requ
   }
   apply_and_validate(schema, tree_, request);
   for (Entry &entry : entries_) {
-    entry.after = find_entry(tree_.get(), schema.interfaces(), entry.keys);
+    entry.after = find_entry(lyd_child(tree_.get()), schema.interfaces(), entry.keys);
   }
-  const auto place = [&](const lyd_node *node) { return node == nullptr ? 0 : lyd_list_pos(node); };
-  std::ranges::stable_sort(entries_, {}, [&](const Entry &entry) { return place(entry.after); });
+  std::ranges::stable_sort(entries_, {}, [](const Entry &entry) {
+    return entry.after == nullptr ? 0 : lyd_list_pos(entry.after);
+  });
 }
 
 /// The container of the interfaces if the request says nothing but of its entries, one by one: then the
@@ -327,7 +330,7 @@ void Edited::copy_entry(const RequestNode &request, lyd_node *copy) {
   }
   auto entry = std::ranges::find(entries_, named.keys, &Entry::keys);
   if (entry == entries_.end()) {
-    named.before = find_entry(container_, schema_.interfaces(), named.keys);
+    named.before = find_entry(lyd_child(container_), schema_.interfaces(), named.keys);
     lyd_node *made = nullptr;
     if (named.before != nullptr &&
         libyang::duplicate(named.before, copy, LYD_DUP_RECURSIVE, &made) != LY_SUCCESS) {

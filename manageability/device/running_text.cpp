@@ -2,10 +2,9 @@
 #include "running_text.hpp"
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
+#include <utility>
 
-#include "libyang_versions.hpp"
+#include "json_text.hpp"
 
 namespace device {
 
@@ -14,65 +13,33 @@ namespace {
 // An edit moves the text of one chunk, and tells the system of all.
 constexpr size_t kEntriesOfChunk = 64;
 
-constexpr std::string_view kBegin = "\n    \"interface-configuration\": [\n";
-constexpr std::string_view kEndOfEntry = "\n      }";
+constexpr int kLevelOfEntry = 3;  ///< of the text
 constexpr std::string_view kBetween = ",\n";
 
-std::string print(const lyd_node *tree, uint32_t options) {
-  char *text = nullptr;
-  if (lyd_print_mem(&text, tree, LYD_JSON, options) != LY_SUCCESS) throw std::bad_alloc();
-  std::string printed = text;
-  std::free(text);
-  return printed;
-}
-
-/// As it stands in the whole: libyang prints a node alone with a list around it, one level less deep. A text in
-/// JSON holds no line feed, so lines are lines of the layout.
-std::string print_entry(const lyd_node *entry) {
-  const std::string alone = print(entry, 0);
+std::string entry_text(const lyd_node *entry) {
   std::string text;
-  size_t begin = alone.find('\n', alone.find('\n') + 1) + 1;
-  const size_t end = alone.rfind('\n', alone.rfind(']')) + 1;
-  while (begin < end) {
-    const size_t next = alone.find('\n', begin) + 1;
-    text.append("  ").append(alone, begin, next - begin);
-    begin = next;
-  }
-  text.pop_back();
+  JsonText(text).entry(entry, kLevelOfEntry);
   return text.append(kBetween);
-}
-
-const lyd_node *first_entry(const Schema &schema, const lyd_node *tree) {
-  lyd_node *container = nullptr;
-  if (tree != nullptr) libyang::find_sibling(tree, schema.interfaces()->parent, {}, &container);
-  const lyd_node *node = container == nullptr ? nullptr : lyd_child(container);
-  while (node != nullptr && node->schema != schema.interfaces()) node = node->next;
-  return node;
 }
 
 }  // namespace
 
 RunningText::RunningText(const Schema &schema, const lyd_node *tree) {
-  // libyang prints nothing for no data, which would look like damage.
-  const std::string whole = tree == nullptr ? "{}\n" : print(tree, libyang::kPrintSiblings);
-  cut(schema, whole, tree);
-  if (chunks_.empty()) head_ = whole;
-}
-
-void RunningText::cut(const Schema &schema, std::string_view whole, const lyd_node *tree) {
-  const size_t found = whole.find(kBegin);
-  if (found == std::string_view::npos) return;
-  const size_t begin = found + kBegin.size();
-  size_t at = begin;
-  for (const lyd_node *entry = first_entry(schema, tree);
-       entry != nullptr && entry->schema == schema.interfaces(); entry = entry->next) {
-    const size_t end = whole.find(kEndOfEntry, at) + kEndOfEntry.size();
-    const size_t chunk = chunk_with_room();
-    put(chunk, nullptr, entry, std::string(whole.substr(at, end - at)).append(kBetween));
-    at = end + kBetween.size();
-  }
-  head_ = whole.substr(0, begin);
-  tail_ = whole.substr(at - kBetween.size());
+  std::string text;
+  const auto take_entries = [&](const lyd_node *first, int) {
+    if (first->schema != schema.interfaces()) return false;
+    head_ = std::exchange(text, {});
+    for (const lyd_node *entry = first; entry != nullptr && entry->schema == first->schema;
+         entry = entry->next)
+      put(chunk_with_room(), nullptr, entry, entry_text(entry));
+    return true;
+  };
+  if (tree == nullptr)
+    text = "{}";
+  else
+    JsonText(text, take_entries).object(tree, nullptr, 0);
+  text += '\n';
+  (chunks_.empty() ? head_ : tail_) = std::move(text);
   settle();
 }
 
@@ -109,12 +76,12 @@ std::optional<RunningText> RunningText::after(const Edited &edited) const {
   RunningText text = *this;
   for (const Edited::Entry &entry : edited.entries()) {
     if (entry.keeps_place()) {
-      text.put(places_->at(entry.before), entry.before, entry.after, print_entry(entry.after));
+      text.put(places_->at(entry.before), entry.before, entry.after, entry_text(entry.after));
       continue;
     }
     if (entry.before != nullptr) text.put(places_->at(entry.before), entry.before, nullptr, {});
     if (entry.after != nullptr)
-      text.put(text.chunk_with_room(), nullptr, entry.after, print_entry(entry.after));
+      text.put(text.chunk_with_room(), nullptr, entry.after, entry_text(entry.after));
   }
   const bool any =
       std::ranges::any_of(text.chunks_, [](const auto &chunk) { return !chunk->entries.empty(); });

@@ -13,7 +13,7 @@
 
 namespace device {
 
-/// JSON (RFC 7951) as libyang prints the whole configuration, whatever pieces it was made of.
+/// JSON (RFC 7951), see JsonText: one text, whatever pieces it was made of.
 class RunningText {
  public:
   /// Of a configuration, `tree` being its first sibling.
@@ -38,8 +38,8 @@ class RunningText {
     std::vector<Entry> entries;
     std::string text;
 
-    /// Puts `entry`, which is that of `node`, in the place of that of `old`; at the end if that is null. An empty
-    /// entry takes the old one out.
+    /// Puts `entry`, which is that of `node`, in the place of that of `old`; at the end if that is null. An
+    /// empty entry takes the old one out.
     void put(const lyd_node *old, const lyd_node *node, std::string_view entry);
   };
   struct Move {
@@ -48,13 +48,13 @@ class RunningText {
   };
 
   RunningText() = default;
-  void cut(const Schema &schema, std::string_view whole, const lyd_node *tree);
   void put(size_t chunk, const lyd_node *old, const lyd_node *node, std::string_view entry);
   size_t chunk_with_room();
 
   std::string head_, tail_;
   std::vector<std::shared_ptr<const Chunk>> chunks_;
-  /// The chunk of each entry. Shared with the text before, so that a text which is not stored leaves no trace.
+  /// The chunk of each entry. Shared with the text before, so that a text which is not stored leaves no
+  /// trace.
   std::shared_ptr<std::unordered_map<const lyd_node *, size_t>> places_ =
       std::make_shared<std::unordered_map<const lyd_node *, size_t>>();
   std::vector<Move> moves_;  ///< to be made in `places_`

@@ -25,6 +25,23 @@ constexpr LiveModule kLiveModules[] = {
     {"Velm-NALTO-pmengine-oper", kPmengineNs},
 };
 
+/// Whether an entry's keys make this predicate.
+bool has_keys(const lyd_node *entry, std::string_view keys) {
+  const auto take = [&keys](std::string_view text) {
+    const bool begins = keys.starts_with(text);
+    if (begins) keys.remove_prefix(text.size());
+    return begins;
+  };
+  for (const lyd_node *key = lyd_child(entry); key != nullptr && lysc_is_key(key->schema); key = key->next) {
+    const std::string_view value = lyd_get_value(key);
+    const std::string_view quote = value.find('\'') == std::string_view::npos ? "'" : "\"";
+    if (!take("[") || !take(key->schema->name) || !take("=") || !take(quote) || !take(value) ||
+        !take(quote) || !take("]"))
+      return false;
+  }
+  return keys.empty();
+}
+
 void remove_empty_below(lyd_node *parent) {
   lyd_node *next = nullptr;
   for (lyd_node *node = lyd_child(parent); node != nullptr; node = next) {
@@ -91,16 +108,11 @@ const lysc_node *Schema::find(const lysc_node *parent, std::string_view ns, std:
   return libyang::find_child(parent, module, name);
 }
 
-const lyd_node *Schema::find_interface(const lyd_node *running, const char *name) const {
-  lyd_node *found = nullptr;
+lyd_node *Schema::find_interface(const lyd_node *running, const char *name) const {
+  while (running != nullptr && running->schema != interfaces_->parent) running = running->next;
   if (running == nullptr) return nullptr;
-  libyang::find_sibling(running, interfaces_->parent, {}, &found);
-  const lyd_node *first = found == nullptr ? nullptr : lyd_child(found);
-  found = nullptr;
-  if (first != nullptr)
-    libyang::find_sibling(first, interfaces_, "[active='act'][interface-name='" + std::string(name) + "']",
-                          &found);
-  return found;
+  return find_entry(lyd_child(running), interfaces_,
+                    "[active='act'][interface-name='" + std::string(name) + "']");
 }
 
 bool Schema::knows_namespace(std::string_view ns) const {
@@ -140,6 +152,20 @@ bool canonical_value(const Schema &schema, const lysc_node *leaf, const std::str
   canonical = text;
   lydict_remove(schema.context(), text);
   return true;
+}
+
+lyd_node *find_entry(lyd_node *first, const lysc_node *list, const std::string &keys) {
+  // To make something of the predicate takes libyang longer than to compare some entries.
+  constexpr int kFew = 16;
+  int compared = 0;
+  for (lyd_node *entry = first; entry != nullptr; entry = entry->next) {
+    if (entry->schema != list) continue;
+    if (has_keys(entry, keys)) return entry;
+    if (++compared == kFew) break;
+  }
+  lyd_node *found = nullptr;
+  if (compared == kFew) libyang::find_sibling(first, list, keys, &found);
+  return found;
 }
 
 void remove_empty_containers(lyd_node *&tree) {

@@ -52,7 +52,7 @@ class Schema {
   static bool is_live(std::string_view ns);
 
   /// The entry of an active interface in `running`, the configuration's first sibling; null if there is none.
-  const lyd_node *find_interface(const lyd_node *running, const char *name) const;
+  lyd_node *find_interface(const lyd_node *running, const char *name) const;
   /// The list that it is an entry of.
   const lysc_node *interfaces() const { return interfaces_; }
 
@@ -78,6 +78,10 @@ class Schema {
 /// The canonical form of a value of a leaf's type. False, with libyang's message, if the type refuses it.
 bool canonical_value(const Schema &schema, const lysc_node *leaf, const std::string &value,
                      std::string &canonical);
+
+/// The entry of `list` with these keys (a predicate with all of them, in the order of the schema and in
+/// single quotation marks where they hold none) among `first` and its siblings; null if there is none.
+lyd_node *find_entry(lyd_node *first, const lysc_node *list, const std::string &keys);
 
 /// Takes empty containers out, which mean nothing here (none has presence). `tree` is a first sibling.
 void remove_empty_containers(lyd_node *&tree);
