@@ -8,6 +8,7 @@
 #include "edit.hpp"
 #include "factory.hpp"
 #include "folder.hpp"
+#include "hash.hpp"
 #include "live.hpp"
 #include "native_filter.hpp"
 #include "running_text.hpp"
@@ -69,7 +70,9 @@ struct Device::Impl {
   /// Brings `running` up to date with the folder.
   void refresh();
   void check_not_locked() const;
-  Tree parse(const std::string &text) const;
+  /// `is_valid`: it was validated before.
+  Tree parse(const std::string &text, bool is_valid) const;
+  uint64_t label_of(const std::vector<std::string_view> &parts) const;
   uint64_t now() const { return clock.value_or(nanoseconds_now()); }
 
   Schema schema;  // outlives the trees
@@ -84,20 +87,31 @@ struct Device::Impl {
 
 void Device::Impl::refresh() {
   if (version && *version == folder.version()) return;
-  Version found;
-  std::string read = folder.load(found);
-  if (read != loaded) {
-    running = parse(read);
+  auto found = folder.load();
+  if (found.text != loaded) {
+    running = parse(found.text, found.label != 0 && found.label == label_of({std::string_view(found.text)}));
     pieces.reset();
   }
-  const auto age =
-      static_cast<int64_t>(nanoseconds_now()) - std::max(found.stamp.modified, found.stamp.changed);
+  const auto &stamp = found.version.stamp;
+  const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(stamp.modified, stamp.changed);
   version.reset();
   loaded.reset();
-  if (found.generation || age > kTooYoung)
-    version = found;
+  if (found.version.generation || age > kTooYoung)
+    version = found.version;
   else
-    loaded = std::move(read);
+    loaded = std::move(found.text);
+}
+
+/// The mark of a text that is valid by the modules as they are: whoever finds it need not validate the text again.
+/// 0 for one that is too large to be worth it.
+uint64_t Device::Impl::label_of(const std::vector<std::string_view> &parts) const {
+  constexpr size_t largest = 64U << 10;
+  std::string whole;
+  for (const std::string_view part : parts) {
+    if (whole.size() + part.size() > largest) return 0;
+    whole += part;
+  }
+  return text_hash(whole, schema.hash());
 }
 
 void Device::Impl::check_not_locked() const {
@@ -107,7 +121,7 @@ void Device::Impl::check_not_locked() const {
                   nullptr);
 }
 
-Tree Device::Impl::parse(const std::string &text) const {
+Tree Device::Impl::parse(const std::string &text, bool is_valid) const {
   const auto damaged = [this](const std::string &reason) {
     return FolderError("the running configuration " + folder.running_file().string() +
                        " is damaged: " + reason +
@@ -118,8 +132,9 @@ Tree Device::Impl::parse(const std::string &text) const {
   schema.clear_errors();
   lyd_node *tree = nullptr;
   const LY_ERR result =
-      lyd_parse_data_mem(schema.context(), text.c_str(), LYD_JSON, LYD_PARSE_STRICT | LYD_PARSE_NO_STATE,
-                         LYD_VALIDATE_NO_STATE, &tree);
+      lyd_parse_data_mem(schema.context(), text.c_str(), LYD_JSON,
+                         LYD_PARSE_STRICT | LYD_PARSE_NO_STATE | (is_valid ? uint32_t{LYD_PARSE_ONLY} : 0U),
+                         is_valid ? 0U : uint32_t{LYD_VALIDATE_NO_STATE}, &tree);
   if (result != LY_SUCCESS) {
     lyd_free_all(tree);
     std::string reason = schema.error_message();
@@ -139,7 +154,11 @@ Device::Device(std::filesystem::path folder, const std::filesystem::path &models
                std::optional<uint64_t> clock)
     : impl_(std::make_unique<Impl>(std::move(folder), models, clock)) {
   const LogScope log;
-  impl_->folder.fill_if_empty(factory_configuration());
+  if (!impl_->folder.holds_running()) {
+    const auto factory = factory_configuration();
+    impl_->parse(std::string(factory), false);
+    impl_->folder.fill_if_empty(factory, impl_->label_of({factory}));
+  }
   impl_->refresh();
 }
 
@@ -173,7 +192,8 @@ void Device::edit(const std::vector<RequestNode> &request) {
   }
   if (!text) text.emplace(impl_->schema, edited->all());
   impl_->version.reset();
-  const Version stored = impl_->folder.store(lock, text->pieces());
+  const auto parts = text->pieces();
+  const Version stored = impl_->folder.store(lock, parts, impl_->label_of(parts));
   edited->commit(impl_->running);
   text->settle();
   impl_->pieces = std::move(text);

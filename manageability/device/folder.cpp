@@ -40,24 +40,28 @@ Stamp stamp_of(const struct stat &status) {
           nanoseconds(status.st_ctim)};
 }
 
-// In the lock file, always as long: it is written over in place, which a full disk does not hinder.
-constexpr std::string_view kMark = "generation ";
-constexpr size_t kMarkDigits = 20;
+// In the lock file, always as long: they are written over in place, which a full disk does not hinder.
+constexpr std::string_view kGeneration = "generation ";
+constexpr std::string_view kLabel = "\nlabel ";
+constexpr size_t kDigits = 20;
+constexpr size_t kMarkSize = kGeneration.size() + kDigits + kLabel.size() + kDigits + 1;
 
-std::string mark_text(uint64_t number) {
-  const std::string digits = std::to_string(number);
-  return std::string(kMark).append(kMarkDigits - digits.size(), '0').append(digits).append("\n");
+std::string mark_text(uint64_t generation, uint64_t label) {
+  const auto digits = [](uint64_t number) {
+    const std::string text = std::to_string(number);
+    return std::string(kDigits - text.size(), '0') + text;
+  };
+  return std::string(kGeneration) + digits(generation) + std::string(kLabel) + digits(label) + "\n";
 }
 
-/// The number of the mark; nothing if there is none.
-std::optional<uint64_t> read_mark(int lock) {
-  std::array<char, kMark.size() + kMarkDigits + 1> text{};
-  if (::pread(lock, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) return std::nullopt;
-  if (!std::string_view(text.data(), text.size()).starts_with(kMark)) return std::nullopt;
+/// Takes `word` and the number behind it from the front of `text`.
+std::optional<uint64_t> take_number(std::string_view &text, std::string_view word) {
+  if (!text.starts_with(word)) return std::nullopt;
+  const char *begin = text.data() + word.size();
   uint64_t number = 0;
-  const char *end = text.data() + kMark.size() + kMarkDigits;
-  const auto [stop, error] = std::from_chars(text.data() + kMark.size(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
+  const auto [stop, error] = std::from_chars(begin, begin + kDigits, number);
+  if (error != std::errc() || stop != begin + kDigits) return std::nullopt;
+  text.remove_prefix(word.size() + kDigits);
   return number;
 }
 
@@ -75,6 +79,37 @@ bool is_empty(int file) {
 }
 
 }  // namespace
+
+/// What writers keep in the lock file.
+struct Folder::Mark {
+  uint64_t generation = 0;  ///< odd while one is at work
+  uint64_t label = 0;
+
+  /// Nothing if there is none.
+  static std::optional<Mark> read(const Descriptor &lock) {
+    std::array<char, kMarkSize> bytes{};
+    if (lock.get() < 0 || ::pread(lock.get(), bytes.data(), bytes.size(), 0) != ssize_t{kMarkSize})
+      return std::nullopt;
+    std::string_view text(bytes.data(), bytes.size());
+    const auto generation = take_number(text, kGeneration);
+    const auto label = generation ? take_number(text, kLabel) : std::nullopt;
+    if (!label) return std::nullopt;
+    return Mark{*generation, *label};
+  }
+
+  /// 0, or the number of the error.
+  int write(const Descriptor &lock) const {
+    const std::string text = mark_text(generation, label);
+    const ssize_t written = ::pwrite(lock.get(), text.data(), text.size(), 0);
+    if (written < 0) return errno;
+    return written == ssize_t{kMarkSize} ? 0 : ENOSPC;
+  }
+
+  /// Nothing while a writer is at work.
+  std::optional<uint64_t> settled() const {
+    return generation % 2 == 0 ? std::optional(generation) : std::nullopt;
+  }
+};
 
 void folder_failure(const std::string &what, const std::filesystem::path &file, int error,
                     const std::string &remedy) {
@@ -151,7 +186,7 @@ bool Folder::holds_running() const {
   return false;
 }
 
-void Folder::fill_if_empty(std::string_view text) const {
+void Folder::fill_if_empty(std::string_view text, uint64_t label) const {
   if (holds_running()) return;
   check_nothing_foreign();
   const Descriptor held = lock();
@@ -159,7 +194,7 @@ void Folder::fill_if_empty(std::string_view text) const {
   if (holds_running()) return;
   // A folder that was in use has lost its configuration: factory data in its place would hide that.
   if (!is_empty(held.get())) fail_to_read(running_file(), ENOENT);
-  store(held, {text});
+  store(held, {text}, label);
 }
 
 void Folder::check_purpose() const {
@@ -180,23 +215,22 @@ void Folder::check_nothing_foreign() const {
                    "this user must be able to read it");
 }
 
-std::optional<uint64_t> Folder::generation() const {
-  const Descriptor lock(::open(lock_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-  const auto number = lock.get() < 0 ? std::nullopt : read_mark(lock.get());
-  return number && *number % 2 == 0 ? number : std::nullopt;
+std::optional<Folder::Mark> Folder::mark() const {
+  return Mark::read(Descriptor(::open(lock_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)));
 }
 
 Version Folder::version() const {
   Version version;
-  version.generation = generation();
+  if (const auto found = mark()) version.generation = found->settled();
   struct stat status {};
   if (::stat(running_file().c_str(), &status) != 0) fail_to_read(running_file(), errno);
   version.stamp = stamp_of(status);
   return version;
 }
 
-std::string Folder::load(Version &version) const {
-  version.generation = generation();
+Folder::Loaded Folder::load() const {
+  Loaded loaded;
+  const auto before = mark();
   const std::filesystem::path file = running_file();
   // Not blocking: whatever stands there instead of a file must not stop the reader.
   const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -206,9 +240,10 @@ std::string Folder::load(Version &version) const {
   if (status.st_size > kLargestFile) {
     throw FolderError(file.string() + " is too large for a configuration; restore it from a backup");
   }
-  version.stamp = stamp_of(status);
+  loaded.version.stamp = stamp_of(status);
 
-  std::string text(static_cast<size_t>(status.st_size), '\0');
+  std::string &text = loaded.text;
+  text.resize(static_cast<size_t>(status.st_size));
   size_t filled = 0;
   while (filled < text.size()) {
     const ssize_t count = ::read(input.get(), text.data() + filled, text.size() - filled);
@@ -219,8 +254,11 @@ std::string Folder::load(Version &version) const {
   }
   text.resize(filled);
   // Read before and after: a writer in between has another one by now.
-  if (version.generation != generation()) version.generation.reset();
-  return text;
+  const auto after = mark();
+  if (before && after && before->generation == after->generation)
+    loaded.version.generation = after->settled();
+  if (after) loaded.label = after->label;
+  return loaded;
 }
 
 // A file of its own: the running configuration is replaced, and a lock on it would go with the old one.
@@ -248,20 +286,17 @@ Descriptor Folder::lock() const {
 // Order matters: the data reaches the disk before the name does, and the name before the caller is told. The
 // mark is odd while the name may be that of the old version or of the new. A new folder is marked when it is
 // in use.
-Version Folder::store(const Descriptor &lock, const std::vector<std::string_view> &pieces) const {
+Version Folder::store(const Descriptor &lock, const std::vector<std::string_view> &pieces,
+                      uint64_t label) const {
   const std::filesystem::path temporary = path_ / kTemporary;
-  const auto mark = [&](uint64_t number) {
-    const std::string text = mark_text(number);
-    const ssize_t written = ::pwrite(lock.get(), text.data(), text.size(), 0);
-    return written == static_cast<ssize_t>(text.size()) ? 0 : written < 0 ? errno : ENOSPC;
-  };
   const bool is_new = is_empty(lock.get());
-  const uint64_t before = read_mark(lock.get()).value_or(0);
-  const uint64_t during = before + 1 + before % 2;
+  const Mark before = Mark::read(lock).value_or(Mark());
+  const Mark during = {before.generation + 1 + before.generation % 2, before.label};
+  const Mark after = {during.generation + 1, label};
   Version version;
   try {
     write_temporary(pieces);
-    if (const int error = is_new ? 0 : mark(during); error != 0)
+    if (const int error = is_new ? 0 : during.write(lock); error != 0)
       folder_failure("cannot write", lock_, error, remedy_for_writing(error));
     if (::rename(temporary.c_str(), running_file().c_str()) != 0) {
       folder_failure("cannot replace", running_file(), errno, remedy_for_writing(errno));
@@ -270,7 +305,7 @@ Version Folder::store(const Descriptor &lock, const std::vector<std::string_view
     ::unlink(temporary.c_str());
     throw;
   }
-  if (mark(during + 1) == 0) version.generation = during + 1;
+  if (after.write(lock) == 0) version.generation = after.generation;
   // The name has changed the inode's time.
   struct stat status {};
   if (::stat(running_file().c_str(), &status) == 0) version.stamp = stamp_of(status);

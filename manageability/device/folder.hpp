@@ -77,25 +77,32 @@ class Folder {
   /// Path of the running configuration.
   const std::filesystem::path &running_file() const { return running_; }
 
+  bool holds_running() const;
+
   /// Stores `text` as running configuration if the folder holds none, held none before, and nothing foreign.
   /// A running configuration that exists is left alone, and then the folder need not be writable.
-  void fill_if_empty(std::string_view text) const;
+  void fill_if_empty(std::string_view text, uint64_t label) const;
 
   Version version() const;
-  /// The running configuration and the version that was read. If that has no generation the text may be that
-  /// of the next version already.
-  std::string load(Version &version) const;
+  /// A configuration as it was read.
+  struct Loaded {
+    std::string text;
+    Version version;     ///< without a generation the text may be that of the next version already
+    uint64_t label = 0;  ///< that the last writer gave, perhaps to another text
+  };
+  Loaded load() const;
 
   /// Waits for other writers, but not for ever. The lock is held while the result lives.
   Descriptor lock() const;
   /// Replaces the running configuration by what `pieces` are together, under the lock: synced before it takes
   /// the old one's place, which also marks the folder as used, so that a loss of the configuration shows
   /// later.
-  Version store(const Descriptor &lock, const std::vector<std::string_view> &pieces) const;
+  /// The `label` is kept in the mark.
+  Version store(const Descriptor &lock, const std::vector<std::string_view> &pieces, uint64_t label) const;
 
  private:
-  bool holds_running() const;
-  std::optional<uint64_t> generation() const;
+  struct Mark;
+  std::optional<Mark> mark() const;
   void write_temporary(const std::vector<std::string_view> &pieces) const;
   void check_nothing_foreign() const;
   void sync() const;

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "hash.hpp"
+
 namespace device {
 
 namespace {
@@ -76,26 +78,19 @@ struct Statistic {
   uint64_t min_time, max_time;    ///< nanoseconds since the epoch
 };
 
-/// FNV-1a with a final mix: evenly spread, and the same on every machine. `before` is the hash of what comes
-/// before the text.
-uint64_t hash(std::string_view text, uint64_t before) {
-  for (const char c : text) before = (before ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-  return before;
-}
-
+/// Evenly spread. `quantity` is the hash of what is measured.
 int ripple(uint64_t quantity, uint64_t second) {
   constexpr uint64_t steps = 2 * kRipple + 1;
-  uint64_t value = quantity;
-  for (int shift = 0; shift < 64; shift += 8) {
-    value = (value ^ static_cast<unsigned char>(second >> shift)) * 0x100000001b3;
-  }
+  std::array<char, sizeof second> bytes;
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(second >> (8 * i));
+  uint64_t value = fnv1a({bytes.data(), bytes.size()}, quantity);
   value = (value ^ (value >> 29)) * 0xbf58476d1ce4e5b9;
   return static_cast<int>((value >> 32) % steps) - kRipple;
 }
 
 /// The statistic of the bucket that begins at `start`, of a quantity around `base` hundredths.
 Statistic measure(std::string_view port, std::string_view quantity, int base, uint64_t start) {
-  const uint64_t identity = hash(quantity, hash(port, 0xcbf29ce484222325));
+  const uint64_t identity = fnv1a(quantity, fnv1a(port));
   std::array<int, kSamples> samples;
   for (uint64_t i = 0; i < kSamples; ++i) {
     samples[i] = base + ripple(identity, start / kSecond + i);

@@ -5,17 +5,26 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "hash.hpp"
 #include "libyang_versions.hpp"
 
 namespace device {
 
+/// A module without comments, descriptions and references: half of its text, and of what it costs to load.
+std::string without_prose(std::string_view yang);
+
 class ModelFolders {
  public:
+  /// Whether modules are loaded as they are written, or without_prose() where nobody will read them.
+  enum class Prose { kept, dropped };
+
   /// In the order in which they are searched.
-  explicit ModelFolders(std::vector<std::filesystem::path> paths) : paths_(std::move(paths)) {}
+  explicit ModelFolders(std::vector<std::filesystem::path> paths, Prose prose = Prose::kept)
+      : paths_(std::move(paths)), prose_(prose) {}
 
   /// A new context, the caller's to destroy, that finds modules as NAME.yang or NAME@REVISION.yang in these
   /// folders, which must outlive it. Folders below are not searched: libyang's own search follows links
@@ -29,8 +38,15 @@ class ModelFolders {
   /// What that file holds; nothing if it cannot be read.
   std::optional<std::string> text(const std::string &module, const char *revision = nullptr) const;
 
+  /// A module's text as it is given to libyang; nothing if there is none.
+  std::optional<std::string> given(const char *module, const char *revision) const;
+  /// The hash of all that was given.
+  uint64_t hash_of_given() const { return hash_; }
+
  private:
   std::vector<std::filesystem::path> paths_;
+  Prose prose_;
+  mutable uint64_t hash_ = kHashOfNothing;
 };
 
 }  // namespace device

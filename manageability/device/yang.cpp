@@ -12,7 +12,8 @@ namespace device {
 
 namespace {
 
-constexpr const char *kModules[] = {"Velm-NALTO-ifmgr-cfg", "Velm-NALTO-controller-ots-cfg"};
+// The first brings the second, which it augments: the other way round the second would be compiled twice.
+constexpr const char *kModules[] = {"Velm-NALTO-controller-ots-cfg", "Velm-NALTO-ifmgr-cfg"};
 
 constexpr std::string_view kInterfacesNs = "http://velm.example/ns/yang/Velm-NALTO-ifmgr-cfg";
 
@@ -61,7 +62,8 @@ LogScope::~LogScope() {
   ly_temp_log_options(nullptr);
 }
 
-Schema::Schema(const std::filesystem::path &models) : folder_(models), models_({models}) {
+Schema::Schema(const std::filesystem::path &models)
+    : folder_(models), models_({models}, ModelFolders::Prose::dropped) {
   const LogScope log;
   context_ = models_.make_context();
   if (context_ == nullptr) {
@@ -70,6 +72,7 @@ Schema::Schema(const std::filesystem::path &models) : folder_(models), models_({
   }
   try {
     for (const char *name : kModules) load(name);
+    hash_ = models_.hash_of_given();
     const auto *top = find(nullptr, kInterfacesNs, "interface-configurations");
     interfaces_ = top == nullptr ? nullptr : find(top, kInterfacesNs, "interface-configuration");
     if (interfaces_ == nullptr)

@@ -42,6 +42,8 @@ class Schema {
   Schema &operator=(const Schema &) = delete;
 
   ly_ctx *context() const { return context_; }
+  /// Of the texts of the modules.
+  uint64_t hash() const { return hash_; }
 
   /// A child of `parent` (of the top level if null); null if there is none. Throws FolderError as the
   /// constructor, for a module of live data.
@@ -73,6 +75,7 @@ class Schema {
   ModelFolders models_;
   ly_ctx *context_ = nullptr;
   const lysc_node *interfaces_ = nullptr;
+  uint64_t hash_ = 0;
 };
 
 /// The canonical form of a value of a leaf's type. False, with libyang's message, if the type refuses it.

@@ -68,7 +68,7 @@ class Bench {
   }
 
   void restore() {
-    if (stored() != factory_) folder_.store(factory_);
+    if (stored() != factory_) folder_.store(folder_.lock(), {factory_}, 0);
   }
 
  private:
@@ -79,8 +79,7 @@ class Bench {
   }
 
   std::string stored() const {
-    device::Stamp stamp;
-    return folder_.load(stamp);
+    return folder_.load().text;
   }
 
   // Each as XML. What cannot be translated is refused here, as run() would refuse it.

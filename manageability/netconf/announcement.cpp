@@ -33,7 +33,7 @@ std::string module_capability(const lys_module *module) {
 /// In hexadecimal.
 std::string hash_of(const std::string &text) {
   std::array<char, 18> digits{};
-  std::snprintf(digits.data(), digits.size(), "%016jx", uintmax_t{fnv1a(text)});
+  std::snprintf(digits.data(), digits.size(), "%016jx", uintmax_t{device::fnv1a(text)});
   return digits.data();
 }
 
@@ -93,10 +93,10 @@ std::optional<uint64_t> fingerprint(const device::ModelFolders &folders,
                                     std::span<const std::string_view> modules) {
   const auto build = library_build();
   if (build.empty()) return std::nullopt;
-  auto hash = fnv1a(build);
+  auto hash = device::text_hash(build);
   for (const auto module : modules) {
     const auto text = folders.text(std::string(module));
-    hash = fnv1a(text.value_or("none"), fnv1a(module, hash));
+    hash = device::text_hash(text.value_or("none"), device::text_hash(module, hash));
   }
   return hash;
 }

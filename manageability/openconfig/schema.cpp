@@ -89,7 +89,7 @@ const lysc_node *compiled(const SchemaNode &node, const CompiledSchema &yang) {
 Schema::Schema(const std::filesystem::path &models, const std::string &module, Companions companions)
     : models_(models), module_(module), companions_(std::move(companions)), table_(kBuiltInSchema.table) {
   const auto text = companions_.folders(models_).text(module);
-  if (module == table_.module && text && fnv1a(*text) == kBuiltInSchema.text_hash) return;
+  if (module == table_.module && text && device::text_hash(*text) == kBuiltInSchema.text_hash) return;
   own_table_.emplace(yang().module());
   table_ = own_table_->table();
 }

@@ -145,20 +145,34 @@ class Parser {
 
   CLI::App &app() { return app_; }
 
+  /// Gives all commands their options.
+  void fill_all() {
+    for (const auto &[sub, fill] : fills_) fill(sub);
+  }
+
  private:
-  CLI::App *add(Options::Command command, const char *name, const char *description, const char *examples) {
+  /// Gives a command its options, when it turns out to be the one.
+  using Fill = std::function<void(CLI::App *sub)>;
+
+  void add(Options::Command command, const char *name, const char *description, const char *examples,
+           Fill fill = {}) {
     auto *sub = app_.add_subcommand(name, description);
     sub->fallthrough();
     sub->footer(examples);
     sub->final_callback([this, command] { options_.command = command; });
-    return sub;
+    if (!fill) return;
+    sub->preparse_callback([sub, fill](std::size_t) { fill(sub); });
+    fills_.emplace_back(sub, std::move(fill));
   }
 
   void add_get() {
+    add(Options::Command::get, "get", "Read amplifiers: settings and operating values", kGetExamples,
+        [this](CLI::App *sub) { fill_get(sub); });
+  }
+
+  void fill_get(CLI::App *sub) {
     static const std::map<std::string, Options::Format> formats = {
         {"text", Options::Format::text}, {"xml", Options::Format::xml}, {"json", Options::Format::json}};
-    auto *sub =
-        add(Options::Command::get, "get", "Read amplifiers: settings and operating values", kGetExamples);
     sub->add_option("AMPLIFIER", options_.amplifiers, "Names of amplifiers; all without any");
     auto *config = sub->add_flag("--config", options_.config_only, "Settings only");
     sub->add_flag("--state", options_.state_only, "State only")->excludes(config);
@@ -174,35 +188,40 @@ class Parser {
 
   void add_edit(Options::Command command, const char *name, const char *description, const char *argument,
                 const char *examples) {
-    auto *sub = add(command, name, description, examples);
-    sub->add_option("AMPLIFIER", options_.amplifier, "Name of the amplifier")->required();
-    sub->add_option(argument, options_.arguments, "One or more, one transaction")->required();
+    add(command, name, description, examples, [this, argument](CLI::App *sub) {
+      sub->add_option("AMPLIFIER", options_.amplifier, "Name of the amplifier")->required();
+      sub->add_option(argument, options_.arguments, "One or more, one transaction")->required();
+    });
   }
 
   void add_message(Options::Command command, const char *name, const char *description,
                    const char *examples) {
-    add(command, name, description, examples)
-        ->add_option("FILE", options_.file, "File with the <rpc>; - or none: standard input");
+    add(command, name, description, examples, [this](CLI::App *sub) {
+      sub->add_option("FILE", options_.file, "File with the <rpc>; - or none: standard input");
+    });
   }
 
   void add_map() {
-    static const std::map<std::string, Options::Format> formats = {{"text", Options::Format::text},
-                                                                   {"json", Options::Format::json}};
-    add(Options::Command::map, "map", "Show the mapping, leaf by leaf", kMapExamples)
-        ->add_option_function<std::string>(
-            "-f,--format", [this](const std::string &word) { options_.format = formats.at(word); },
-            "text or json")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(formats).description(""));
+    add(Options::Command::map, "map", "Show the mapping, leaf by leaf", kMapExamples, [this](CLI::App *sub) {
+      static const std::map<std::string, Options::Format> formats = {{"text", Options::Format::text},
+                                                                     {"json", Options::Format::json}};
+      sub->add_option_function<std::string>(
+             "-f,--format", [this](const std::string &word) { options_.format = formats.at(word); },
+             "text or json")
+          ->type_name("FORMAT")
+          ->check(CLI::IsMember(formats).description(""));
+    });
   }
 
   void add_completion() {
-    auto *sub = add(Options::Command::completion, "completion", "Print a completion script for a shell",
-                    kCompletionExamples);
-    sub->add_option("SHELL", shell_, "bash")->required()->check(CLI::IsMember({"bash"}).description(""));
+    add(Options::Command::completion, "completion", "Print a completion script for a shell",
+        kCompletionExamples, [this](CLI::App *sub) {
+          sub->add_option("SHELL", shell_, "bash")->required()->check(CLI::IsMember({"bash"}).description(""));
+        });
   }
 
   Options &options_;
+  std::vector<std::pair<CLI::App *, Fill>> fills_;
   std::string shell_;
   CLI::App app_{"Reads and sets the amplifiers of an optical line system in OpenConfig terms.", "ymap"};
 };
@@ -238,6 +257,7 @@ std::optional<int> parse_command_line(int argc, const char *const *argv, Options
 std::vector<CommandWords> command_words() {
   Options unused;
   Parser parser(unused);
+  parser.fill_all();
   std::vector<CommandWords> commands;
   collect(parser.app(), "", commands);
   for (const auto *sub : parser.app().get_subcommands([](const CLI::App *) { return true; }))
