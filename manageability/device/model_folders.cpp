@@ -2,10 +2,12 @@
 #include "model_folders.hpp"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -13,6 +15,7 @@
 #include <system_error>
 #include <utility>
 
+#include "folder.hpp"
 #include "libyang_versions.hpp"
 
 namespace device {
@@ -40,13 +43,24 @@ LY_ERR give_module(const char *module, const char *revision, const char *submodu
   return LY_SUCCESS;
 }
 
-/// By the system's own call: a path for each of a hundred files costs more than to read a module.
+/// The files of a folder by the system's own calls: a path for each of a hundred costs more than to read a module.
+class Entries {
+ public:
+  explicit Entries(const fs::path &folder) : entries_(::opendir(folder.c_str()), &::closedir) {}
+  /// The folder cannot be read.
+  bool none() const { return entries_ == nullptr; }
+  const dirent *next() const { return none() ? nullptr : ::readdir(entries_.get()); }
+
+ private:
+  std::unique_ptr<DIR, int (*)(DIR *)> entries_;
+};
+
 fs::path find_in(const fs::path &folder, const std::string &name, const char *revision) {
   if (revision != nullptr) return folder / (name + "@" + revision + ".yang");
   const std::string prefix = name + "@";
   std::string newest;
-  const std::unique_ptr<DIR, int (*)(DIR *)> entries(::opendir(folder.c_str()), &::closedir);
-  while (const dirent *entry = entries == nullptr ? nullptr : ::readdir(entries.get())) {
+  const Entries entries(folder);
+  while (const dirent *entry = entries.next()) {
     const std::string_view file = entry->d_name;
     if (file.starts_with(prefix) && file.ends_with(".yang") && file > newest) newest = file;
   }
@@ -146,9 +160,7 @@ std::string without_prose(std::string_view yang) {
 
 ly_ctx *ModelFolders::make_context(libyang::YangLibrary library) const {
   for (const auto &path : paths_) {
-    std::error_code error;
-    const fs::directory_iterator readable(path, error);
-    if (error) return nullptr;
+    if (Entries(path).none()) return nullptr;
   }
   ly_ctx *context = nullptr;
   if (libyang::new_context(&context, library) != LY_SUCCESS) return nullptr;
@@ -175,13 +187,14 @@ std::optional<std::string> ModelFolders::given(const char *module, const char *r
 }
 
 std::optional<std::string> ModelFolders::text(const std::string &module, const char *revision) const {
-  const auto file = find(module.c_str(), revision);
-  std::error_code error;
-  // Anything else might never end.
-  if (!fs::is_regular_file(file, error)) return std::nullopt;
-  std::ifstream input(file, std::ios::binary);
-  std::string content(fs::file_size(file, error), '\0');
-  if (error || !input.read(content.data(), static_cast<std::streamsize>(content.size()))) return std::nullopt;
+  // Not blocking, and of plain files only: anything else might never end.
+  const Descriptor input(
+      ::open(find(module.c_str(), revision).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (input.get() < 0 || ::fstat(input.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  std::string content(static_cast<size_t>(status.st_size), '\0');
+  if (::read(input.get(), content.data(), content.size()) != static_cast<ssize_t>(content.size()))
+    return std::nullopt;
   return content;
 }
 

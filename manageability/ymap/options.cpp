@@ -2,9 +2,14 @@
 #include "options.hpp"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <span>
+#include <string_view>
+#include <utility>
 
 #include "help.hpp"
 #include "printable.hpp"
@@ -109,7 +114,9 @@ CLI::Validator not_empty() {
 /// The parser, bound to the options that it fills.
 class Parser {
  public:
-  explicit Parser(Options &options) : options_(options) {
+  /// Of `words`, the command line, or of all commands if it names none.
+  explicit Parser(Options &options, std::span<const char *const> words = {})
+      : options_(options), words_(words) {
     app_.set_version_flag("--version", std::string("ymap ") + YMAP_VERSION);
     app_.formatter(std::make_shared<HelpFormatter>());
     app_.footer(kExamples);
@@ -127,6 +134,22 @@ class Parser {
         ->check(CLI::Range(0.1, 86400.0).description(""));
     app_.add_flag("--trace", options_.trace, "The plug-in's log on standard error");
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
+    add_commands();
+    if (app_.get_subcommands({}).empty()) {
+      words_ = {};
+      add_commands();
+    }
+  }
+
+  CLI::App &app() { return app_; }
+
+  /// Gives all commands their options.
+  void fill_all() {
+    for (const auto &[sub, fill] : fills_) fill(sub);
+  }
+
+ private:
+  void add_commands() {
     add_get();
     add_edit(Options::Command::set, "set", "Set leaves of an amplifier's config", kAssignment, kSetExamples);
     add_edit(Options::Command::unset, "unset", "Remove leaves of an amplifier's config", "LEAF",
@@ -143,19 +166,13 @@ class Parser {
     add_completion();
   }
 
-  CLI::App &app() { return app_; }
-
-  /// Gives all commands their options.
-  void fill_all() {
-    for (const auto &[sub, fill] : fills_) fill(sub);
-  }
-
- private:
   /// Gives a command its options, when it turns out to be the one.
   using Fill = std::function<void(CLI::App *sub)>;
 
   void add(Options::Command command, const char *name, const char *description, const char *examples,
            Fill fill = {}) {
+    const auto is_name = [&](const char *word) { return std::string_view(word) == name; };
+    if (!words_.empty() && std::ranges::none_of(words_, is_name)) return;
     auto *sub = app_.add_subcommand(name, description);
     sub->fallthrough();
     sub->footer(examples);
@@ -221,6 +238,7 @@ class Parser {
   }
 
   Options &options_;
+  std::span<const char *const> words_;
   std::vector<std::pair<CLI::App *, Fill>> fills_;
   std::string shell_;
   CLI::App app_{"Reads and sets the amplifiers of an optical line system in OpenConfig terms.", "ymap"};
@@ -238,7 +256,7 @@ void collect(const CLI::App &app, const std::string &name, std::vector<CommandWo
 }  // namespace
 
 std::optional<int> parse_command_line(int argc, const char *const *argv, Options &options) {
-  Parser parser(options);
+  Parser parser(options, {argv, static_cast<std::size_t>(argc)});
   try {
     parser.app().parse(argc, argv);
     return std::nullopt;
