@@ -102,8 +102,8 @@ void Device::Impl::refresh() {
     loaded = std::move(found.text);
 }
 
-/// The mark of a text that is valid by the modules as they are: whoever finds it need not validate the text again.
-/// 0 for one that is too large to be worth it.
+/// The mark of a text that is valid by the modules as they are: whoever finds it need not validate the text
+/// again. 0 for one that is too large to be worth it.
 uint64_t Device::Impl::label_of(const std::vector<std::string_view> &parts) const {
   constexpr size_t largest = 64U << 10;
   std::string whole;

@@ -38,8 +38,9 @@ struct RequestNode {
 /// A broken, missing, unreadable or full folder: nothing that a request could mend.
 struct FolderError : std::runtime_error {
   using std::runtime_error::runtime_error;
-  bool no_room = false;  ///< the disk is full, or a quota or limit reached: room would mend it
-  bool busy = false;     ///< another process does not come to the end of its edit
+  bool no_room = false;    ///< the disk is full, or a quota or limit reached: room would mend it
+  bool no_rights = false;  ///< this user may not do it, or nobody on this file system
+  bool busy = false;       ///< another process does not come to the end of its edit
 };
 
 /// A refused edit; nothing was stored.

@@ -1,6 +1,7 @@
 // The folder of a device: what is stored survives a kill at any moment.
 #include "folder.hpp"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -115,6 +116,7 @@ void folder_failure(const std::string &what, const std::filesystem::path &file, 
                     const std::string &remedy) {
   FolderError failure(what + " " + file.string() + ": " + std::strerror(error) + "; " + remedy);
   failure.no_room = error == ENOSPC || error == EDQUOT || error == EFBIG;
+  failure.no_rights = error == EACCES || error == EPERM || error == EROFS;
   throw failure;
 }
 
@@ -150,6 +152,10 @@ void share_rights(const std::filesystem::path &folder, int fd) {
   if (::stat(folder.c_str(), &from) != 0 || ::fstat(fd, &to) != 0) return;
   const mode_t mask = S_ISDIR(to.st_mode) ? 02777 : 0666;
   ::fchmod(fd, from.st_mode & mask);
+}
+
+DirectoryEntries::DirectoryEntries(int fd) : entries_(fd < 0 ? nullptr : ::fdopendir(fd), &::closedir) {
+  if (entries_ == nullptr && fd >= 0) ::close(fd);
 }
 
 Descriptor::~Descriptor() {

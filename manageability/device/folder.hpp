@@ -2,10 +2,12 @@
 /// The folder that keeps the running configuration: one file, replaced as a whole.
 #pragma once
 
+#include <dirent.h>
 #include <sys/types.h>
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -46,6 +48,23 @@ class Descriptor {
 
  private:
   int fd_;
+};
+
+/// The names in a folder, by the system's own calls: a path object for each costs more than most do with it.
+class DirectoryEntries {
+ public:
+  /// Takes an open folder, or -1.
+  explicit DirectoryEntries(int fd);
+  /// False: the folder cannot be read.
+  explicit operator bool() const { return entries_ != nullptr; }
+  /// nullptr at the end.
+  const char *next() const {
+    const dirent *entry = entries_ == nullptr ? nullptr : ::readdir(entries_.get());
+    return entry == nullptr ? nullptr : entry->d_name;
+  }
+
+ private:
+  std::unique_ptr<DIR, int (*)(DIR *)> entries_;
 };
 
 /// Throws FolderError: `what` failed on `file` by the error number `error`.

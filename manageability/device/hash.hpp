@@ -17,8 +17,8 @@ constexpr uint64_t fnv1a(std::string_view text, uint64_t before = kHashOfNothing
   return before;
 }
 
-/// Tells whether a text is still the one that it was, at an instruction a byte. Not for others to see: it depends
-/// on the order of a machine's bytes.
+/// Tells whether a text is still the one that it was, at an instruction a byte. Not for others to see: it
+/// depends on the order of a machine's bytes.
 inline uint64_t text_hash(std::string_view text, uint64_t before = kHashOfNothing) {
   const auto add = [&before](uint64_t word) {
     before = (before ^ word) * 0x9e3779b97f4a7c15;

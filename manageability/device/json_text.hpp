@@ -12,7 +12,8 @@ namespace device {
 /// Writes members and entries at the end of a text. libyang's own printer takes fifteen times as long.
 class JsonText {
  public:
-  /// Is told of each list before its entries are written, with the first of them; true if it has written them.
+  /// Is told of each list before its entries are written, with the first of them; true if it has written
+  /// them.
   using ListHook = std::function<bool(const lyd_node *first, int level)>;
 
   explicit JsonText(std::string &out, ListHook hook = {}) : out_(out), hook_(std::move(hook)) {}

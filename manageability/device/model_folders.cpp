@@ -1,7 +1,6 @@
 // Modules for libyang by its import callback.
 #include "model_folders.hpp"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -43,32 +41,24 @@ LY_ERR give_module(const char *module, const char *revision, const char *submodu
   return LY_SUCCESS;
 }
 
-/// The files of a folder by the system's own calls: a path for each of a hundred costs more than to read a module.
-class Entries {
- public:
-  explicit Entries(const fs::path &folder) : entries_(::opendir(folder.c_str()), &::closedir) {}
-  /// The folder cannot be read.
-  bool none() const { return entries_ == nullptr; }
-  const dirent *next() const { return none() ? nullptr : ::readdir(entries_.get()); }
-
- private:
-  std::unique_ptr<DIR, int (*)(DIR *)> entries_;
-};
+DirectoryEntries entries_of(const fs::path &folder) {
+  return DirectoryEntries(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
 
 fs::path find_in(const fs::path &folder, const std::string &name, const char *revision) {
   if (revision != nullptr) return folder / (name + "@" + revision + ".yang");
   const std::string prefix = name + "@";
   std::string newest;
-  const Entries entries(folder);
-  while (const dirent *entry = entries.next()) {
-    const std::string_view file = entry->d_name;
+  const auto entries = entries_of(folder);
+  while (const char *entry = entries.next()) {
+    const std::string_view file = entry;
     if (file.starts_with(prefix) && file.ends_with(".yang") && file > newest) newest = file;
   }
   return folder / (newest.empty() ? name + ".yang" : newest);
 }
 
-/// Passes over the tokens of a module. Every byte counts: what it saves is a fifth of what it costs libyang to
-/// load the module.
+/// Passes over the tokens of a module. Every byte counts: what it saves is a fifth of what it costs libyang
+/// to load the module.
 class ProseCutter {
  public:
   explicit ProseCutter(std::string_view yang) : yang_(yang) { text_.reserve(yang.size()); }
@@ -126,8 +116,10 @@ class ProseCutter {
       case word:
         break;
     }
-    if (yang_[begin] == '/' && yang_.substr(begin).starts_with("//")) return leave_out(begin, end_of("\n", begin));
-    if (yang_[begin] == '/' && yang_.substr(begin).starts_with("/*")) return leave_out(begin, end_of("*/", begin));
+    if (yang_[begin] == '/' && yang_.substr(begin).starts_with("//"))
+      return leave_out(begin, end_of("\n", begin));
+    if (yang_[begin] == '/' && yang_.substr(begin).starts_with("/*"))
+      return leave_out(begin, end_of("*/", begin));
     at_ = end_of(word, begin);
     if (is_prose(yang_.substr(begin, at_ - begin))) take_prose(begin);
   }
@@ -160,7 +152,7 @@ std::string without_prose(std::string_view yang) {
 
 ly_ctx *ModelFolders::make_context(libyang::YangLibrary library) const {
   for (const auto &path : paths_) {
-    if (Entries(path).none()) return nullptr;
+    if (!entries_of(path)) return nullptr;
   }
   ly_ctx *context = nullptr;
   if (libyang::new_context(&context, library) != LY_SUCCESS) return nullptr;
@@ -188,8 +180,7 @@ std::optional<std::string> ModelFolders::given(const char *module, const char *r
 
 std::optional<std::string> ModelFolders::text(const std::string &module, const char *revision) const {
   // Not blocking, and of plain files only: anything else might never end.
-  const Descriptor input(
-      ::open(find(module.c_str(), revision).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor input(::open(find(module.c_str(), revision).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (input.get() < 0 || ::fstat(input.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   std::string content(static_cast<size_t>(status.st_size), '\0');

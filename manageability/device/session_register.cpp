@@ -21,6 +21,8 @@ namespace {
 constexpr const char *kCounter = "counter";
 constexpr std::string_view kUnfinished = ".new";
 
+constexpr uint32_t kLastId = 0x7fffffff;  ///< that the counter gives
+
 // A record is three short lines. What a file of that name holds beyond this is not read.
 constexpr size_t kLongestRecord = 1024;
 constexpr size_t kLongestText = 256;
@@ -113,15 +115,11 @@ Descriptor SessionRegister::open_to_write(const std::string &name, int flags) co
 
 std::vector<std::string> SessionRegister::names() const {
   std::vector<std::string> found;
-  std::error_code error;
-  auto entry = std::filesystem::directory_iterator(path_, error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    found.push_back(entry->path().filename().string());
+  const DirectoryEntries entries(::openat(directory_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!entries) {
+    folder_failure("cannot list the folder of sessions", path_, errno, "this user must be able to read it");
   }
-  if (error) {
-    folder_failure("cannot list the folder of sessions", path_, error.value(),
-                   "this user must be able to read it");
-  }
+  while (const char *name = entries.next()) found.emplace_back(name);
   return found;
 }
 
@@ -139,19 +137,32 @@ std::optional<pid_t> SessionRegister::process(uint32_t id, SessionRecord *record
 }
 
 std::vector<SessionRecord> SessionRegister::others(uint32_t own) const {
-  std::vector<SessionRecord> found;
+  std::map<uint32_t, SessionRecord> live;
+  if (!exists()) return {};
   for (const std::string &name : names()) {
     const auto id = id_of(name);
     if (!id || *id == own) continue;
-    SessionRecord record;
-    if (process(*id, &record)) {
-      found.push_back(std::move(record));
-    } else {
+    const auto holder = process(*id);
+    if (!holder) {
       remove(name);
+      continue;
+    }
+    // What a session's file says never changes.
+    auto known = known_.extract(*id);
+    if (known && known.mapped().process == *holder) {
+      live.insert(std::move(known));
+    } else if (SessionRecord record; process(*id, &record)) {
+      live.emplace(*id, std::move(record));
     }
   }
-  std::ranges::sort(found, {}, &SessionRecord::id);
+  known_ = std::move(live);
+  std::vector<SessionRecord> found;
+  for (const auto &[id, record] : known_) found.push_back(record);
   return found;
+}
+
+uint32_t SessionRegister::id_without_entry(pid_t process) {
+  return kLastId + 1 + static_cast<uint32_t>(process);
 }
 
 /// One more than the last id given. A damaged counter begins anew, without the ids of who is there.
@@ -167,7 +178,12 @@ uint32_t SessionRegister::next_id(const Descriptor &counter) const {
   struct stat status {};
   uint32_t id = last;
   do {
-    id = id == std::numeric_limits<uint32_t>::max() ? 1 : id + 1;
+    // To begin anew would give ids again, by which others know sessions that have ended.
+    if (id >= kLastId) {
+      throw FolderError("the counter of sessions " + file(kCounter).string() +
+                        " is at its end; remove it while no session is open");
+    }
+    ++id;
   } while (::fstatat(directory_.get(), std::to_string(id).c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0);
 
   // Always as long as before: it is written over in place, which a kill does not tear and a full disk does

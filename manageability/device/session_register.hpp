@@ -5,7 +5,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,13 +42,16 @@ class SessionRegister {
   Descriptor open_to_write(const std::string &name, int flags = 0) const;
   void remove(const std::string &name) const { ::unlinkat(directory_.get(), name.c_str(), 0); }
 
+  /// An id for a session that cannot enter: that of its process, beyond all that the counter gives.
+  static uint32_t id_without_entry(pid_t process);
+
   /// The process that holds the session's file; nothing if none does. Not for this process' own session:
   /// closing its file would drop the lock on it (POSIX record locks; they alone tell the holder's process).
   std::optional<pid_t> process(uint32_t id, SessionRecord *record = nullptr) const;
   /// All sessions but `own`, by ascending id. Takes away what dead ones left behind.
   std::vector<SessionRecord> others(uint32_t own) const;
 
-  /// Makes the file of a new session, which `record` gets the id of.
+  /// Makes the file of a new session, which `record` gets the id of. Throws FolderError.
   Descriptor enter(SessionRecord &record) const;
 
  private:
@@ -55,6 +60,7 @@ class SessionRegister {
 
   std::filesystem::path path_;
   Descriptor directory_;
+  mutable std::map<uint32_t, SessionRecord> known_;  ///< of others that lived when they were last asked for
 };
 
 }  // namespace device

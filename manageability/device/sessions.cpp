@@ -74,7 +74,31 @@ bool send(const Descriptor &process, int signal) {
 
 struct Sessions::Impl {
   Impl(const std::filesystem::path &path, SessionRecord session)
-      : folder(checked(path)), sessions(path, true), self(std::move(session)), entry(sessions.enter(self)) {}
+      : folder(checked(path)), sessions(opened(path)), self(std::move(session)) {
+    try {
+      if (!sessions.exists()) throw_no_rights();
+      entry.emplace(sessions.enter(self));
+    } catch (const FolderError &error) {
+      // Whoever may only read needs no place among those who write: nobody but itself waits for it.
+      if (!error.no_rights) throw;
+      self.id = SessionRegister::id_without_entry(self.process);
+    }
+  }
+
+  [[noreturn]] static void throw_no_rights() {
+    FolderError error("the folder of sessions cannot be made");
+    error.no_rights = true;
+    throw error;
+  }
+
+  static SessionRegister opened(const std::filesystem::path &path) {
+    try {
+      return {path, true};
+    } catch (const FolderError &error) {
+      if (!error.no_rights) throw;
+      return {path, false};
+    }
+  }
 
   static Folder checked(const std::filesystem::path &path) {
     Folder folder(path);
@@ -85,7 +109,7 @@ struct Sessions::Impl {
   Folder folder;
   SessionRegister sessions;
   SessionRecord self;
-  Descriptor entry;  ///< the file of this session, locked
+  std::optional<Descriptor> entry;  ///< the file of this session, locked; none in a folder that is only read
   struct Held {
     Descriptor file;
     Lock lock;

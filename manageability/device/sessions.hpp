@@ -20,6 +20,7 @@ struct SessionRecord {
   std::string user;
   std::string source_host;  ///< empty where the transport tells none
   int64_t login_time = 0;   ///< seconds since the epoch
+  bool operator==(const SessionRecord &) const = default;
 };
 
 /// The sessions of a device folder, and the lock on its running datastore (RFC 6241, section 7.5). Every
@@ -29,7 +30,9 @@ struct SessionRecord {
 class Sessions {
  public:
   /// Enters this process as a session of `folder`, which must be a device folder or empty, with an id that
-  /// the folder never gave before. Throws FolderError. `user` and `source_host` are kept as printable ASCII.
+  /// the folder never gave before. Where this user may not write the session gets in without: it can read,
+  /// and sees the others, which do not see it. Throws FolderError. `user` and `source_host` are kept as
+  /// printable ASCII.
   Sessions(const std::filesystem::path &folder, std::string user, std::string source_host);
   /// Leaves, and releases the lock.
   ~Sessions();

@@ -78,9 +78,7 @@ class Bench {
     return name;
   }
 
-  std::string stored() const {
-    return folder_.load().text;
-  }
+  std::string stored() const { return folder_.load().text; }
 
   // Each as XML. What cannot be translated is refused here, as run() would refuse it.
   void translate(const ymap::Request &request) {

@@ -105,8 +105,9 @@ ServerData::ServerData(const Catalogue &catalogue, const device::Sessions &sessi
     : catalogue_(catalogue), sessions_(sessions), started_(std::time(nullptr)) {}
 
 const std::string &ServerData::session_text(const device::SessionRecord &record) const {
-  auto &text = others_[record.id];
-  if (!text.empty()) return text;
+  auto &[known, text] = others_[record.id];
+  if (known == record) return text;
+  known = record;
   const auto *module = catalogue_.monitoring();
   XmlWriter xml(Layout::compact);
   StateWriter state(module, node_at(module, {kState, "sessions"}), xml);
@@ -129,15 +130,14 @@ std::string ServerData::netconf_state(const Counters &counters) const {
   add_datastores(state, sessions_.lock_state());
   xml.raw(schemas_);
   state.open("sessions");
-  std::map<uint32_t, std::string> live;
+  decltype(others_) live;
   for (const auto &record : sessions_.live()) {
     if (record.id == sessions_.id()) {
       add_session(state, record, &counters);
       continue;
     }
-    const auto &text = session_text(record);
-    xml.raw(text);
-    live.emplace(record.id, text);
+    xml.raw(session_text(record));
+    live.insert(others_.extract(record.id));
   }
   others_ = std::move(live);
   state.close();

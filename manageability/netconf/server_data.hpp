@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "catalogue.hpp"
 #include "sessions.hpp"
@@ -36,8 +37,9 @@ class ServerData {
   const Catalogue &catalogue_;
   const device::Sessions &sessions_;
   std::time_t started_;
-  mutable std::string schemas_;                     ///< <schemas>, which stay the same; once it was made
-  mutable std::map<uint32_t, std::string> others_;  ///< <session> of other sessions, by id
+  mutable std::string schemas_;  ///< <schemas>, which stay the same; once it was made
+  /// <session> of other sessions, by id.
+  mutable std::map<uint32_t, std::pair<device::SessionRecord, std::string>> others_;
 };
 
 }  // namespace ymap::netconf

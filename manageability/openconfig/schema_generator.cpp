@@ -76,9 +76,9 @@ void write(const SchemaTable &table, std::string_view text, std::ostream &out) {
     write_node(flat, at, first_word, out);
     first_word += flat.nodes[at]->words.size();
   }
-  out << "};\n\n}  // namespace\n\nconstinit const BuiltInSchema kBuiltInSchema = {\n    " << device::text_hash(text)
-      << "U,\n    {" << literal(table.module) << ", " << literal(table.ns) << ", " << literal(table.prefix)
-      << ", {kNodes, " << table.tops.size() << "}}};\n\n}  // namespace ymap\n";
+  out << "};\n\n}  // namespace\n\nconstinit const BuiltInSchema kBuiltInSchema = {\n    "
+      << device::text_hash(text) << "U,\n    {" << literal(table.module) << ", " << literal(table.ns) << ", "
+      << literal(table.prefix) << ", {kNodes, " << table.tops.size() << "}}};\n\n}  // namespace ymap\n";
 }
 
 void generate(const std::filesystem::path &models, const std::string &module, const char *file) {

@@ -233,7 +233,9 @@ class Parser {
   void add_completion() {
     add(Options::Command::completion, "completion", "Print a completion script for a shell",
         kCompletionExamples, [this](CLI::App *sub) {
-          sub->add_option("SHELL", shell_, "bash")->required()->check(CLI::IsMember({"bash"}).description(""));
+          sub->add_option("SHELL", shell_, "bash")
+              ->required()
+              ->check(CLI::IsMember({"bash"}).description(""));
         });
   }
 

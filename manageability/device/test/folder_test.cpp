@@ -30,19 +30,6 @@ void set_gains(Device &device, int value) {
   device.edit(request(edit.c_str()));
 }
 
-/// Gives up the rights of root, which no permission stops, while it lives.
-class Unprivileged {
- public:
-  Unprivileged() { held_ = ::geteuid() != 0 || ::seteuid(65534) == 0; }
-  ~Unprivileged() {
-    if (::getuid() == 0 && ::seteuid(0) != 0) std::abort();
-  }
-  bool held() const { return held_; }
-
- private:
-  bool held_;
-};
-
 TEST(Folder, EmptyOneGetsFactoryData) {
   const Workplace workplace;
   workplace.write("running.lock", "");

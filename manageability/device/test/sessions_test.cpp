@@ -12,6 +12,7 @@
 #include <csignal>
 #include <ctime>
 #include <future>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -127,13 +128,65 @@ TEST(Sessions, NoIdIsGivenTwiceAtOnceHoweverTheCounterLooks) {
   const Workplace workplace;
   const Sessions first(workplace.path(), "root", "");
   const Peer second(workplace.path());
-  for (const std::string text : {"", "abc", "0000000000\n", "0000000001\n", "4294967295\n", "9999999999\n"}) {
+  for (const std::string text : {"", "abc", "0000000000\n", "0000000001\n", "9999999999\n"}) {
     workplace.write("sessions/counter", text);
     const Peer peer(workplace.path());
     EXPECT_EQ(peer.id(), 3U) << text;
   }
   workplace.write("sessions/counter", "0000000041\n");
   EXPECT_EQ(Peer(workplace.path()).id(), 42U);
+}
+
+TEST(Sessions, ACounterAtItsEndGivesNoIdAgain) {
+  const Workplace workplace;
+  fs::create_directory(workplace.path() / "sessions");
+  workplace.write("sessions/counter", "2147483646\n");
+  EXPECT_EQ(Sessions(workplace.path(), "root", "").id(), 2147483647U);
+  for (const std::string text : {"2147483647\n", "4294967295\n"}) {
+    workplace.write("sessions/counter", text);
+    EXPECT_NE(folder_error([&] {
+                const Sessions sessions(workplace.path(), "root", "");
+              }).find("sessions/counter is at its end"),
+              std::string::npos);
+  }
+}
+
+TEST(Sessions, WhoMayOnlyReadGetsIn) {
+  for (const bool with_folder : {true, false}) {
+    const Workplace workplace;
+    { const Device fill(workplace.path(), YMAP_TEST_MODELS, kNow); }
+    std::optional<Sessions> writer;
+    if (with_folder) writer.emplace(workplace.path(), "root", "");
+    if (with_folder) fs::permissions(workplace.path() / "sessions", fs::perms(0555));
+    fs::permissions(workplace.path(), fs::perms(0555));
+    const Unprivileged unprivileged;
+    if (!unprivileged.held()) GTEST_SKIP() << "cannot give up the rights of root";
+    Sessions reader(workplace.path(), "guest", "");
+    EXPECT_GT(reader.id(), 0x7fffffffU);
+    EXPECT_EQ(reader.live().back().user, "guest");
+    EXPECT_FALSE(reader.lock_state());
+    try {
+      reader.lock();
+      ADD_FAILURE() << "locked";
+    } catch (const FolderError &failure) {
+      EXPECT_TRUE(failure.no_rights) << failure.what();
+    }
+    EXPECT_EQ(reader.kill(reader.id()), Kill::denied);
+    EXPECT_NE(read(Device(workplace.path(), YMAP_TEST_MODELS, kNow), "if:global-interface-configuration"),
+              "");
+  }
+}
+
+TEST(Sessions, AnIdThatComesAgainIsOfWhoHasItNow) {
+  const Workplace workplace;
+  const Sessions own(workplace.path(), "root", "");
+  for (int round = 0; round < 2; ++round) {
+    workplace.write("sessions/counter", "0000000001\n");
+    const Peer peer(workplace.path());
+    ASSERT_EQ(peer.id(), 2U);
+    ASSERT_EQ(own.live().size(), 2U);
+    EXPECT_EQ(own.live().back().process, peer.process());
+  }
 }
 
 TEST(Sessions, TheLivingAreListedAndTheDeadSweptAway) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -162,6 +163,12 @@ std::vector<std::string> Workplace::files() const {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+Unprivileged::Unprivileged() : held_(::geteuid() != 0 || ::seteuid(65534) == 0) {}
+
+Unprivileged::~Unprivileged() {
+  if (::getuid() == 0 && ::seteuid(0) != 0) std::abort();
 }
 
 pid_t in_process(const std::function<void()> &work) {

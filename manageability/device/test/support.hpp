@@ -41,6 +41,17 @@ class Workplace {
   std::filesystem::path path_;
 };
 
+/// Gives up the rights of root, which no permission stops, while it lives.
+class Unprivileged {
+ public:
+  Unprivileged();
+  ~Unprivileged();
+  bool held() const { return held_; }
+
+ private:
+  bool held_;
+};
+
 /// Runs `work` in a process of its own, which ends with 0, or with 1 if it threw.
 pid_t in_process(const std::function<void()> &work);
 
