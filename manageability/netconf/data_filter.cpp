@@ -1,6 +1,7 @@
 // XML filters over libyang trees.
 #include "data_filter.hpp"
 
+#include <cstddef>
 #include <new>
 
 #include "compiled_schema.hpp"
@@ -15,6 +16,9 @@ namespace {
 bool names(const XmlElement &filter, std::string_view ns, std::string_view name) {
   return filter.name() == name && (filter.ns().empty() || filter.ns() == ns);
 }
+
+/// Of the server's own data; it is compared with many.
+constexpr std::size_t kLongestValue = 4096;
 
 struct Adapter {
   using Filter = XmlElement;
@@ -32,6 +36,7 @@ struct Adapter {
   }
   bool is_content_match(Filter filter) const { return !filter.text().empty(); }
   bool equal(Filter filter, Data leaf) const {
+    if (filter.text().size() > kLongestValue) return false;
     const auto value = check_value(leaf->schema, trimmed(filter.text()), filter.text_ns());
     return value.text && *value.text == plain_value(leaf->schema, lyd_get_value(leaf));
   }

@@ -125,10 +125,10 @@ class XmlDocument::Reader {
     return {copy.data(), copy.size()};
   }
 
-  /// Most elements are of the namespace of the one before.
-  std::string_view kept_ns(std::string_view ns) {
-    if (ns != last_ns_) last_ns_ = kept(ns);
-    return last_ns_;
+  /// Most elements are of the namespace of the one before, and so are attributes.
+  std::string_view kept_ns(std::string_view ns, std::string_view &last) {
+    if (ns != last) last = kept(ns);
+    return last;
   }
 
   void declare(const XML_Char *prefix, const XML_Char *ns) {
@@ -147,13 +147,14 @@ class XmlDocument::Reader {
     auto *node = allocate<XmlNode>(1).data();
     const auto name = name_of(text);
     node->name = kept(name.local);
-    node->ns = kept_ns(name.ns);
+    node->ns = kept_ns(name.ns, last_ns_);
     std::size_t count = 0;
     while (attributes[2 * count] != nullptr) ++count;
     const auto kept_attributes = allocate<XmlAttribute>(count);
     for (auto &attribute : kept_attributes) {
       const auto own = name_of(*attributes++);
-      attribute = {kept(own.prefix), kept(own.ns), kept(own.local), kept(*attributes++)};
+      attribute = {kept(own.prefix), kept_ns(own.ns, last_attribute_ns_), kept(own.local),
+                   kept(*attributes++)};
       // What needs no declaration keeps its prefix in the name.
       if (own.ns == kXmlNs) attribute = {{}, {}, kept("xml:" + std::string(own.local)), attribute.value};
     }
@@ -197,6 +198,7 @@ class XmlDocument::Reader {
   std::vector<Open> open_;
   std::string text_;
   std::string_view last_ns_;
+  std::string_view last_attribute_ns_;
   std::map<std::string, std::vector<std::string_view>, std::less<>> prefixes_;  ///< the innermost last
   std::exception_ptr failure_;
 };

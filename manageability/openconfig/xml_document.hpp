@@ -17,6 +17,8 @@ inline constexpr std::size_t kLongestNamespace = 1024;      ///< bytes of a name
 inline constexpr std::size_t kMostElements = 20'000;
 inline constexpr std::size_t kMostAttributes = 50'000;  ///< of all elements, declarations of namespaces too
 inline constexpr std::size_t kDeepestElement = 100;     ///< nesting levels
+/// Line breaks and closing brackets: each begins a piece of text to the parser.
+inline constexpr std::size_t kMostBreaks = 1'000'000;
 
 /// Attribute of an element; namespace declarations are not among them.
 struct XmlAttribute {

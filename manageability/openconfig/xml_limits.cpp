@@ -91,6 +91,12 @@ class Limits {
 void check_limits(std::string_view xml) {
   if (xml.size() > kLargestDocument)
     too_big("the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB");
+  const auto is_break = [](char character) {
+    return character == '\n' || character == '\r' || character == ']';
+  };
+  if (xml.size() > kMostBreaks &&
+      static_cast<std::size_t>(std::ranges::count_if(xml, is_break)) > kMostBreaks)
+    too_big("the message has more than " + std::to_string(kMostBreaks) + " line breaks and brackets");
   if (xml.find('\0') != std::string_view::npos) malformed("the message contains a NUL character");
   Limits(xml).check();
 }
