@@ -105,12 +105,13 @@ void Device::Impl::refresh() {
 /// The mark of a text that is valid by the modules as they are: whoever finds it need not validate the text
 /// again. 0 for one that is too large to be worth it.
 uint64_t Device::Impl::label_of(const std::vector<std::string_view> &parts) const {
-  constexpr size_t largest = 64U << 10;
+  constexpr size_t largest = 16U << 10;
+  size_t size = 0;
+  for (const std::string_view part : parts) size += part.size();
+  if (size > largest) return 0;
   std::string whole;
-  for (const std::string_view part : parts) {
-    if (whole.size() + part.size() > largest) return 0;
-    whole += part;
-  }
+  whole.reserve(size);
+  for (const std::string_view part : parts) whole += part;
   return text_hash(whole, schema.hash());
 }
 

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "datatree.hpp"
 #include "path_table.hpp"
 
 namespace yfw {
@@ -78,6 +79,9 @@ struct Library {
 
 Plugin::Plugin(const Registration &registration, const std::filesystem::path &file)
     : registration_(registration) {
+  // The first tree that dies has the thread empty its store at its end. The C library ends the process where
+  // it has no memory to note that, so it is done before there is anything to lose.
+  static_cast<void>(Datatree());
   // Without a slash dlopen would search the system's folders instead.
   Library library{dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL)};
   if (library.handle == nullptr) {
