@@ -47,7 +47,8 @@ bench:
 	cmake --build --preset release -j $(JOBS)
 	build/release/bin/ymap_bench
 	build/release/bin/netconf_bench
-	@scripts/count-instructions build/release/bin/ymap_rounds
+	@scripts/count-instructions build/release/bin/ymap_rounds build/release/bin/ymap \
+	  build/release/bin/libyang_rounds build/release/share/ymap/models
 
 fuzz:
 	$(PACKAGES) build fuzz

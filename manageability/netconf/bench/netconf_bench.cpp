@@ -147,6 +147,28 @@ void get_one(benchmark::State &state) {
 void edit_four_leaves(benchmark::State &state) {
   run(state, edit_message);
 }
+/// A session from its start to its hello and its end; and what it keeps in memory, before and after it has
+/// answered.
+void session(benchmark::State &state) {
+  for (auto _ : state)
+    SessionProcess(YMAP_TOOL, device_folder()).exchange(get_config_message(kAmplifiers[0]));
+  state.SetItemsProcessed(state.iterations());
+  SessionProcess measured(YMAP_TOOL, device_folder());
+  const auto note = [&](const std::string &when) {
+    const auto memory = measured.memory();
+    state.counters["rss_KiB" + when] = memory.resident;
+    state.counters["private_KiB" + when] = memory.own;
+  };
+  note("_hello");
+  measured.exchange(get_config_message(kAmplifiers[0]));
+  measured.exchange(edit_message(kAmplifiers[0]));
+  note("_edit");
+  measured.exchange(rpc("<get/>"));
+  note("_full_get");
+  state.counters["peak_KiB"] = measured.memory().peak;
+}
+BENCHMARK(session)->UseRealTime()->Unit(benchmark::kMillisecond);
+
 // Two seconds, as processor time is counted in ticks of 10 ms.
 BENCHMARK(get_config_one)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
 BENCHMARK(get_one)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);

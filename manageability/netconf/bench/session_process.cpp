@@ -8,8 +8,10 @@
 
 #include <array>
 #include <fstream>
+#include <initializer_list>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace ymap::bench {
 namespace {
@@ -87,6 +89,19 @@ double SessionProcess::processor_time() const {
   long user = 0, system = 0;
   fields >> user >> system;
   return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+SessionProcess::Memory SessionProcess::memory() const {
+  const auto sum_of = [this](const char *name, std::initializer_list<std::string_view> fields) {
+    std::ifstream file("/proc/" + std::to_string(process_) + "/" + name);
+    double sum = 0;
+    for (std::string line; std::getline(file, line);)
+      for (const auto field : fields)
+        if (line.starts_with(field)) sum += std::stod(line.substr(field.size()));
+    return sum;
+  };
+  return {sum_of("smaps_rollup", {"Rss:"}), sum_of("smaps_rollup", {"Private_Clean:", "Private_Dirty:"}),
+          sum_of("status", {"VmHWM:"})};
 }
 
 }  // namespace ymap::bench

@@ -24,6 +24,14 @@ class SessionProcess {
   /// Processor time of the process so far, in seconds (clock ticks: 10 ms).
   double processor_time() const;
 
+  /// Of the process, in KiB.
+  struct Memory {
+    double resident = 0;
+    double own = 0;  ///< what it shares with no other process
+    double peak = 0;
+  };
+  Memory memory() const;
+
  private:
   std::string receive();
 
