@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "device.hpp"
+#include "hash.hpp"
 #include "libyang_versions.hpp"
 
 namespace device {
@@ -100,6 +101,18 @@ bool Schema::is_live(std::string_view ns) {
 }
 
 const lysc_node *Schema::find(const lysc_node *parent, std::string_view ns, std::string_view name) const {
+  const auto hash = text_hash(name, text_hash(ns, reinterpret_cast<uintptr_t>(parent)));
+  const auto [first, last] = known_.equal_range(hash);
+  for (auto row = first; row != last; ++row) {
+    const Known &known = row->second;
+    if (known.parent == parent && known.name == name && known.ns == ns) return known.node;
+  }
+  const lysc_node *node = look_up(parent, ns, name);
+  if (node != nullptr) known_.emplace(hash, Known{parent, std::string(ns), std::string(name), node});
+  return node;
+}
+
+const lysc_node *Schema::look_up(const lysc_node *parent, std::string_view ns, std::string_view name) const {
   const std::string uri(ns);
   const lys_module *module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
   const auto *live = std::ranges::find(kLiveModules, ns, &LiveModule::ns);

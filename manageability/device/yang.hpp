@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "model_folders.hpp"
 
@@ -69,13 +70,22 @@ class Schema {
   std::string error_path() const;
 
  private:
+  /// A node that was found before: requests name the same ones again and again.
+  struct Known {
+    const lysc_node *parent;
+    std::string ns, name;
+    const lysc_node *node;
+  };
+
   void load(const char *module) const;
+  const lysc_node *look_up(const lysc_node *parent, std::string_view ns, std::string_view name) const;
 
   std::filesystem::path folder_;
   ModelFolders models_;
   ly_ctx *context_ = nullptr;
   const lysc_node *interfaces_ = nullptr;
   uint64_t hash_ = 0;
+  mutable std::unordered_multimap<uint64_t, Known> known_;  ///< by the hash of parent, ns and name
 };
 
 /// The canonical form of a value of a leaf's type. False, with libyang's message, if the type refuses it.

@@ -23,11 +23,11 @@ void StateWriter::leaf(const char *name, const std::string &value) {
   if (libyang::check_value(node, value, &canonical) != LY_SUCCESS) return;
   const std::string text(canonical);
   lydict_remove(module_->ctx, canonical);
-  const bool is_identity =
-      reinterpret_cast<const lysc_node_leaf *>(node)->type->basetype == LY_TYPE_IDENT;  // "module:NAME"
+  const bool is_identity = reinterpret_cast<const lysc_node_leaf *>(node)->type->basetype ==
+                           LY_TYPE_IDENT;  // "module:NAME", or from version 3 on "NAME"
   if (!is_identity) return xml_.leaf(name, text);
   const std::string prefix(module_->prefix);
-  xml_.leaf(name, prefix + text.substr(text.find(':')), {{"xmlns:" + prefix, module_->ns}});
+  xml_.leaf(name, prefix + ":" + text.substr(text.find(':') + 1), {{"xmlns:" + prefix, module_->ns}});
 }
 
 }  // namespace ymap::netconf
