@@ -8,6 +8,7 @@ namespace yfw {
 namespace {
 
 constexpr std::size_t kFirstSlots = 1024;
+constexpr std::size_t kCommonDepth = 16;  ///< of a path, or more than it has
 
 /// Calls `use` for each component that is not empty.
 template <typename Use>
@@ -35,9 +36,15 @@ const Path &PathTable::add(const char *path) {
   if (2 * (paths_.size() + 1) > last_slot_) grow();
   auto added = std::make_unique<Path>();
   added->source = path;
+  added->steps.reserve(kCommonDepth);
+  // Most begin as the one before did.
+  const Path *before = paths_.empty() ? nullptr : paths_.back().get();
   PathStep *above = nullptr;
   for_each_component(path, [&](std::string_view name) {
-    above = &reach(above, name);
+    const std::size_t depth = added->steps.size();
+    if (before != nullptr && (depth >= before->steps.size() || before->steps[depth]->text != name))
+      before = nullptr;
+    above = before != nullptr ? before->steps[depth] : &reach(above, name);
     added->steps.push_back(above);
   });
   finish(*added);
