@@ -45,7 +45,7 @@ void JsonText::object(const lyd_node *first, const lyd_node *parent, int level) 
 }
 
 void JsonText::entry(const lyd_node *entry, int level) {
-  out_.append(static_cast<size_t>(2 * level), ' ');
+  out_.append(2 * static_cast<size_t>(level), ' ');
   if (entry->schema->nodetype == LYS_LEAFLIST)
     value(entry);
   else

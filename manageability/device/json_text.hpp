@@ -22,7 +22,7 @@ class JsonText {
   void object(const lyd_node *first, const lyd_node *parent, int level);
   /// A list entry with its indentation.
   void entry(const lyd_node *entry, int level);
-  void line(int level) { out_.append("\n").append(static_cast<size_t>(2 * level), ' '); }
+  void line(int level) { out_.append("\n").append(2 * static_cast<size_t>(level), ' '); }
 
  private:
   void member(const lyd_node *node, const lyd_node *parent, int level);

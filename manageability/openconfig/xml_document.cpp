@@ -151,10 +151,11 @@ class XmlDocument::Reader {
     std::size_t count = 0;
     while (attributes[2 * count] != nullptr) ++count;
     const auto kept_attributes = allocate<XmlAttribute>(count);
-    for (auto &attribute : kept_attributes) {
-      const auto own = name_of(*attributes++);
+    for (std::size_t at = 0; at < count; ++at) {
+      const auto own = name_of(attributes[2 * at]);
+      auto &attribute = kept_attributes[at];
       attribute = {kept(own.prefix), kept_ns(own.ns, last_attribute_ns_), kept(own.local),
-                   kept(*attributes++)};
+                   kept(attributes[2 * at + 1])};
       // What needs no declaration keeps its prefix in the name.
       if (own.ns == kXmlNs) attribute = {{}, {}, kept("xml:" + std::string(own.local)), attribute.value};
     }
