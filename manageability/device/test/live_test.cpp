@@ -188,6 +188,34 @@ TEST_F(Live, OnlyWhatTheFilterReachesIsMade) {
   EXPECT_EQ(history.find("time-line-instance{number=2"), history.rfind("time-line-instance{"));
 }
 
+TEST_F(Live, ValuesCompareInCanonicalForm) {
+  const auto bucket = [this](const std::string &number) {
+    return read(device_, (kBegin + std::string("name=Ots0/0/0/1 ") + kMiddle + "number=" + number +
+                          " opr{valid=' true '}" + kEnd)
+                             .c_str());
+  };
+  ASSERT_NE(bucket("2").find("number=2 opr{valid=true "), std::string::npos) << bucket("2");
+  EXPECT_EQ(bucket("+02"), bucket("2"));
+  EXPECT_EQ(bucket("' 2 '"), bucket("2"));
+  EXPECT_EQ(bucket("0x").find("opr"), std::string::npos);
+}
+
+TEST(Models, ProseIsLeftOutAndNothingElse) {
+  for (const auto &[yang, left] : std::vector<std::pair<std::string, std::string>>{
+           {"a b;", "a b;"},
+           {"a {\n    description\n  \"x; } \\\" y\";\n  b c;}", "a {   b c;}"},
+           {"a;// description \"\nb; /* ; \" */ c;", "a; b;   c;"},
+           {"reference 'x\\';b;", " b;"},
+           {"a \"description 'x';\"; c 'd  e';", "a \"description 'x';\"; c 'd  e';"},
+           {"description \"x\" + \"y\"; b;", "description \"x\" + \"y\"; b;"},
+           {"description; a:description \"x\";", "description; a:description \"x\";"},
+           {"leaf description { type string; }", "leaf description { type string; }"},
+           {"pattern 'a//b';units \"1/* \";", "pattern 'a//b';units \"1/* \";"},
+           {"description \"x", "description \"x"},
+       })
+    EXPECT_EQ(without_prose(yang), left);
+}
+
 TEST(Models, LoadWithoutWarning) {
   uint32_t store = LY_LOSTORE;
   ly_temp_log_options(&store);
