@@ -264,6 +264,21 @@ class RefusalTest(PipedTest):
         self.assertEqual([child.tag for child in session.ask(NOTHING)], [NC + "data"])
 
 
+class SessionsTest(PipedTest):
+    def test_each_is_told_with_what_is_valid_of_it(self):
+        """An address or a name of a host; whatever else stands in the environment is none."""
+        hosts = ("192.0.2.7", "2001:db8::7", "host.example", "no host", "a/b", "")
+        for host in hosts:
+            self.session(env={**os.environ, "SSH_CONNECTION": f"{host} 1 2 3" if " " not in host else host + "!"})
+        asked = self.session(env={**os.environ, "SSH_CONNECTION": ""})
+        for told in (get(f'<netconf-state xmlns="{MONITORING}"><sessions/></netconf-state>'), rpc("<get/>")):
+            sessions = asked.ask(told).findall(f".//{{{MONITORING}}}session")
+            self.assertEqual([int(one.findtext(f"{{{MONITORING}}}session-id")) for one in sessions], list(range(1, 8)))
+            self.assertEqual([one.findtext(f"{{{MONITORING}}}source-host") for one in sessions],
+                             ["192.0.2.7", "2001:db8::7", "host.example", "no", None, None, None])
+            self.assertEqual([one.find(f"{{{MONITORING}}}in-rpcs") is not None for one in sessions], [False] * 6 + [True])
+
+
 class EndTest(PipedTest):
     def test_bad_hello(self):
         for sent, reason in [
