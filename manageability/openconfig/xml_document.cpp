@@ -22,8 +22,21 @@ namespace {
 /// Between the parts of a name in expat's callbacks: no character of XML.
 constexpr char kSeparator = '\f';
 
-std::size_t line_feeds(std::string_view text) {
-  return static_cast<std::size_t>(std::ranges::count(text, '\n'));
+/// Where a parser stands.
+struct Place {
+  std::size_t byte = 0;
+  std::size_t line = 0;  ///< from 1 on
+};
+
+/// From some release on expat has functions of 64 bits for it, and warns of the others.
+template <typename Parser>
+Place place_of(Parser parser) {
+  if constexpr (requires { XML_GetCurrentByteIndex64(parser); })
+    return {static_cast<std::size_t>(XML_GetCurrentByteIndex64(parser)),
+            static_cast<std::size_t>(XML_GetCurrentLineNumber64(parser))};
+  else
+    return {static_cast<std::size_t>(XML_GetCurrentByteIndex(parser)),
+            static_cast<std::size_t>(XML_GetCurrentLineNumber(parser))};
 }
 
 struct Name {
@@ -81,14 +94,14 @@ class XmlDocument::Reader {
     if (error == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
     if (error == XML_ERROR_NO_ELEMENTS && open_.empty())
       malformed("the message holds no element; it must be one");
-    const auto at = place_in(text);
-    if (error == XML_ERROR_JUNK_AFTER_DOC_ELEMENT && text.substr(at).starts_with('<'))
+    const auto place = place_of(parser);
+    if (error == XML_ERROR_JUNK_AFTER_DOC_ELEMENT &&
+        text.substr(std::min(place.byte, text.size())).starts_with('<'))
       malformed("the message holds several root elements; it must be one");
     const auto reason = error == XML_ERROR_NO_ELEMENTS
                             ? "element " + shortened(open_.back().node->name) + " has no end"
                             : std::string(XML_ErrorString(error));
-    malformed("not well-formed XML: " + reason + ". Line number " +
-              std::to_string(lines + 1 + line_feeds(text.substr(0, at))) + ".");
+    malformed("not well-formed XML: " + reason + ". Line number " + std::to_string(lines + place.line) + ".");
   }
 
  private:
@@ -101,14 +114,6 @@ class XmlDocument::Reader {
     XmlNode *node;
     XmlNode *last_child = nullptr;
   };
-
-  /// Where the parser stands in the text, which it was given as a whole.
-  std::size_t place_in(std::string_view text) const {
-    int offset = 0;
-    int size = 0;
-    const bool known = XML_GetInputContext(parser_.get(), &offset, &size) != nullptr;
-    return known ? std::min(static_cast<std::size_t>(offset), text.size()) : text.size();
-  }
 
   template <typename Work>
   static void guarded(void *self, const Work &work) {
@@ -223,8 +228,8 @@ XmlDocument::XmlDocument(std::string_view text) {
   const auto whole = trimmed(text);
   if (whole.empty()) malformed("the message is empty; it must be one element");
   // White space comes in front of declarations where messages end with a marker and a line feed.
-  const auto before = text.substr(0, static_cast<std::size_t>(whole.data() - text.data()));
-  Reader(*this).read(whole, line_feeds(before));
+  const auto lines = std::count(text.data(), whole.data(), '\n');
+  Reader(*this).read(whole, static_cast<std::size_t>(lines));
 }
 
 XmlElement XmlDocument::root() const {
