@@ -115,9 +115,14 @@ class Formats(DeviceTest):
         entry_of = json.loads(self.ok("get", BST2, "--config", "-f", "json"))[
             "openconfig-optical-amplifier:optical-amplifier"]["amplifiers"]["amplifier"][0]
         values = {node.tag.replace(OC, ""): node.text for node in xml.find(f".//{OC}config")}
-        values["gain-range"] = values["gain-range"].replace("oc-opt-amp:", "openconfig-optical-amplifier:")
-        self.assertEqual(values, {leaf: str(value).lower() if value in (True, False) else value
-                                  for leaf, value in entry_of["config"].items()})
+        settings = {leaf: str(value).lower() if value in (True, False) else value
+                    for leaf, value in entry_of["config"].items()}
+        # In JSON the name of its own module may be left out, and some versions of libyang do.
+        self.assertRegex(values["gain-range"], "^oc-opt-amp:")
+        self.assertRegex(settings["gain-range"], "^(openconfig-optical-amplifier:)?M")
+        for held in (values, settings):
+            held["gain-range"] = held["gain-range"].split(":")[-1]
+        self.assertEqual(values, settings)
 
     def test_traces(self):
         for option, line in (("--trace", r"^TRC: YFW: ctx=0x\w+,Start"),
