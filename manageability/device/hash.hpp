@@ -17,7 +17,7 @@ constexpr uint64_t fnv1a(std::string_view text, uint64_t before = kHashOfNothing
   return before;
 }
 
-/// Tells whether a text is still the one that it was, at an instruction a byte. Not for others to see: it
+/// Tells whether a text is still the one that it was, eight bytes at a time. Not for others to see: it
 /// depends on the order of a machine's bytes.
 inline uint64_t text_hash(std::string_view text, uint64_t before = kHashOfNothing) {
   const auto add = [&before](uint64_t word) {

@@ -9,7 +9,7 @@
 
 namespace device {
 
-/// Writes members and entries at the end of a text. libyang's own printer takes fifteen times as long.
+/// Writes members and entries at the end of a text. libyang's own printer takes several times as long.
 class JsonText {
  public:
   /// Is told of each list before its entries are written, with the first of them; true if it has written

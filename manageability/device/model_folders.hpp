@@ -14,7 +14,8 @@
 
 namespace device {
 
-/// A module without comments, descriptions and references: half of its text, and of what it costs to load.
+/// A module without comments, descriptions and references: half of its text, and a quarter of what it costs
+/// to load.
 std::string without_prose(std::string_view yang);
 
 class ModelFolders {
