@@ -70,6 +70,9 @@ struct Device::Impl {
   /// Brings `running` up to date with the folder.
   void refresh();
   void check_not_locked() const;
+  /// Stores what `edited` leaves, under the folder's lock; `text` is its text, if that is known.
+  void store(const Descriptor &lock, Edited &edited, std::optional<RunningText> text);
+  const Tree &candidate_or_running() const { return candidate ? *candidate : running; }
   /// `is_valid`: it was validated before.
   Tree parse(const std::string &text, bool is_valid) const;
   uint64_t label_of(const std::vector<std::string_view> &parts) const;
@@ -82,6 +85,7 @@ struct Device::Impl {
   std::optional<Version> version;     ///< of `running`, if the file can be told by it
   std::optional<std::string> loaded;  ///< what `running` was read from, if it cannot
   std::optional<RunningText> pieces;  ///< the text of `running`; made by the first edit
+  std::optional<Tree> candidate;      ///< once it is edited
   uint32_t session = 0;
 };
 
@@ -165,16 +169,18 @@ Device::Device(std::filesystem::path folder, const std::filesystem::path &models
 
 Device::~Device() = default;
 
-ReadCount Device::read(const std::vector<RequestNode> &filter, AnswerSink &sink) const {
+ReadCount Device::read(const std::vector<RequestNode> &filter, AnswerSink &sink, Content content) const {
   const LogScope log;
   impl_->refresh();
   const std::vector<FilterNode> bound = bind_filter(impl_->schema, filter);
   ReadCount count;
   const lyd_node *running = impl_->running.get();
+  const bool all = content == Content::all;
   // Modules come in the order of their names.
-  give_selected(bound, operating_values(impl_->schema, running, bound), kOtsOperNs, sink, count);
+  if (all) give_selected(bound, operating_values(impl_->schema, running, bound), kOtsOperNs, sink, count);
   give_selected(bound, running, sink, count);
-  give_selected(bound, histories(impl_->schema, running, impl_->now(), bound), kPmengineNs, sink, count);
+  if (all)
+    give_selected(bound, histories(impl_->schema, running, impl_->now(), bound), kPmengineNs, sink, count);
   return count;
 }
 
@@ -191,21 +197,66 @@ void Device::edit(const std::vector<RequestNode> &request) {
     text = impl_->pieces->after(*edited);
     if (!text) edited.emplace(impl_->schema, impl_->running, request, Edited::Scope::everything);
   }
-  if (!text) text.emplace(impl_->schema, edited->all());
-  impl_->version.reset();
+  impl_->store(lock, *edited, std::move(text));
+}
+
+void Device::Impl::store(const Descriptor &lock, Edited &edited, std::optional<RunningText> text) {
+  if (!text) text.emplace(schema, edited.all());
+  version.reset();
   const auto parts = text->pieces();
-  const Version stored = impl_->folder.store(lock, parts, impl_->label_of(parts));
-  edited->commit(impl_->running);
+  const Version stored = folder.store(lock, parts, label_of(parts));
+  edited.commit(running);
   text->settle();
-  impl_->pieces = std::move(text);
-  impl_->loaded.reset();
-  if (stored.generation) impl_->version = stored;
+  pieces = std::move(text);
+  loaded.reset();
+  if (stored.generation) version = stored;
 }
 
 void Device::test(const std::vector<RequestNode> &request) const {
   const LogScope log;
   impl_->refresh();
   const Edited edited(impl_->schema, impl_->running, request);
+}
+
+void Device::edit_candidate(const std::vector<RequestNode> &request) {
+  const LogScope log;
+  if (!impl_->candidate) impl_->refresh();
+  Edited edited(impl_->schema, impl_->candidate_or_running(), request, Edited::Scope::everything,
+                Edited::Check::each_node);
+  edited.commit(impl_->candidate.emplace());
+}
+
+bool Device::candidate_is_edited() const {
+  return impl_->candidate.has_value();
+}
+
+ReadCount Device::read_candidate(const std::vector<RequestNode> &filter, AnswerSink &sink) const {
+  const LogScope log;
+  if (!impl_->candidate) impl_->refresh();
+  ReadCount count;
+  give_selected(bind_filter(impl_->schema, filter), impl_->candidate_or_running().get(), sink, count);
+  return count;
+}
+
+void Device::validate_candidate(const std::vector<RequestNode> &request) const {
+  const LogScope log;
+  if (!impl_->candidate) impl_->refresh();
+  const Edited edited(impl_->schema, impl_->candidate_or_running(), request, Edited::Scope::everything);
+}
+
+void Device::commit_candidate() {
+  const LogScope log;
+  if (!impl_->candidate) return;
+  const Descriptor lock = impl_->folder.lock();
+  impl_->refresh();
+  impl_->check_not_locked();
+  Edited edited(impl_->schema, *impl_->candidate, {}, Edited::Scope::everything);
+  impl_->store(lock, edited, std::nullopt);
+  impl_->candidate.reset();
+}
+
+void Device::discard_candidate() {
+  impl_->candidate.reset();
 }
 
 void Device::act_for(uint32_t session) {

@@ -24,10 +24,11 @@ struct RequestNode {
     create = 2,
     remove_existing = 3,
     remove = 4,
-    merge = 5
+    merge = 5,
+    stated = 0x100  ///< by default operation "none": an error if there is nothing; what is there stays
   };
   std::string_view name;
-  std::string_view ns;                    ///< namespace URI
+  std::string_view ns;                    ///< namespace URI; empty in a filter: any
   std::optional<std::string_view> value;  ///< absent or empty in a filter: selects
   Operation operation =
       Operation::none;           ///< remove_existing is NETCONF's delete: an error if there is nothing
@@ -81,8 +82,10 @@ class Device {
          std::optional<uint64_t> clock = std::nullopt);
   ~Device();
 
+  enum class Content { all, configuration };
   /// Gives out the selected data of all native modules, configuration and live values.
-  ReadCount read(const std::vector<RequestNode> &filter, AnswerSink &sink) const;
+  ReadCount read(const std::vector<RequestNode> &filter, AnswerSink &sink,
+                 Content content = Content::all) const;
 
   /// The session (see Sessions) that later edits are made for; 0, as at first, is none.
   void act_for(uint32_t session);
@@ -96,6 +99,21 @@ class Device {
   /// of nothing reads what is stored again. A folder that cannot be written will do, and nobody's lock stands
   /// in the way.
   void test(const std::vector<RequestNode> &request) const;
+
+  // The candidate configuration (RFC 6241, section 8.3): this object's own, in memory. It is what runs until
+  // it is edited, and again when its edits are committed or discarded.
+
+  /// Applies the edit if each of its nodes may stand there; whether they go together is for later. Throws
+  /// EditError.
+  void edit_candidate(const std::vector<RequestNode> &request);
+  bool candidate_is_edited() const;
+  /// Gives out the selected configuration.
+  ReadCount read_candidate(const std::vector<RequestNode> &filter, AnswerSink &sink) const;
+  /// Throws EditError where the candidate, with `request` applied to it, is not valid.
+  void validate_candidate(const std::vector<RequestNode> &request = {}) const;
+  /// Puts the candidate in the place of what runs. Throws as edit(); the candidate is then as it was.
+  void commit_candidate();
+  void discard_candidate();
 
  private:
   struct Impl;

@@ -69,6 +69,7 @@ class Edit {
   lyd_node *create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
   lyd_node *prepare(lyd_node *existing, const Spot &at);
   void set_leaf(lyd_node *existing, const Spot &at);
+  void check_leaf(const Spot &at) const;
   void link_top(lyd_node *parent, lyd_node *node) const;
   void longest_match(lyd_node *parent, const RequestNode &request, const std::string &path, size_t &length,
                      const void *&origin) const;
@@ -170,6 +171,10 @@ lyd_node *Edit::prepare(lyd_node *existing, const Spot &at) {
   if (request.operation == Operation::create && exists) {
     refuse("data-exists", at.path(), request.origin, quoted(request.name) + " exists already");
   }
+  // A container needs no one to make it.
+  if (request.operation == Operation::stated && existing == nullptr && at.node->nodetype != LYS_CONTAINER) {
+    refuse("data-missing", at.path(), request.origin, quoted(request.name) + " does not exist");
+  }
   if (request.operation == Operation::remove_existing && !exists) {
     refuse("data-missing", at.path(), request.origin, "there is no " + quoted(request.name) + " to delete");
   }
@@ -200,6 +205,15 @@ void Edit::set_leaf(lyd_node *existing, const Spot &at) {
   if (created != nullptr) link_top(at.parent, created);
 }
 
+/// A value that is not set must be one that could be.
+void Edit::check_leaf(const Spot &at) const {
+  std::string canonical;
+  if (canonical_value(schema_, at.node, std::string(at.request.value.value_or(std::string_view())),
+                      canonical))
+    return;
+  refuse("invalid-value", at.path(), at.request.origin, schema_.error_message());
+}
+
 void Edit::apply(lyd_node *parent, const RequestNode &request) {
   const lysc_node *node = bind(parent, request);
   const bool is_list = node->nodetype == LYS_LIST;
@@ -211,8 +225,14 @@ void Edit::apply(lyd_node *parent, const RequestNode &request) {
       refuse("bad-element", at.path(), request.origin,
              quoted(request.name) + " is a leaf and has no nodes below");
     }
-    set_leaf(target, at);
+    if (request.operation == Operation::stated)
+      check_leaf(at);
+    else
+      set_leaf(target, at);
     return;
+  }
+  if (request.value && !request.value->empty()) {
+    refuse("bad-element", at.path(), request.origin, quoted(request.name) + " holds nodes and no value");
   }
   if (target == nullptr) target = create(parent, node, at.keys);
   for (const RequestNode &child : request.children) {
@@ -245,16 +265,18 @@ const void *Edit::origin_of(const std::string &path, const std::vector<RequestNo
   return origin;
 }
 
-/// Applies the request to `configuration` and validates all of that. Throws EditError; the tree is then
-/// spoiled.
-void apply_and_validate(const Schema &schema, Tree &configuration, const std::vector<RequestNode> &request) {
+/// Applies the request to `configuration` and validates all of that if `check` says so. Throws EditError; the
+/// tree is then spoiled.
+void apply_and_validate(const Schema &schema, Tree &configuration, const std::vector<RequestNode> &request,
+                        Edited::Check check = Edited::Check::the_whole) {
   // libyang moves the first sibling; the owner follows it, also when the edit is refused.
   lyd_node *tree = configuration.release();
   try {
     Edit edit(schema, tree);
     for (const RequestNode &node : request) edit.apply(nullptr, node);
     schema.clear_errors();
-    if (lyd_validate_all(&tree, schema.context(), LYD_VALIDATE_NO_STATE, nullptr) != LY_SUCCESS) {
+    if (check == Edited::Check::the_whole &&
+        lyd_validate_all(&tree, schema.context(), LYD_VALIDATE_NO_STATE, nullptr) != LY_SUCCESS) {
       const std::string path = schema.error_path();
       const std::string message = schema.error_message();
       refuse("operation-failed", path, edit.origin_of(path, request), message);
@@ -275,18 +297,19 @@ Tree copy_of(const lyd_node *siblings) {
 }
 
 bool keeps_what_it_does_not_name(const RequestNode &request) {
-  return request.operation == Operation::none || request.operation == Operation::merge;
+  return request.operation == Operation::none || request.operation == Operation::merge ||
+         request.operation == Operation::stated;
 }
 
 }  // namespace
 
 Edited::Edited(const Schema &schema, const Tree &running, const std::vector<RequestNode> &request,
-               Scope scope)
+               Scope scope, Check check)
     : schema_(schema) {
   if (scope == Scope::what_it_touches) container_ = entries_only(running, request);
   if (container_ == nullptr) {
     tree_ = copy_of(running.get());
-    apply_and_validate(schema, tree_, request);
+    apply_and_validate(schema, tree_, request, check);
     return;
   }
   lyd_node *copy = nullptr;

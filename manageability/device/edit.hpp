@@ -15,10 +15,12 @@ namespace device {
 class Edited {
  public:
   enum class Scope { what_it_touches, everything };
+  /// What is validated: each node for itself, or also whether all go together.
+  enum class Check { each_node, the_whole };
 
   /// Applies the request in document order. `running` stays as it is. Throws EditError.
   Edited(const Schema &schema, const Tree &running, const std::vector<RequestNode> &request,
-         Scope scope = Scope::what_it_touches);
+         Scope scope = Scope::what_it_touches, Check check = Check::the_whole);
 
   /// An entry of interfaces that the request names.
   struct Entry {

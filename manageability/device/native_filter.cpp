@@ -89,7 +89,7 @@ struct LiveAdapter : FilterAdapter {
 
   std::vector<Data> data_children(Data node) const { return pointers(node->children); }
   bool same_node(Filter filter, Data node) const {
-    return filter->name == node->name && filter->ns == own_ns;
+    return filter->name == node->name && (filter->ns.empty() || filter->ns == own_ns);
   }
   bool equal(Filter filter, Data leaf) const { return filter->possible && *filter->value == leaf->value; }
   bool is_leaf(Data node) const { return node->is_leaf; }

@@ -56,7 +56,7 @@ class Reach {
  private:
   explicit Reach(std::string_view ns) : ns_(ns) {}
   bool names(const FilterNode &filter, std::string_view name) const {
-    return filter.name == name && filter.ns == ns_;
+    return filter.name == name && (filter.ns.empty() || filter.ns == ns_);
   }
   void add(const FilterNode &filter);
 

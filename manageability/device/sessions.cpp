@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -20,17 +21,22 @@ namespace device {
 
 namespace {
 
-constexpr const char *kRunningLock = "running.lock";
+/// Files of the locks, by datastore.
+constexpr std::array<const char *, 2> kLockFiles = {"running.lock", "candidate.lock"};
+
+constexpr size_t index_of(Datastore datastore) {
+  return static_cast<size_t>(datastore);
+}
 
 constexpr int kPatience = 2000;  ///< milliseconds until a session that should end is made to
 
-// The range of the lock on running tells who has it and since when: it begins with the holder's id and ends
+// The range of a lock tells who has it and since when: it begins with the holder's id and ends
 // this far behind the time. So the kernel answers both at once and never for a holder that is gone; nothing
 // is written, which a full disk could prevent. All ranges meet below this offset, so that one excludes the
 // others.
 constexpr off_t kBeyondIds = off_t{1} << 32;
 
-struct flock running_range(uint32_t id, int64_t since) {
+struct flock lock_range(uint32_t id, int64_t since) {
   auto range = whole_file(F_WRLCK);
   range.l_start = id;
   range.l_len = kBeyondIds + since - id;
@@ -114,7 +120,7 @@ struct Sessions::Impl {
     Descriptor file;
     Lock lock;
   };
-  std::optional<Held> held;  ///< the lock on running
+  std::array<std::optional<Held>, kLockFiles.size()> held;  ///< locks, by datastore
 };
 
 Sessions::Sessions(const std::filesystem::path &folder, std::string user, std::string source_host)
@@ -138,40 +144,42 @@ std::vector<SessionRecord> Sessions::live() const {
   return found;
 }
 
-std::optional<Sessions::Lock> Sessions::lock_state() const {
-  return probe_lock(impl_->sessions.open_to_read(kRunningLock));
+std::optional<Sessions::Lock> Sessions::lock_state(Datastore datastore) const {
+  return probe_lock(impl_->sessions.open_to_read(kLockFiles[index_of(datastore)]));
 }
 
 std::optional<Sessions::Lock> Sessions::lock_state(const std::filesystem::path &folder) {
   const SessionRegister sessions(folder, false);
-  return sessions.exists() ? probe_lock(sessions.open_to_read(kRunningLock)) : std::nullopt;
+  return sessions.exists() ? probe_lock(sessions.open_to_read(kLockFiles.front())) : std::nullopt;
 }
 
 // An open file description's lock, for it holds against the rest of this process too: the device, which asks
 // who has it before an edit, may be in the same one.
-std::optional<Sessions::Lock> Sessions::lock() {
-  if (impl_->held) return impl_->held->lock;
+std::optional<Sessions::Lock> Sessions::lock(Datastore datastore) {
+  auto &held = impl_->held[index_of(datastore)];
+  if (held) return held->lock;
+  const char *name = kLockFiles[index_of(datastore)];
   const Descriptor no_edit = impl_->folder.lock();
-  Descriptor file = impl_->sessions.open_to_write(kRunningLock);
+  Descriptor file = impl_->sessions.open_to_write(name);
   const Lock own = {impl_->self.id, std::max<int64_t>(std::time(nullptr), 0)};
   for (;;) {
-    auto range = running_range(own.holder, own.since);
+    auto range = lock_range(own.holder, own.since);
     if (::fcntl(file.get(), F_OFD_SETLK, &range) == 0) break;
     if (errno != EAGAIN && errno != EACCES) {
-      folder_failure("cannot lock", impl_->sessions.file(kRunningLock), errno,
-                     "use a file system with file locks");
+      folder_failure("cannot lock", impl_->sessions.file(name), errno, "use a file system with file locks");
     }
     // Released in between: try again.
     if (const auto other = probe_lock(file)) return other;
   }
-  impl_->held.emplace(Impl::Held{std::move(file), own});
+  held.emplace(Impl::Held{std::move(file), own});
   return std::nullopt;
 }
 
-bool Sessions::unlock() {
-  const bool held = impl_->held.has_value();
-  impl_->held.reset();
-  return held;
+bool Sessions::unlock(Datastore datastore) {
+  auto &held = impl_->held[index_of(datastore)];
+  const bool was_held = held.has_value();
+  held.reset();
+  return was_held;
 }
 
 Sessions::Kill Sessions::kill(uint32_t id) {

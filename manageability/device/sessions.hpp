@@ -1,5 +1,5 @@
 /// \file
-/// The NETCONF sessions that share a device folder, and the lock on its running datastore.
+/// The NETCONF sessions that share a device folder, and the locks on its datastores.
 #pragma once
 
 #include <sys/types.h>
@@ -13,6 +13,9 @@
 
 namespace device {
 
+/// A datastore of configuration (RFC 6241, section 5.1), which can be locked.
+enum class Datastore { running, candidate };
+
 /// One NETCONF session of a device folder.
 struct SessionRecord {
   uint32_t id = 0;
@@ -23,7 +26,7 @@ struct SessionRecord {
   bool operator==(const SessionRecord &) const = default;
 };
 
-/// The sessions of a device folder, and the lock on its running datastore (RFC 6241, section 7.5). Every
+/// The sessions of a device folder, and the locks on its datastores (RFC 6241, section 7.5). Every
 /// session is a process of its own and has one object of this class; what a dead one held is free again at
 /// once, for it is held by kernel file locks. Functions throw FolderError when the folder can no longer be
 /// used.
@@ -48,14 +51,14 @@ class Sessions {
     uint32_t holder = 0;
     int64_t since = 0;
   };
-  /// Of running, whoever holds it.
-  std::optional<Lock> lock_state() const;
-  /// The same without being a session.
+  /// Whoever holds it.
+  std::optional<Lock> lock_state(Datastore datastore = Datastore::running) const;
+  /// Of running, without being a session.
   static std::optional<Lock> lock_state(const std::filesystem::path &folder);
   /// Nothing: it is ours now. Else who has it, perhaps we ourselves. Waits for an edit in course.
-  std::optional<Lock> lock();
+  std::optional<Lock> lock(Datastore datastore = Datastore::running);
   /// False: it was not ours.
-  bool unlock();
+  bool unlock(Datastore datastore = Datastore::running);
 
   enum class Kill { done, no_such_session, denied };
   /// Ends the process of another session and waits until it is gone, with what it held: SIGTERM, and after

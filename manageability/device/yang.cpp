@@ -13,19 +13,14 @@ namespace device {
 
 namespace {
 
-// The first brings the second, which it augments: the other way round the second would be compiled twice.
-constexpr const char *kModules[] = {"Velm-NALTO-controller-ots-cfg", "Velm-NALTO-ifmgr-cfg"};
+constexpr std::string_view kInterfacesNs = kNativeModules[1].ns;
 
-constexpr std::string_view kInterfacesNs = "http://velm.example/ns/yang/Velm-NALTO-ifmgr-cfg";
-
-struct LiveModule {
-  const char *name;
-  std::string_view ns;
-};
-constexpr LiveModule kLiveModules[] = {
-    {"Velm-NALTO-controller-ots-oper", kOtsOperNs},
-    {"Velm-NALTO-pmengine-oper", kPmengineNs},
-};
+const NativeModule *live_module(std::string_view ns) {
+  for (const NativeModule &module : kNativeModules) {
+    if (module.is_live && module.ns == ns) return &module;
+  }
+  return nullptr;
+}
 
 /// Whether an entry's keys make this predicate.
 bool has_keys(const lyd_node *entry, std::string_view keys) {
@@ -72,7 +67,9 @@ Schema::Schema(const std::filesystem::path &models)
                       ": it must exist and be readable");
   }
   try {
-    for (const char *name : kModules) load(name);
+    for (const NativeModule &module : kNativeModules) {
+      if (!module.is_live) load(module.name);
+    }
     hash_ = models_.hash_of_given();
     const auto *top = find(nullptr, kInterfacesNs, "interface-configurations");
     interfaces_ = top == nullptr ? nullptr : find(top, kInterfacesNs, "interface-configuration");
@@ -97,7 +94,7 @@ void Schema::load(const char *module) const {
 }
 
 bool Schema::is_live(std::string_view ns) {
-  return std::ranges::find(kLiveModules, ns, &LiveModule::ns) != std::end(kLiveModules);
+  return live_module(ns) != nullptr;
 }
 
 const lysc_node *Schema::find(const lysc_node *parent, std::string_view ns, std::string_view name) const {
@@ -113,10 +110,16 @@ const lysc_node *Schema::find(const lysc_node *parent, std::string_view ns, std:
 }
 
 const lysc_node *Schema::look_up(const lysc_node *parent, std::string_view ns, std::string_view name) const {
+  if (ns.empty()) {
+    for (const NativeModule &any : kNativeModules) {
+      if (const lysc_node *node = find(parent, any.ns, name)) return node;
+    }
+    return nullptr;
+  }
   const std::string uri(ns);
   const lys_module *module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
-  const auto *live = std::ranges::find(kLiveModules, ns, &LiveModule::ns);
-  if (module == nullptr && live != std::end(kLiveModules)) {
+  const NativeModule *live = live_module(ns);
+  if (module == nullptr && live != nullptr) {
     load(live->name);
     module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
   }

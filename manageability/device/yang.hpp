@@ -20,6 +20,35 @@ namespace device {
 inline constexpr char kOtsOperNs[] = "http://velm.example/ns/yang/Velm-NALTO-controller-ots-oper";
 inline constexpr char kPmengineNs[] = "http://velm.example/ns/yang/Velm-NALTO-pmengine-oper";
 
+/// A module of the device's own.
+struct NativeModule {
+  const char *name;
+  const char *prefix;
+  const char *ns;
+  bool is_live;  ///< of live data, else of configuration
+};
+/// The first brings the second, which it augments: the other way round the second would be compiled twice.
+inline constexpr NativeModule kNativeModules[] = {
+    {"Velm-NALTO-controller-ots-cfg", "controller-ots-cfg",
+     "http://velm.example/ns/yang/Velm-NALTO-controller-ots-cfg", false},
+    {"Velm-NALTO-ifmgr-cfg", "a1", "http://velm.example/ns/yang/Velm-NALTO-ifmgr-cfg", false},
+    {"Velm-NALTO-controller-ots-oper", "controller-ots-oper", kOtsOperNs, true},
+    {"Velm-NALTO-pmengine-oper", "pmengine-oper", kPmengineNs, true},
+};
+
+/// A node at the top of the device's data.
+struct TopNode {
+  const char *name;
+  const char *ns;
+  bool is_live;
+};
+inline constexpr TopNode kTopNodes[] = {
+    {"global-interface-configuration", kNativeModules[1].ns, false},
+    {"interface-configurations", kNativeModules[1].ns, false},
+    {"ots-oper", kOtsOperNs, true},
+    {"performance-management-history", kPmengineNs, true},
+};
+
 /// Keeps libyang's messages in its context, away from standard error, on this thread while it lives.
 class LogScope {
  public:
@@ -46,8 +75,8 @@ class Schema {
   /// Of the texts of the modules.
   uint64_t hash() const { return hash_; }
 
-  /// A child of `parent` (of the top level if null); null if there is none. Throws FolderError as the
-  /// constructor, for a module of live data.
+  /// A child of `parent` (of the top level if null); null if there is none. The empty namespace is any.
+  /// Throws FolderError as the constructor, for a module of live data.
   const lysc_node *find(const lysc_node *parent, std::string_view ns, std::string_view name) const;
 
   bool knows_namespace(std::string_view ns) const;

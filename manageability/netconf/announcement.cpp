@@ -4,6 +4,7 @@
 #include <libyang/libyang.h>
 #include <link.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -13,9 +14,14 @@
 namespace ymap::netconf {
 namespace {
 
-/// As a module of YANG 1.1 it would be left to the capability yang-library (RFC 7950, section 5.6.4), but
-/// clients that know YANG 1.0 only, yangcli for one, then stumble over its data in a <get>.
 constexpr std::string_view kLibraryModule = "ietf-yang-library";
+
+/// Modules of YANG 1.1 may be left to the capability yang-library (RFC 7950, section 5.6.4), but clients that
+/// know YANG 1.0 only, yangcli for one, then stumble over their data in a <get>.
+bool is_announced(const CompiledSchema &schema, const lys_module *module) {
+  return module->parsed->version != LYS_VERSION_1_1 || module->name == kLibraryModule ||
+         std::ranges::find(schema.modules(), module) != schema.modules().end();
+}
 
 /// RFC 6020, section 5.6.4.
 std::string module_capability(const lys_module *module) {
@@ -78,8 +84,7 @@ Announcement announcement_of(const CompiledSchema &schema) {
   while (const auto *module = ly_ctx_get_module_iter(schema.context(), &at)) {
     made.modules.emplace_back(module->name);
     names += std::string(module->name) + "@" + revision(module) + "\n";
-    if (module->parsed->version != LYS_VERSION_1_1 || module->name == kLibraryModule)
-      of_modules.push_back(module_capability(module));
+    if (is_announced(schema, module)) of_modules.push_back(module_capability(module));
   }
   made.content_id = hash_of(names);
   const auto *library = ly_ctx_get_module_implemented(schema.context(), kLibraryModule.data());

@@ -14,9 +14,10 @@
 namespace ymap::netconf {
 
 struct Announcement {
-  std::vector<std::string> modules;       ///< names, in the order in which they were loaded
-  std::string content_id;                 ///< of all modules together (RFC 8525)
-  std::vector<std::string> capabilities;  ///< yang-library, and each module of YANG 1.0 (RFC 6020)
+  std::vector<std::string> modules;  ///< names, in the order in which they were loaded
+  std::string content_id;            ///< of all modules together (RFC 8525)
+  /// yang-library, each module of YANG 1.0 (RFC 6020), and those of the data whatever their version.
+  std::vector<std::string> capabilities;
 };
 
 /// Of the newest revision; empty for none.
@@ -38,7 +39,10 @@ struct BuiltInAnnouncement {
   std::string_view content_id = {};
   std::span<const std::string_view> capabilities = {};
 };
-/// By announcement_generator.cpp.
+// By announcement_generator.cpp.
+/// Of the OpenConfig model.
 extern const BuiltInAnnouncement kBuiltInAnnouncement;
+/// Of the device's own modules.
+extern const BuiltInAnnouncement kNativeAnnouncement;
 
 }  // namespace ymap::netconf

@@ -13,23 +13,31 @@
 namespace ymap::netconf {
 namespace {
 
-void write_texts(const char *name, const std::vector<std::string> &texts, std::ostream &out) {
+void write_texts(const std::string &name, const std::vector<std::string> &texts, std::ostream &out) {
   out << "constexpr std::string_view " << name << "[] = {\n";
   for (const auto &text : texts) out << "    \"" << text << "\",\n";
   out << "};\n";
 }
 
-void generate(const std::filesystem::path &models, const std::string &module, const char *file) {
+/// `name` is that of the record, as announcement.hpp has it.
+void write_announcement(const std::filesystem::path &models, const std::vector<std::string> &modules,
+                        const std::string &name, std::ostream &out) {
   const auto companions = protocol_modules();
-  const auto made = announcement_of(CompiledSchema(models, module, companions));
+  const auto made = announcement_of(CompiledSchema(models, modules, companions));
   const std::vector<std::string_view> names(made.modules.begin(), made.modules.end());
+  write_texts(name + "Modules", made.modules, out);
+  write_texts(name + "Capabilities", made.capabilities, out);
+  out << "constinit const BuiltInAnnouncement " << name << " = {"
+      << fingerprint(companions.folders(models), names).value_or(0) << "U, " << name << "Modules, \""
+      << made.content_id << "\", " << name << "Capabilities};\n\n";
+}
+
+void generate(const std::filesystem::path &models, const std::string &module, const char *file) {
   std::ofstream out(file);
-  out << "#include \"announcement.hpp\"\n\nnamespace ymap::netconf {\nnamespace {\n\n";
-  write_texts("kModules", made.modules, out);
-  write_texts("kCapabilities", made.capabilities, out);
-  out << "\n}  // namespace\n\nconstinit const BuiltInAnnouncement kBuiltInAnnouncement = {"
-      << fingerprint(companions.folders(models), names).value_or(0) << "U, kModules, \"" << made.content_id
-      << "\", kCapabilities};\n\n}  // namespace ymap::netconf\n";
+  out << "#include \"announcement.hpp\"\n\nnamespace ymap::netconf {\n\n";
+  write_announcement(models, {module}, "kBuiltInAnnouncement", out);
+  write_announcement(models, native_modules(), "kNativeAnnouncement", out);
+  out << "}  // namespace ymap::netconf\n";
   if (!out.flush()) throw UsageError(std::string(file) + " cannot be written");
 }
 

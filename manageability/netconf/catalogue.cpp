@@ -7,11 +7,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "announcement.hpp"
 #include "data_writer.hpp"
 #include "hello.hpp"
 #include "printable.hpp"
+#include "protocol_modules.hpp"
 #include "rpc_error.hpp"
 
 namespace ymap::netconf {
@@ -43,16 +46,35 @@ void remove_locations(lyd_node *tree) {
 
 }  // namespace
 
-Catalogue::Catalogue(const Schema &schema) : schema_(schema) {
+PublishedModules openconfig_modules(const Schema &schema) {
+  return {schema.companions().folders(schema.models()),
+          [&schema]() -> const CompiledSchema & { return schema.yang(); }, &kBuiltInAnnouncement};
+}
+
+PublishedModules device_modules(const std::filesystem::path &models, Candidate candidate) {
+  const auto companions = protocol_modules(candidate);
+  auto compiled = std::make_shared<std::optional<CompiledSchema>>();
+  const auto yang = [=]() -> const CompiledSchema & {
+    if (!*compiled) compiled->emplace(models, native_modules(), companions);
+    return **compiled;
+  };
+  // The protocol's own module is announced with its features, and the candidate is one.
+  const auto *known = candidate == Candidate::absent ? &kNativeAnnouncement : nullptr;
+  return {companions.folders(models), yang, known, candidate};
+}
+
+Catalogue::Catalogue(PublishedModules modules) : modules_(std::move(modules)) {
   capabilities_ = base_capabilities();
   capabilities_.insert(capabilities_.end(), kProtocolCapabilities.begin(), kProtocolCapabilities.end());
-  const auto folders = schema.companions().folders(schema.models());
-  const auto &known = kBuiltInAnnouncement;
-  if (fingerprint(folders, known.modules) == std::optional(known.fingerprint)) {
-    content_id_ = known.content_id;
-    capabilities_.insert(capabilities_.end(), known.capabilities.begin(), known.capabilities.end());
+  if (modules_.candidate == Candidate::present)
+    capabilities_.emplace_back("urn:ietf:params:netconf:capability:candidate:1.0");
+  const auto *known = modules_.announcement;
+  if (known != nullptr &&
+      fingerprint(modules_.folders, known->modules) == std::optional(known->fingerprint)) {
+    content_id_ = known->content_id;
+    capabilities_.insert(capabilities_.end(), known->capabilities.begin(), known->capabilities.end());
   } else {
-    const auto made = announcement_of(schema.yang());
+    const auto made = announcement_of(modules_.yang());
     content_id_ = made.content_id;
     capabilities_.insert(capabilities_.end(), made.capabilities.begin(), made.capabilities.end());
   }

@@ -1,11 +1,15 @@
 /// \file
-/// The YANG modules that clients see: the protocol's and the OpenConfig model, not the device's own.
+/// The YANG modules that clients see: the protocol's, and those of the data that is served.
 #pragma once
 
+#include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "announcement.hpp"
 #include "device.hpp"
+#include "rpc_parameters.hpp"
 #include "schema.hpp"
 
 struct lys_module;
@@ -15,17 +19,32 @@ namespace ymap::netconf {
 /// Data of the catalogue's modules, first sibling. Must not outlive the catalogue.
 using device::Tree;
 
+/// The modules that a server publishes, the protocol's among them.
+struct PublishedModules {
+  device::ModelFolders folders;  ///< where they are found
+  /// Has them compiled, once; must outlive what is made of this.
+  std::function<const CompiledSchema &()> yang;
+  const BuiltInAnnouncement *announcement = nullptr;  ///< of their usual form; null if there is none
+  Candidate candidate = Candidate::absent;
+};
+
+/// The OpenConfig model; `schema` has protocol_modules() as companions and must outlive the result.
+PublishedModules openconfig_modules(const Schema &schema);
+
+/// The device's own modules, in the folder `models`. Throws UsageError.
+PublishedModules device_modules(const std::filesystem::path &models, Candidate candidate);
+
 class Catalogue {
  public:
-  /// `schema` has the protocol's modules as companions and must outlive the object. Throws UsageError.
-  explicit Catalogue(const Schema &schema);
+  /// Throws UsageError.
+  explicit Catalogue(PublishedModules modules);
 
   /// Of the server's <hello>.
   const std::vector<std::string> &capabilities() const { return capabilities_; }
 
   // The rest has the schema's modules compiled when it is first asked for, and throws UsageError.
 
-  ly_ctx *context() const { return schema_.yang().context(); }
+  ly_ctx *context() const { return modules_.yang().context(); }
   /// ietf-netconf-monitoring (RFC 6022).
   const lys_module *monitoring() const;
   /// In the order in which they were loaded.
@@ -42,7 +61,7 @@ class Catalogue {
                      const std::string &format) const;
 
  private:
-  const Schema &schema_;
+  PublishedModules modules_;
   std::string content_id_;
   std::vector<std::string> capabilities_;
   mutable Tree library_;

@@ -1,12 +1,14 @@
 // From a server's XML to answers and faults.
 #include "client_reply.hpp"
 
+#include <charconv>
 #include <map>
 
 #include "datatree.hpp"
 #include "openconfig_answer.hpp"
 #include "rpc_error.hpp"
 #include "server_channel.hpp"
+#include "yang.hpp"
 
 namespace ymap::netconf {
 namespace {
@@ -51,29 +53,40 @@ class DataReader {
   std::vector<std::string> foreign_;
 };
 
-/// An XPath with a prefix before each name (RFC 6241, section 4.3) as the instance path that faults have
-/// here: the module's name at the first step alone. What the prefixes stand for is
-/// not looked up: servers write the module's own prefix or its name. A path of another module stays as it is.
-std::string instance_path(const Schema &schema, std::string_view path) {
-  const auto colon = path.find(':');
-  if (!path.starts_with('/') || colon == std::string_view::npos) return std::string(path);
-  const auto name = path.substr(1, colon - 1);
-  const auto prefix = path.substr(1, colon);
-  if (name != schema.prefix() && name != schema.module_name()) return std::string(path);
-  std::string found = "/" + std::string(schema.module_name()) + ":";
+/// The name of the module that a prefix stands for; empty if it is not known.
+using ModuleOf = std::function<std::string(std::string_view prefix)>;
+
+std::string instance_path(std::string_view xpath, const ModuleOf &module_of) {
+  std::string path;
+  std::string module;
   char quote = '\0';
-  for (auto at = colon + 1; at < path.size(); ++at) {
-    const char character = path[at];
-    if (quote != '\0') {
-      if (character == quote) quote = '\0';
-    } else if (character == '\'' || character == '"') {
-      quote = character;
+  bool in_predicate = false;
+  for (std::size_t at = 0; at < xpath.size(); ++at) {
+    const char character = xpath[at];
+    path += character;
+    if (quote != '\0' || character == '\'' || character == '"') {
+      if (quote == '\0')
+        quote = character;
+      else if (character == quote)
+        quote = '\0';
+      continue;
     }
-    found += character;
-    const bool name_follows = quote == '\0' && (character == '/' || character == '[');
-    if (name_follows && path.compare(at + 1, prefix.size(), prefix) == 0) at += prefix.size();
+    if (character == ']') in_predicate = false;
+    if (character != '/' && character != '[') continue;
+    in_predicate = in_predicate || character == '[';
+    const auto name = xpath.substr(at + 1, xpath.find_first_of("/[]='\"", at + 1) - at - 1);
+    const auto colon = name.find(':');
+    if (colon == std::string_view::npos) {
+      if (path.size() == 1) return std::string(xpath);
+      continue;
+    }
+    const auto found = module_of(name.substr(0, colon));
+    if (found.empty()) return std::string(xpath);
+    if (!in_predicate && found != module) path.append(found).append(":");
+    if (!in_predicate) module = found;
+    at += colon + 1;
   }
-  return found;
+  return path;
 }
 
 /// One <rpc-error>, and whether it is but a warning.
@@ -82,7 +95,17 @@ struct ReadError {
   bool warning = false;
 };
 
-ReadError read_error(const Schema &schema, const XmlElement &element) {
+/// The session that holds a lock, where an <error-info> tells one.
+uint32_t holder(const XmlElement &info) {
+  uint32_t id = 0;
+  for (const auto &part : info.children()) {
+    const auto text = trimmed(part.text());
+    if (part.name() == "session-id") std::from_chars(text.data(), text.data() + text.size(), id);
+  }
+  return id;
+}
+
+ReadError read_error(const XmlElement &element, const PathReader &read_path) {
   ReadError error;
   const std::map<std::string_view, std::string *> texts = {{"error-type", &error.fault.type},
                                                            {"error-tag", &error.fault.tag},
@@ -91,7 +114,8 @@ ReadError read_error(const Schema &schema, const XmlElement &element) {
   for (const auto &part : element.children()) {
     const auto text = texts.find(part.name());
     if (text != texts.end()) *text->second = trimmed(part.text());
-    if (part.name() == "error-path") error.fault.path = instance_path(schema, trimmed(part.text()));
+    if (part.name() == "error-path") error.fault.path = read_path(trimmed(part.text()));
+    if (part.name() == "error-info") error.fault.session_id = holder(part);
     if (part.name() == "error-severity") error.warning = trimmed(part.text()) == "warning";
   }
   if (error.fault.tag.empty()) error.fault.tag = "operation-failed";
@@ -138,12 +162,18 @@ Answer read_data(const Schema &schema, const XmlElements &data) {
   return DataReader(schema).read(data);
 }
 
-std::optional<Fault> read_errors(const Schema &schema, const XmlElements &reply,
-                                 std::vector<std::string> &warnings) {
+std::optional<XmlElement> data_of(const XmlElements &reply) {
+  for (const auto &part : reply)
+    if (part.name() == "data") return part;
+  return std::nullopt;
+}
+
+std::optional<Fault> read_errors(const XmlElements &reply, std::vector<std::string> &warnings,
+                                 const PathReader &read_path) {
   std::optional<Fault> fault;
   for (const auto &element : reply) {
     if (element.name() != "rpc-error") continue;
-    const auto error = read_error(schema, element);
+    const auto error = read_error(element, read_path);
     if (error.warning) {
       warnings.push_back(in_words(error.fault));
     } else if (fault) {
@@ -153,6 +183,23 @@ std::optional<Fault> read_errors(const Schema &schema, const XmlElements &reply,
     }
   }
   return fault;
+}
+
+PathReader openconfig_paths(const Schema &schema) {
+  return [&schema](std::string_view xpath) {
+    return instance_path(xpath, [&](std::string_view prefix) {
+      const bool own = prefix == schema.prefix() || prefix == schema.module_name();
+      return std::string(own ? schema.module_name() : std::string_view());
+    });
+  };
+}
+
+std::string native_path(std::string_view xpath) {
+  return instance_path(xpath, [](std::string_view prefix) {
+    for (const auto &module : device::kNativeModules)
+      if (prefix == module.prefix || prefix == module.name) return std::string(module.name);
+    return std::string();
+  });
 }
 
 }  // namespace ymap::netconf

@@ -4,8 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <iostream>
-#include <memory>
+#include <optional>
 #include <utility>
 
 #include "printable.hpp"
@@ -15,56 +14,39 @@
 namespace ymap::netconf {
 namespace {
 
-Answer run(Session &requests, const Request &request) {
-  auto answer = requests.run(request);
-  for (const auto &warning : answer.warnings) std::cerr << "ymap: warning: " << printable(warning) << "\n";
-  return answer;
-}
-
-/// get-config, edit-config and validate: the device's own business.
-Action parse_request(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  auto request =
-      std::make_shared<const Request>(ymap::parse_operation(operation, path, parts.requests.schema()));
-  return [request, &parts]() -> Result {
-    return {content_of(parts.requests.schema(), *request, run(parts.requests, *request), Layout::compact)};
-  };
+/// What the service alone does.
+Action parse_data(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+  return [action = parts.data.parse(operation, path)]() -> Result { return {action()}; };
 }
 
 /// The data of the device and that of the server.
 Action parse_get(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  auto request =
-      std::make_shared<const Request>(ymap::parse_operation(operation, path, parts.requests.schema()));
+  auto action = parts.data.parse(operation, path);
   std::optional<XmlElements> filter;
   for (const auto &parameter : operation.children())
     if (parameter.name() == "filter") filter = parameter.children();
-  return [request, filter, &parts]() -> Result {
-    auto content =
-        content_of(parts.requests.schema(), *request, run(parts.requests, *request), Layout::compact);
+  return [action = std::move(action), filter, &parts]() -> Result {
+    auto content = action();
     content.data += parts.server_data.read(filter, parts.counters);
     return {std::move(content)};
   };
 }
 
+device::Datastore target_of(const XmlElement &operation, const std::string &path, const SessionParts &parts) {
+  return Parameters(operation, path, {"target"}).datastore("target", parts.data.candidate());
+}
+
 Action parse_lock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  Parameters(operation, path, {"target"}).require_running("target");
-  return [&parts]() -> Result {
-    const auto held = parts.sessions.lock();
-    if (!held) return {};
-    const auto holder = std::to_string(held->holder);
-    throw RpcError({.type = "protocol",
-                    .tag = "lock-denied",
-                    .message = held->holder == parts.sessions.id()
-                                   ? "this session, " + holder + ", holds the lock on running already"
-                                   : "session " + holder + " holds the lock on running",
-                    .session_id = held->holder});
+  return [target = target_of(operation, path, parts), &parts]() -> Result {
+    parts.data.check_lockable(target);
+    parts.sessions.lock(target);
+    return {};
   };
 }
 
 Action parse_unlock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  Parameters(operation, path, {"target"}).require_running("target");
-  return [&parts]() -> Result {
-    if (!parts.sessions.unlock())
-      refuse("operation-failed", "this session does not hold the lock on running", {});
+  return [target = target_of(operation, path, parts), &parts]() -> Result {
+    parts.sessions.unlock(target);
     return {};
   };
 }
@@ -85,16 +67,8 @@ Action parse_kill(const XmlElement &operation, const std::string &path, SessionP
     refuse("invalid-value", "session-id \"" + shortened(text) + "\" is no positive integer", where);
   if (id == parts.sessions.id())
     refuse("invalid-value", "a session cannot kill itself; close-session ends it", where);
-  return [id, where, &parts]() -> Result {
-    const auto number = std::to_string(id);
-    switch (parts.sessions.kill(id)) {
-      case device::Sessions::Kill::done:
-        break;
-      case device::Sessions::Kill::no_such_session:
-        refuse("invalid-value", "there is no session " + number, where);
-      case device::Sessions::Kill::denied:
-        refuse("access-denied", "this user may not end session " + number, where);
-    }
+  return [id, &parts]() -> Result {
+    parts.sessions.kill(id);
     return {};
   };
 }
@@ -115,12 +89,15 @@ Action parse_get_schema(const XmlElement &operation, const std::string &path, Se
 struct Operation {
   std::string_view ns, name;
   Action (*parse)(const XmlElement &operation, const std::string &path, SessionParts &parts);
+  bool of_candidate = false;  ///< only where there is a candidate datastore
 };
-constexpr std::array<Operation, 9> kOperations = {{
+constexpr std::array<Operation, 11> kOperations = {{
     {kNetconfNs, "get", parse_get},
-    {kNetconfNs, "get-config", parse_request},
-    {kNetconfNs, "edit-config", parse_request},
-    {kNetconfNs, "validate", parse_request},
+    {kNetconfNs, "get-config", parse_data},
+    {kNetconfNs, "edit-config", parse_data},
+    {kNetconfNs, "validate", parse_data},
+    {kNetconfNs, "commit", parse_data, true},
+    {kNetconfNs, "discard-changes", parse_data, true},
     {kNetconfNs, "lock", parse_lock},
     {kNetconfNs, "unlock", parse_unlock},
     {kNetconfNs, "close-session", parse_close},
@@ -128,10 +105,16 @@ constexpr std::array<Operation, 9> kOperations = {{
     {kMonitoringNs, "get-schema", parse_get_schema},
 }};
 
-[[noreturn]] void refuse_unknown(const XmlElement &operation, const std::string &path) {
+bool is_there(const Operation &row, const SessionParts &parts) {
+  return !row.of_candidate || parts.data.candidate() == Candidate::present;
+}
+
+[[noreturn]] void refuse_unknown(const XmlElement &operation, const std::string &path,
+                                 const SessionParts &parts) {
   const std::string name(operation.name());
   std::string known;
-  for (const auto &row : kOperations) known.append(known.empty() ? "" : ", ").append(row.name);
+  for (const auto &row : kOperations)
+    if (is_there(row, parts)) known.append(known.empty() ? "" : ", ").append(row.name);
   not_supported("operation " + shortened(name) + " of namespace \"" + shortened(operation.ns()) +
                     "\" is not supported; supported are " + known,
                 path);
@@ -143,9 +126,9 @@ Action parse_operation(const RpcMessage &message, SessionParts &parts) {
   const auto operation = message.operation();
   const auto path = step({}, kProtocolModule, "rpc");
   const auto row = std::ranges::find_if(kOperations, [&](const Operation &one) {
-    return one.name == operation.name() && one.ns == operation.ns();
+    return one.name == operation.name() && one.ns == operation.ns() && is_there(one, parts);
   });
-  if (row == kOperations.end()) refuse_unknown(operation, path);
+  if (row == kOperations.end()) refuse_unknown(operation, path, parts);
   return row->parse(operation, path, parts);
 }
 

@@ -5,17 +5,18 @@
 #include <functional>
 
 #include "catalogue.hpp"
+#include "data_service.hpp"
+#include "openconfig_request.hpp"
 #include "rpc_reply.hpp"
 #include "server_data.hpp"
-#include "session.hpp"
-#include "sessions.hpp"
+#include "session_control.hpp"
 
 namespace ymap::netconf {
 
 /// What the operations of a session work on.
 struct SessionParts {
-  Session &requests;
-  device::Sessions &sessions;
+  DataService &data;
+  SessionControl &sessions;
   const Catalogue &catalogue;
   const ServerData &server_data;
   const Counters &counters;

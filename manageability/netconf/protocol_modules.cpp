@@ -4,22 +4,31 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "rpc_error.hpp"
+#include "yang.hpp"
 
 namespace ymap::netconf {
 
-Companions protocol_modules() {
+Companions protocol_modules(Candidate candidate) {
   const char *named = std::getenv("YMAP_IETF_MODULES");
   const std::filesystem::path folder = named == nullptr || *named == '\0' ? YMAP_IETF_MODULES : named;
   std::error_code error;
   if (!std::filesystem::is_directory(folder, error))
     throw UsageError("folder of IETF modules " + folder.string() +
                      " does not exist; install the package libyuma-base or name it in YMAP_IETF_MODULES");
-  return {folder,
-          {{"ietf-netconf", {"writable-running", "rollback-on-error", "validate"}},
-           {"ietf-netconf-monitoring"},
-           {"ietf-netconf-with-defaults"}}};
+  std::vector<const char *> features = {"writable-running", "rollback-on-error", "validate"};
+  if (candidate == Candidate::present) features.push_back("candidate");
+  return {
+      folder,
+      {{"ietf-netconf", std::move(features)}, {"ietf-netconf-monitoring"}, {"ietf-netconf-with-defaults"}}};
+}
+
+std::vector<std::string> native_modules() {
+  std::vector<std::string> names;
+  for (const auto &module : device::kNativeModules) names.emplace_back(module.name);
+  return names;
 }
 
 }  // namespace ymap::netconf

@@ -2,13 +2,20 @@
 /// The IETF's modules that the server speaks.
 #pragma once
 
-#include "schema.hpp"
+#include <string>
+#include <vector>
+
+#include "compiled_schema.hpp"
+#include "rpc_parameters.hpp"
 
 namespace ymap::netconf {
 
 /// The protocol's modules and the features of them that are supported, to be loaded beside the OpenConfig
-/// model. They are looked for where they are installed, or in the folder that the environment names in
-/// YMAP_IETF_MODULES. Throws UsageError if there is no such folder.
-Companions protocol_modules();
+/// model or the device's own. They are looked for where they are installed, or in the folder that the
+/// environment names in YMAP_IETF_MODULES. Throws UsageError if there is no such folder.
+Companions protocol_modules(Candidate candidate = Candidate::absent);
+
+/// Names of the device's own modules.
+std::vector<std::string> native_modules();
 
 }  // namespace ymap::netconf

@@ -9,14 +9,13 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
-#include "catalogue.hpp"
 #include "hello.hpp"
 #include "operations.hpp"
 #include "rpc_error.hpp"
 #include "rpc_reply.hpp"
 #include "server_data.hpp"
-#include "sessions.hpp"
 #include "transport.hpp"
 
 namespace ymap::netconf {
@@ -59,21 +58,21 @@ Fault fault_of(const std::exception &error) {
 
 class Server {
  public:
-  Server(Session &requests, const std::filesystem::path &folder)
-      : sessions_(std::in_place, folder, user_name(), client_host()),
-        catalogue_(requests.schema()),
-        server_data_(catalogue_, *sessions_),
-        parts_{requests, *sessions_, catalogue_, server_data_, counters_} {
-    requests.act_for(sessions_->id());
+  explicit Server(const Service &service)
+      : session_(service.enter({user_name(), client_host()})),
+        catalogue_(service.modules),
+        server_data_(catalogue_, *session_, datastores(service.data)),
+        parts_{service.data, *session_, catalogue_, server_data_, counters_} {
+    service.data.act_for(*session_);
   }
 
   void run() {
-    transport_.send(write_hello(catalogue_.capabilities(), sessions_->id()));
+    transport_.send(write_hello(catalogue_.capabilities(), session_->id()));
     if (!open()) return;
     while (const auto message = transport_.receive()) {
       const auto reply = answer(*message);
       // Its lock and its place are free before the client hears so (RFC 6241, section 7.8).
-      if (reply.last) sessions_.reset();
+      if (reply.last) session_.reset();
       transport_.send(reply.text);
       if (reply.last) return;
     }
@@ -84,6 +83,12 @@ class Server {
     std::string text;
     bool last = false;  ///< of the session
   };
+
+  static std::vector<device::Datastore> datastores(const DataService &data) {
+    std::vector<device::Datastore> all = {device::Datastore::running};
+    if (data.candidate() == Candidate::present) all.push_back(device::Datastore::candidate);
+    return all;
+  }
 
   /// False: the client is gone already.
   bool open() {
@@ -135,7 +140,7 @@ class Server {
   }
 
   Transport transport_{STDIN_FILENO, STDOUT_FILENO};
-  std::optional<device::Sessions> sessions_;  ///< until the session is closed
+  std::unique_ptr<SessionControl> session_;  ///< until the session is closed
   Catalogue catalogue_;
   Counters counters_;
   ServerData server_data_;
@@ -144,8 +149,8 @@ class Server {
 
 }  // namespace
 
-void serve(Session &requests, const std::filesystem::path &folder) {
-  Server(requests, folder).run();
+void serve(const Service &service) {
+  Server(service).run();
 }
 
 }  // namespace ymap::netconf

@@ -2,16 +2,26 @@
 /// A NETCONF session on standard input and output.
 #pragma once
 
-#include <filesystem>
+#include <functional>
+#include <memory>
 
-#include "session.hpp"
+#include "catalogue.hpp"
+#include "data_service.hpp"
+#include "session_control.hpp"
 
 namespace ymap::netconf {
 
+/// What a session is served with.
+struct Service {
+  DataService &data;
+  PublishedModules modules;
+  /// Makes the session one among those of the device.
+  std::function<std::unique_ptr<SessionControl>(const Peer &peer)> enter;
+};
+
 /// Serves one session until it is closed or its client is gone; OpenSSH's server runs a process for each.
-/// `folder` is the device's, which `requests` work on; their schema has the companions protocol_modules().
 /// Throws UsageError, device::FolderError, and TransportError, FramingError or SessionKilled where the
 /// session did not end in order.
-void serve(Session &requests, const std::filesystem::path &folder);
+void serve(const Service &service);
 
 }  // namespace ymap::netconf

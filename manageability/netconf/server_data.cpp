@@ -33,11 +33,11 @@ void add_capabilities(StateWriter &state, const Catalogue &catalogue) {
   state.close();
 }
 
-/// There is one datastore, with one kind of lock.
-void add_datastores(StateWriter &state, const std::optional<device::Sessions::Lock> &lock) {
-  state.open("datastores");
+/// There is one kind of lock.
+void add_datastore(StateWriter &state, device::Datastore datastore,
+                   const std::optional<device::Sessions::Lock> &lock) {
   state.open("datastore");
-  state.leaf("name", "running");
+  state.leaf("name", name_of(datastore));
   if (lock && lock->holder != 0) {
     state.open("locks");
     state.open("global-lock");
@@ -46,7 +46,6 @@ void add_datastores(StateWriter &state, const std::optional<device::Sessions::Lo
     state.close();
     state.close();
   }
-  state.close();
   state.close();
 }
 
@@ -101,8 +100,12 @@ const lysc_node *node_at(const lys_module *module, std::initializer_list<const c
 
 }  // namespace
 
-ServerData::ServerData(const Catalogue &catalogue, const device::Sessions &sessions)
-    : catalogue_(catalogue), sessions_(sessions), started_(std::time(nullptr)) {}
+ServerData::ServerData(const Catalogue &catalogue, const SessionControl &sessions,
+                       std::vector<device::Datastore> datastores)
+    : catalogue_(catalogue),
+      sessions_(sessions),
+      datastores_(std::move(datastores)),
+      started_(std::time(nullptr)) {}
 
 const std::string &ServerData::session_text(const device::SessionRecord &record) const {
   auto &[known, text] = others_[record.id];
@@ -127,7 +130,9 @@ std::string ServerData::netconf_state(const Counters &counters) const {
   StateWriter state(module, nullptr, xml);
   state.open(kState);
   add_capabilities(state, catalogue_);
-  add_datastores(state, sessions_.lock_state());
+  state.open("datastores");
+  for (const auto datastore : datastores_) add_datastore(state, datastore, sessions_.lock_state(datastore));
+  state.close();
   xml.raw(schemas_);
   state.open("sessions");
   decltype(others_) live;

@@ -8,9 +8,10 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "catalogue.hpp"
-#include "sessions.hpp"
+#include "session_control.hpp"
 #include "xml_document.hpp"
 
 namespace ymap::netconf {
@@ -24,8 +25,9 @@ struct Counters {
 
 class ServerData {
  public:
-  /// Both must outlive the object.
-  ServerData(const Catalogue &catalogue, const device::Sessions &sessions);
+  /// Of a server with these datastores. What is given by reference must outlive the object.
+  ServerData(const Catalogue &catalogue, const SessionControl &sessions,
+             std::vector<device::Datastore> datastores);
 
   /// All of it, or what the elements of a subtree filter select, in XML. Only what is selected is made.
   std::string read(const std::optional<XmlElements> &filter, const Counters &counters) const;
@@ -35,7 +37,8 @@ class ServerData {
   const std::string &session_text(const device::SessionRecord &record) const;
 
   const Catalogue &catalogue_;
-  const device::Sessions &sessions_;
+  const SessionControl &sessions_;
+  std::vector<device::Datastore> datastores_;
   std::time_t started_;
   mutable std::string schemas_;  ///< <schemas>, which stay the same; once it was made
   /// <session> of other sessions, by id.

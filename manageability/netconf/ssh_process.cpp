@@ -101,7 +101,19 @@ SshProcess::SshProcess(const Destination &destination) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input_[Pipe::reading], STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output_[Pipe::writing], STDOUT_FILENO);
-  const int error = posix_spawnp(&process_, arguments[0], &actions, nullptr, arguments.data(), environ);
+  // A server holds signals back while it works; ssh shall hear them.
+  sigset_t none;
+  sigset_t pipe;
+  sigemptyset(&none);
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  posix_spawnattr_setsigmask(&attributes, &none);
+  posix_spawnattr_setsigdefault(&attributes, &pipe);
+  const int error = posix_spawnp(&process_, arguments[0], &actions, &attributes, arguments.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) {
     throw UsageError(std::string("ssh cannot be started: ") + std::strerror(error) +

@@ -121,7 +121,7 @@ void CompiledSchema::ContextDeleter::operator()(ly_ctx *context) const {
   ly_ctx_destroy(context);
 }
 
-CompiledSchema::CompiledSchema(const std::filesystem::path &models, const std::string &module,
+CompiledSchema::CompiledSchema(const std::filesystem::path &models, const std::vector<std::string> &modules,
                                const Companions &companions)
     : models_(companions.folders(models)) {
   using libyang::YangLibrary;
@@ -134,7 +134,7 @@ CompiledSchema::CompiledSchema(const std::filesystem::path &models, const std::s
     features.push_back(nullptr);
     load(companion.name, companions.folder, features.data());
   }
-  module_ = load(module.c_str(), models, nullptr);
+  for (const auto &module : modules) modules_.push_back(load(module.c_str(), models, nullptr));
   libyang::keep_order(context());
 }
 

@@ -36,14 +36,17 @@ struct Companions {
 /// A libyang context with the module. To make one costs tens of times as much as a request.
 class CompiledSchema {
  public:
-  /// Loads the companions, if there are any, and then `module` from the folder `models`. Throws UsageError.
-  CompiledSchema(const std::filesystem::path &models, const std::string &module,
+  /// Loads the companions, if there are any, and then `modules` from the folder `models`, at least one.
+  /// Throws UsageError.
+  CompiledSchema(const std::filesystem::path &models, const std::vector<std::string> &modules,
                  const Companions &companions = {});
   CompiledSchema(const CompiledSchema &) = delete;
   CompiledSchema &operator=(const CompiledSchema &) = delete;
 
   ly_ctx *context() const { return context_.get(); }
-  const lys_module *module() const { return module_; }
+  /// Without the companions.
+  const std::vector<const lys_module *> &modules() const { return modules_; }
+  const lys_module *module() const { return modules_.front(); }
 
  private:
   struct ContextDeleter {
@@ -53,7 +56,7 @@ class CompiledSchema {
 
   device::ModelFolders models_;
   std::unique_ptr<ly_ctx, ContextDeleter> context_;
-  const lys_module *module_ = nullptr;
+  std::vector<const lys_module *> modules_;
 };
 
 /// The table of a module, made from libyang's tree of it.

@@ -7,13 +7,12 @@
 #include <string_view>
 
 #include "datatree.hpp"
+#include "operation_parameters.hpp"
 #include "rpc_error.hpp"
 #include "schema.hpp"
 #include "xml_document.hpp"
 
 namespace ymap {
-
-enum class DefaultOperation { merge, replace, none };
 
 /// Adds the edit that stands in the element `around` below the root of `tree`; `where` is the path of
 /// `around`. By default operation "none" only what has an effect is added, and `stated` is set to all that

@@ -35,28 +35,19 @@ std::vector<device::RequestNode> device_nodes(const vidl_yfw_datatree *parent) {
   return nodes;
 }
 
-/// Builds the framework's tree of what the device gives out.
-class AnswerTree : public device::AnswerSink {
- public:
-  explicit AnswerTree(yfw::Datatree &tree) : tree_(tree), open_{tree.root()} {}
-
-  void open(const char *name, const char *ns) override { open_.push_back(tree_.add(open_.back(), name, ns)); }
-  void leaf(const char *name, const char *ns, const char *value) override {
-    tree_.add(open_.back(), name, ns, value);
-  }
-  void close() override { open_.pop_back(); }
-
- private:
-  yfw::Datatree &tree_;
-  std::vector<vidl_yfw_datatree *> open_;  ///< the innermost last
-};
+/// The device names its own leaf; the client knows the one that the path names.
+std::string words(const device::EditError &error) {
+  if (error.error_tag == "data-exists") return "it exists already";
+  if (error.error_tag == "data-missing") return "there is nothing to delete";
+  return error.what();
+}
 
 template <typename Work>
 void passing_refusals_on(const Work &work) {
   try {
     work();
   } catch (const device::EditError &error) {
-    yfw::NativeRefusal refusal(error.what());
+    yfw::NativeRefusal refusal(words(error));
     refusal.error_tag = error.error_tag;
     refusal.node = static_cast<const vidl_yfw_datatree *>(error.origin);
     throw refusal;
@@ -65,28 +56,28 @@ void passing_refusals_on(const Work &work) {
 
 }  // namespace
 
-DeviceDatastore::DeviceDatastore(std::filesystem::path folder, std::filesystem::path models)
+FolderDevice::FolderDevice(std::filesystem::path folder, std::filesystem::path models)
     : folder_(std::move(folder)), models_(std::move(models)) {}
 
-device::Device &DeviceDatastore::opened() {
+device::Device &FolderDevice::opened() {
   if (!device_) device_.emplace(folder_, models_).act_for(session_);
   return *device_;
 }
 
-void DeviceDatastore::read(const yfw::Datatree &request, yfw::Datatree &answer) {
+void FolderDevice::read(const yfw::Datatree &request, yfw::Datatree &answer) {
   AnswerTree sink(answer);
   opened().read(device_nodes(request.root()), sink);
 }
 
-void DeviceDatastore::edit(const yfw::Datatree &request) {
+void FolderDevice::edit(const yfw::Datatree &request) {
   passing_refusals_on([&] { opened().edit(device_nodes(request.root())); });
 }
 
-void DeviceDatastore::test(const yfw::Datatree &request) {
+void FolderDevice::test(const yfw::Datatree &request) {
   passing_refusals_on([&] { opened().test(device_nodes(request.root())); });
 }
 
-void DeviceDatastore::act_for(uint32_t session) {
+void FolderDevice::act_for(uint32_t session) {
   session_ = session;
   if (device_) device_->act_for(session);
 }

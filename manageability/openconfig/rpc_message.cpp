@@ -5,6 +5,7 @@
 
 #include "data_parser.hpp"
 #include "openconfig_request.hpp"
+#include "operation_parameters.hpp"
 #include "printable.hpp"
 #include "rpc_error.hpp"
 #include "rpc_parameters.hpp"
@@ -13,29 +14,9 @@ namespace ymap {
 namespace {
 
 void read_filter(const Parameters &parameters, const Schema &schema, Request &request) {
-  const auto *filter = parameters.find("filter");
-  if (filter == nullptr) return;
-  const auto path = parameters.path_of("filter");
-  for (const auto &attribute : filter->attributes()) {
-    const bool own = attribute.ns.empty() || attribute.ns == kNetconfNs;
-    if (own && attribute.name == "type" && attribute.value == "subtree") continue;
-    if (own && (attribute.name == "type" || attribute.name == "select"))
-      not_supported("filters are of type \"subtree\" only", path);
-    throw RpcError({.type = "protocol",
-                    .tag = "unknown-attribute",
-                    .message = "attribute " + shortened(attribute.name) + " of the filter is not known",
-                    .path = path,
-                    .bad_attribute = std::string(attribute.name),
-                    .bad_element = "filter"});
-  }
-  if (!filter->text().empty()) refuse("bad-element", "the filter holds text", path, "filter");
-  request.selects_nothing = !parse_filter(schema, *filter, path, request.tree);
-}
-
-/// Data is reported as it was set (RFC 6243, section 2.3), which is all that the model needs: it has no
-/// defaults.
-void check_with_defaults(const Parameters &parameters) {
-  parameters.word("with-defaults", {"explicit"}, "explicit");
+  const auto filter = subtree_filter(parameters);
+  if (filter)
+    request.selects_nothing = !parse_filter(schema, *filter, parameters.path_of("filter"), request.tree);
 }
 
 Request parse_get(const XmlElement &operation, const std::string &path, const Schema &schema) {
@@ -51,27 +32,10 @@ Request parse_get_config(const XmlElement &operation, const std::string &path, c
   Request request;
   request.kind = Request::Kind::get_config;
   const Parameters parameters(operation, path, {"source", "filter", "with-defaults"});
-  parameters.require_running("source");
+  parameters.datastore("source", Candidate::absent);
   check_with_defaults(parameters);
   read_filter(parameters, schema, request);
   return request;
-}
-
-void read_config(const XmlElement &config, const std::string &path, DefaultOperation operation,
-                 const Schema &schema, Request &request) {
-  if (!config.text().empty())
-    refuse("bad-element", "config holds text; it may hold elements only", path, "config");
-  // An operation is for elements of the data; on <config> it would be lost.
-  for (const auto &attribute : config.attributes()) {
-    throw RpcError({.type = "protocol",
-                    .tag = "unknown-attribute",
-                    .message = "attribute " + shortened(attribute.name) +
-                               " is not known in config; operations stand in the elements below it",
-                    .path = path,
-                    .bad_attribute = std::string(attribute.name),
-                    .bad_element = "config"});
-  }
-  parse_edit(schema, config, path, operation, request.tree, request.stated);
 }
 
 // Every edit is atomic, so all three error options hold: nothing is done after the first error, as there is
@@ -79,21 +43,9 @@ void read_config(const XmlElement &config, const std::string &path, DefaultOpera
 Request parse_edit_config(const XmlElement &operation, const std::string &path, const Schema &schema) {
   Request request;
   request.kind = Request::Kind::edit;
-  const Parameters parameters(
-      operation, path, {"target", "default-operation", "test-option", "error-option", "config", "url"});
-  parameters.require_running("target");
-  const auto word = parameters.word("default-operation", {"merge", "replace", "none"}, "merge");
-  const auto test = parameters.word("test-option", {"test-then-set", "set", "test-only"}, "set");
-  parameters.word("error-option", {"stop-on-error", "continue-on-error", "rollback-on-error"},
-                  "stop-on-error");
-  request.test_only = test == "test-only";
-  if (parameters.find("url") != nullptr)
-    not_supported("an edit from a url is not supported", parameters.path_of("url"));
-  const auto &config = parameters.require("config");
-  const auto default_operation = word == "replace" ? DefaultOperation::replace
-                                 : word == "none"  ? DefaultOperation::none
-                                                   : DefaultOperation::merge;
-  read_config(config, parameters.path_of("config"), default_operation, schema, request);
+  const EditParameters edit(operation, path, Candidate::absent);
+  request.test_only = edit.test_only;
+  parse_edit(schema, edit.config, edit.config_path, edit.default_operation, request.tree, request.stated);
   return request;
 }
 
@@ -103,15 +55,10 @@ Request parse_validate(const XmlElement &operation, const std::string &path, con
   Request request;
   request.kind = Request::Kind::edit;
   request.test_only = true;
-  const Parameters parameters(operation, path, {"source"});
-  const auto children = parameters.require("source").children();
-  if (children.empty() || std::next(children.begin()) != children.end() ||
-      children.front().name() != "config" || children.front().ns() != kNetconfNs) {
-    parameters.require_running("source");
-    return request;
-  }
-  read_config(children.front(), parameters.path_of("source") + "/config", DefaultOperation::replace, schema,
-              request);
+  const ValidateParameters validate(operation, path, Candidate::absent);
+  if (validate.config)
+    parse_edit(schema, *validate.config, validate.config_path, DefaultOperation::replace, request.tree,
+               request.stated);
   return request;
 }
 

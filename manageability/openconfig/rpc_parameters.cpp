@@ -116,22 +116,30 @@ std::string_view Parameters::word(const std::string &name, std::initializer_list
   return *at;
 }
 
-void Parameters::require_running(const std::string &name) const {
+device::Datastore Parameters::datastore(const std::string &name, Candidate candidate) const {
+  const bool both = candidate == Candidate::present;
+  const char *known = both ? "running and candidate are the two" : "running is the only one";
   const auto children = require(name).children();
-  if (children.empty())
-    refuse("missing-element", name + " names no datastore; <running/> is the one", path_of(name), "running");
+  if (children.empty()) {
+    refuse("missing-element",
+           name + (both ? " names no datastore; <running/> or <candidate/> stands there"
+                        : " names no datastore; <running/> is the one"),
+           path_of(name), "running");
+  }
   const auto datastore = children.front();
   const std::string word(datastore.name());
   check_namespace(datastore, require(name).ns(), path_of(name));
   if (const auto second = std::next(children.begin()); second != children.end())
     refuse("bad-element", name + " names several datastores", path_of(name), (*second).name());
-  if (word == "candidate" || word == "startup" || word == "url")
-    not_supported("datastore " + word + " is not supported; running is the only one", path_of(name));
-  if (word != "running")
-    refuse("unknown-element", "datastore " + shortened(word) + " is not known; running is the only one",
-           path_of(name), word);
+  const bool is_candidate = word == "candidate";
+  if ((is_candidate && !both) || word == "startup" || word == "url")
+    not_supported("datastore " + word + " is not supported; " + known, path_of(name));
+  if (word != "running" && !is_candidate)
+    refuse("unknown-element", "datastore " + shortened(word) + " is not known; " + known, path_of(name),
+           word);
   if (!datastore.text().empty() || !datastore.children().empty())
-    refuse("bad-element", "running is empty; it holds nothing", path_of(name) + "/running", word);
+    refuse("bad-element", word + " is empty; it holds nothing", path_of(name) + "/" + word, word);
+  return is_candidate ? device::Datastore::candidate : device::Datastore::running;
 }
 
 std::string Parameters::path_of(const std::string &name) const {

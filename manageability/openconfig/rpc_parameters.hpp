@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "rpc_error.hpp"
+#include "sessions.hpp"
 #include "xml_document.hpp"
 
 namespace ymap {
@@ -26,6 +27,9 @@ inline constexpr std::array<ProtocolModule, 3> kProtocolModules = {{
 inline constexpr std::string_view kProtocolModule = kProtocolModules[0].name;
 inline constexpr std::string_view kMonitoringNs = kProtocolModules[1].ns;
 inline constexpr std::string_view kWithDefaultsNs = kProtocolModules[2].ns;
+
+/// Whether there is a candidate datastore beside the running one.
+enum class Candidate { absent, present };
 
 /// Throws RpcError: a fault of the layer "protocol" unless said otherwise.
 [[noreturn]] void refuse(const char *tag, const std::string &message, const std::string &path,
@@ -53,8 +57,8 @@ class Parameters {
   std::string_view word(const std::string &name, std::initializer_list<std::string_view> words,
                         std::string_view otherwise) const;
 
-  /// <source> or <target>, which must name the running datastore: the device has no other.
-  void require_running(const std::string &name) const;
+  /// The datastore that <source> or <target> names, one that there is.
+  device::Datastore datastore(const std::string &name, Candidate candidate) const;
 
   /// Of the operation.
   const std::string &path() const { return path_; }

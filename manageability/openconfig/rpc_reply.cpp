@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <set>
 #include <string_view>
 
@@ -10,6 +11,7 @@
 #include "operation_words.hpp"
 #include "printable.hpp"
 #include "rpc_parameters.hpp"
+#include "yang.hpp"
 #include "ymap_datatree.h"
 
 namespace ymap {
@@ -19,10 +21,13 @@ constexpr const char *kPrefix = "nc";
 
 constexpr ProtocolModule kModel = {"openconfig-optical-amplifier", "oc-opt-amp", YMAP_NS_OPENCONFIG};
 
-const ProtocolModule *find_module(std::string_view name) {
-  if (name == kModel.name) return &kModel;
+std::optional<ProtocolModule> find_module(std::string_view name) {
+  if (name == kModel.name) return kModel;
   const auto *row = std::ranges::find(kProtocolModules, name, &ProtocolModule::name);
-  return row == kProtocolModules.end() ? nullptr : row;
+  if (row != kProtocolModules.end()) return *row;
+  for (const auto &native : device::kNativeModules)
+    if (name == native.name) return ProtocolModule{native.name, native.prefix, native.ns};
+  return std::nullopt;
 }
 
 /// Position after the predicate that begins at `begin`. Its quoted value may hold brackets, and in double
@@ -48,13 +53,19 @@ std::string xpath_predicate(std::string_view predicate) {
   return std::string(predicate.substr(0, first)) + "concat(\"" + pieces + "\")]";
 }
 
+void declare(const ProtocolModule &module, XmlWriter::Attributes &declared) {
+  const auto name = "xmlns:" + std::string(module.prefix);
+  if (std::ranges::find(declared, name, &XmlWriter::Attribute::name) == declared.end())
+    declared.push_back({name, std::string(module.ns)});
+}
+
 /// An instance path as an XPath: NETCONF has no default namespace in it, so that every name has its prefix.
 void write_error_path(const std::string &path, XmlWriter &xml) {
-  const ProtocolModule *module = nullptr;
+  std::optional<ProtocolModule> module;
   XmlWriter::Attributes declared;
   std::string xpath;
   for (std::size_t at = 0; at < path.size();) {
-    if (path[at] == '[' && module != nullptr) {
+    if (path[at] == '[' && module) {
       const auto end = end_of_predicate(path, at);
       xpath.append("[")
           .append(module->prefix)
@@ -68,10 +79,9 @@ void write_error_path(const std::string &path, XmlWriter &xml) {
     if (const auto colon = name.find(':'); colon != std::string_view::npos) {
       module = find_module(name.substr(0, colon));
       name.remove_prefix(colon + 1);
-      if (module != nullptr)
-        declared.push_back({"xmlns:" + std::string(module->prefix), std::string(module->ns)});
+      if (module) declare(*module, declared);
     }
-    if (module == nullptr) return xml.leaf("error-path", path);
+    if (!module) return xml.leaf("error-path", path);
     xpath.append("/").append(module->prefix).append(":").append(name);
     at = end;
   }

@@ -95,7 +95,7 @@ Schema::Schema(const std::filesystem::path &models, const std::string &module, C
 }
 
 const CompiledSchema &Schema::yang() const {
-  if (!yang_) yang_.emplace(models_, module_, companions_);
+  if (!yang_) yang_.emplace(models_, std::vector{module_}, companions_);
   return *yang_;
 }
 

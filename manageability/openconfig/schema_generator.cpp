@@ -82,7 +82,7 @@ void write(const SchemaTable &table, std::string_view text, std::ostream &out) {
 }
 
 void generate(const std::filesystem::path &models, const std::string &module, const char *file) {
-  const CompiledSchema compiled(models, module);
+  const CompiledSchema compiled(models, {module});
   const OwnedSchemaTable table(compiled.module());
   const auto text = Companions().folders(models).text(module);
   std::ofstream out(file);

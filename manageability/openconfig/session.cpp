@@ -2,6 +2,7 @@
 #include "session.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "printable.hpp"
@@ -72,11 +73,10 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
     fault.bad_element = yfw::optical_amplifier().key;
   }
   if (fault.tag == "malformed-message") fault.type = "rpc";
-  // The device names its own leaf; the client knows the one that the path names.
-  if (refusal.status == YMAP_OK && fault.tag == "data-exists") fault.message = "it exists already";
-  if (refusal.status == YMAP_OK && fault.tag == "data-missing") fault.message = "there is nothing to delete";
   // No node is at fault.
   if (fault.tag == "in-use") fault = {.type = "protocol", .tag = fault.tag, .message = fault.message};
+  if (!refusal.type.empty()) fault.type = refusal.type;
+  fault.session_id = refusal.session_id;
   return RpcError(std::move(fault));
 }
 
@@ -87,14 +87,17 @@ yfw::Read read_of(const Request &request) {
 
 }  // namespace
 
-Session::Session(const Parts &parts, std::filesystem::path folder, Companions companions)
+Session::Session(const Parts &parts, std::unique_ptr<NativeDevice> device, Companions companions)
     : schema_(parts.models, yfw::optical_amplifier().openconfig_module, std::move(companions)),
       plugin_(yfw::optical_amplifier(), parts.plugin),
-      datastore_(std::move(folder), parts.models) {}
+      device_(std::move(device)) {}
+
+Session::Session(const Parts &parts, std::filesystem::path folder)
+    : Session(parts, std::make_unique<FolderDevice>(std::move(folder), parts.models)) {}
 
 Answer Session::run(const Request &request) {
-  if (!request.test_only) return run(request, datastore_);
-  TestDatastore test(datastore_);
+  if (!request.test_only) return run(request, *device_);
+  TestDatastore test(*device_);
   return run(request, test);
 }
 
@@ -103,22 +106,29 @@ Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
   if (request.selects_nothing) return {};
   try {
     if (request.kind != Request::Kind::edit)
-      return openconfig_answer(schema_, mapper.read(read_of(request)).root());
+      return with_device_warnings(openconfig_answer(schema_, mapper.read(read_of(request)).root()));
     if (request.stated) check_stated(schema_, *request.stated, mapper);
     // Where every node of the edit is without effect there is nothing to do but to try the device itself.
     if (vidl_yfw_datatree_has_subtrees(request.tree.root()))
       mapper.edit(request.tree);
     else if (request.test_only)
       datastore.edit(request.tree);
-    return {};
+    return with_device_warnings({});
   } catch (const yfw::Refusal &refusal) {
     throw rpc_error(refusal, request, schema_);
   }
 }
 
+Answer Session::with_device_warnings(Answer answer) {
+  auto warnings = device_->take_warnings();
+  answer.warnings.insert(answer.warnings.begin(), std::make_move_iterator(warnings.begin()),
+                         std::make_move_iterator(warnings.end()));
+  return answer;
+}
+
 std::vector<yfw::Datatree> Session::translate(const Request &request) {
   std::vector<yfw::Datatree> natives;
-  yfw::Mapper mapper(plugin_, datastore_);
+  yfw::Mapper mapper(plugin_, *device_);
   if (request.selects_nothing) return natives;
   try {
     if (request.kind != Request::Kind::edit) return mapper.translate_read(read_of(request));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,31 +19,31 @@ namespace ymap {
 
 class Session {
  public:
-  /// Loads the plug-in and the schema, with `companions` beside it. The device's `folder` is opened by the
-  /// first request. Throws UsageError.
-  Session(const Parts &parts, std::filesystem::path folder, Companions companions = {});
+  /// Loads the plug-in and the schema, with `companions` beside it. Throws UsageError.
+  Session(const Parts &parts, std::unique_ptr<NativeDevice> device, Companions companions = {});
+  /// With the emulated device in `folder`, which the first request opens.
+  Session(const Parts &parts, std::filesystem::path folder);
 
   const Schema &schema() const { return schema_; }
   const yfw::Plugin &plugin() const { return plugin_; }
   const yfw::Registration &registration() const { return plugin_.registration(); }
-  yfw::NativeDatastore &datastore() { return datastore_; }
+  NativeDevice &device() { return *device_; }
 
-  /// The NETCONF session (see device::Sessions) that later requests are of; 0, as at first, is none. Only it
-  /// may edit while it holds the lock on running.
-  void act_for(uint32_t session) { datastore_.act_for(session); }
-
-  /// Throws RpcError when the request is refused; then nothing was stored. Throws device::FolderError.
+  /// Throws RpcError when the request is refused; then nothing was stored. Throws device::FolderError, and
+  /// UsageError where a device elsewhere does not answer.
   Answer run(const Request &request);
   /// The same with another datastore in the place of the device.
   Answer run(const Request &request, yfw::NativeDatastore &datastore);
 
-  /// The native requests that run() would send, in order; the device is not opened. Throws RpcError.
+  /// The native requests that run() would send, in order; the device is not asked. Throws RpcError.
   std::vector<yfw::Datatree> translate(const Request &request);
 
  private:
+  Answer with_device_warnings(Answer answer);
+
   Schema schema_;
   yfw::Plugin plugin_;
-  DeviceDatastore datastore_;
+  std::unique_ptr<NativeDevice> device_;
 };
 
 }  // namespace ymap

@@ -15,14 +15,13 @@
 #include "client.hpp"
 #include "completion.hpp"
 #include "data_writer.hpp"
+#include "devices.hpp"
 #include "explain.hpp"
 #include "mapping.hpp"
 #include "openconfig_request.hpp"
 #include "parts.hpp"
 #include "printable.hpp"
-#include "protocol_modules.hpp"
 #include "rpc_reply.hpp"
-#include "server.hpp"
 #include "session.hpp"
 #include "table.hpp"
 #include "terminal.hpp"
@@ -114,7 +113,9 @@ std::vector<Assignment> assignments(const Options &options) {
 }
 
 int edit(const Schema &schema, const Run &run, const Options &options) {
-  print_warnings(run(edit_request(schema, options.amplifier, assignments(options))).warnings);
+  auto request = edit_request(schema, options.amplifier, assignments(options));
+  request.test_only = options.test_only;
+  print_warnings(run(request).warnings);
   return kDone;
 }
 
@@ -158,7 +159,7 @@ int map(Session &session, const Options &options) {
   return kDone;
 }
 
-int dispatch(Session &session, const std::filesystem::path &folder, const Options &options) {
+int dispatch(Session &session, const NamedDevice &device, const Options &options) {
   const auto run = [&](const Request &request) { return session.run(request); };
   switch (options.command) {
     case Options::Command::get:
@@ -175,7 +176,7 @@ int dispatch(Session &session, const std::filesystem::path &folder, const Option
     case Options::Command::map:
       return map(session, options);
     case Options::Command::netconf:
-      netconf::serve(session, folder);
+      serve(session, device);
       return kDone;
     case Options::Command::completion:
       print(bash_completion(session));
@@ -204,12 +205,6 @@ class Tracing {
   bool light_;
 };
 
-/// Commands that run nothing on the device take no folder, so that none is made for them.
-bool needs_device(Options::Command command) {
-  return command != Options::Command::translate && command != Options::Command::map &&
-         command != Options::Command::completion;
-}
-
 /// The commands that need no more of a device than a NETCONF server gives.
 int run_connected(const Options &options) {
   using Command = Options::Command;
@@ -217,17 +212,16 @@ int run_connected(const Options &options) {
   if (!read && options.command != Command::set && options.command != Command::unset)
     throw UsageError("--connect is for get, set and unset; the other commands run here");
   if (!options.device.empty())
-    throw UsageError("--connect names a server and --device a folder; give one of them");
+    throw UsageError("--connect names a server and --device a device; give one of them");
   if (options.trace || options.light_trace)
     throw UsageError("--trace and --light-trace are of the plug-in here, and --connect uses the server's");
-  const auto destination = netconf::parse_destination(options.connect);
+  const auto address = address_of(options.connect, options);
   const Schema schema(find_parts().models, yfw::optical_amplifier().openconfig_module);
-  const std::chrono::duration<double> patience(options.timeout);
   // Opened by the first request, so that one which is wrong already here bothers no server.
   std::optional<netconf::Client> client;
   const auto run = [&](const Request &request) {
     if (!client) {
-      client.emplace(schema, destination, std::chrono::ceil<std::chrono::milliseconds>(patience));
+      client.emplace(schema, address);
       print_warnings(client->warnings());
     }
     return client->run(request);
@@ -238,15 +232,27 @@ int run_connected(const Options &options) {
 }  // namespace
 
 int run_command(const Options &options) {
+  if (options.candidate && !options.native)
+    throw UsageError("--candidate is of --native: OpenConfig's server edits the running datastore");
   if (!options.connect.empty()) return run_connected(options);
-  std::filesystem::path folder;
-  if (needs_device(options.command) || !options.device.empty()) folder = device_folder(options.device);
-  const bool serves = options.command == Options::Command::netconf;
-  // Never taken down: the end of the process does that for nothing.
-  static auto &session =
-      *new Session(find_parts(), folder, serves ? netconf::protocol_modules() : Companions());
+  if (options.native) {
+    serve_native(options);
+    return kDone;
+  }
+  const auto parts = find_parts();
+  auto named = named_device(options, parts);
+  const auto make = [&] {
+    return new Session(parts, std::move(named.device), companions_of(options.command));
+  };
   const Tracing tracing(options);
-  return dispatch(session, folder, options);
+  // A device elsewhere must be told that the session is over.
+  if (is_remote(options)) {
+    const std::unique_ptr<Session> session(make());
+    return dispatch(*session, named, options);
+  }
+  // Never taken down: the end of the process does that for nothing.
+  static auto &session = *make();
+  return dispatch(session, named, options);
 }
 
 std::string describe(const Fault &fault) {

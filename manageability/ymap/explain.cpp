@@ -37,8 +37,13 @@ class ListeningDatastore : public yfw::NativeDatastore {
   void read(const yfw::Datatree &request, yfw::Datatree &answer) override {
     collect();
     device_.read(request, answer);
-    exchanges_.push_back({std::move(before_), copy_of(request), copy_of(answer), {}});
-    before_.clear();
+    keep(request, answer);
+  }
+
+  void read_config(const yfw::Datatree &request, yfw::Datatree &answer) override {
+    collect();
+    device_.read_config(request, answer);
+    keep(request, answer);
   }
 
   void edit(const yfw::Datatree &request) override { device_.edit(request); }
@@ -56,6 +61,11 @@ class ListeningDatastore : public yfw::NativeDatastore {
       const bool back = walk.direction == yfw::Observer::Direction::no && !exchanges_.empty();
       (back ? exchanges_.back().after : before_).push_back(std::move(walk));
     }
+  }
+
+  void keep(const yfw::Datatree &request, const yfw::Datatree &answer) {
+    exchanges_.push_back({std::move(before_), copy_of(request), copy_of(answer), {}});
+    before_.clear();
   }
 
   yfw::NativeDatastore &device_;
@@ -130,7 +140,7 @@ class Narrator {
 
   void tell_read() {
     WalkRecorder recorder(session_.schema(), session_.registration());
-    ListeningDatastore datastore(session_.datastore(), recorder);
+    ListeningDatastore datastore(session_.device(), recorder);
     std::vector<Walk> rest;
     try {
       const auto answer = session_.run(request_, datastore);

@@ -26,12 +26,13 @@ Examples:
   ymap translate edit.xml                           what it would send to the device
   ymap explain edit.xml                             how it comes to that, step by step
   ymap map                                          the mapping, leaf by leaf
-  ymap --connect admin@192.0.2.7 get                from a NETCONF server, through ssh
+  ymap --connect admin@192.0.2.7 get                from a NETCONF server that knows OpenConfig
+  ymap --device ssh://admin@192.0.2.7 get           from a device that does not
 
 Exit status: 0 done, 1 the request was refused, 2 wrong usage, a broken device folder,
 or a server that does not answer.
 Environment: YMAP_PLUGIN (plug-in library), YMAP_MODELS and YMAP_IETF_MODULES (folders of YANG modules),
-YMAP_SSH (ssh command of --connect, such as "ssh -i KEY"), NO_COLOR.)";
+YMAP_SSH (ssh command of --connect and --device, such as "ssh -i KEY"), NO_COLOR.)";
 
 const char *const kGetExamples = R"(
 Examples:
@@ -98,7 +99,10 @@ const char *const kNetconfExamples = R"(
 Examples:
   Subsystem netconf /usr/local/bin/ymap netconf --device /var/lib/ymap
 
-is a line of sshd_config: OpenSSH's server then runs the command for every session, and any NETCONF client can
+  Subsystem netconf /usr/local/bin/ymap netconf --device ssh://admin@192.0.2.7
+  Subsystem netconf /usr/local/bin/ymap netconf --native --candidate --device /var/lib/ymap
+
+are lines of sshd_config: OpenSSH's server then runs the command for every session, and any NETCONF client can
 manage the amplifiers. All sessions of a device share its folder.)";
 
 const char *const kCompletionExamples = R"(
@@ -121,8 +125,11 @@ class Parser {
     app_.formatter(std::make_shared<HelpFormatter>());
     app_.footer(kExamples);
     app_.require_subcommand(1);
-    app_.add_option("--device", options_.device, "Folder of the emulated device; your own without it")
-        ->type_name("DIR")
+    app_.add_option(
+            "--device", options_.device,
+            "Folder of the emulated device, your own without it; or a device that speaks its own models "
+            "over NETCONF, port 830 without one")
+        ->type_name("DIR|ssh://[USER@]HOST[:PORT]")
         ->check(not_empty());
     app_.add_option("--connect", options_.connect,
                     "NETCONF server to get from, set and unset at, in the place of a device folder; port 830 "
@@ -132,7 +139,11 @@ class Parser {
     app_.add_option("--timeout", options_.timeout, "How long the server may take to answer; 30 without it")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 86400.0).description(""));
-    app_.add_flag("--trace", options_.trace, "The plug-in's log on standard error");
+    app_.add_flag("-v,--verbose", options_.verbose,
+                  "Messages to and from a server or a device elsewhere on standard error");
+    app_.add_flag(
+        "--trace", options_.trace,
+        "The plug-in's log on standard error, and sizes and times of messages to a device elsewhere");
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
     add_commands();
     if (app_.get_subcommands({}).empty()) {
@@ -162,7 +173,11 @@ class Parser {
                 kExplainExamples);
     add_map();
     add(Options::Command::netconf, "netconf", "Serve a NETCONF session on standard input and output",
-        kNetconfExamples);
+        kNetconfExamples, [this](CLI::App *sub) {
+          sub->add_flag("--native", options_.native,
+                        "The emulated device's own models in the place of OpenConfig's");
+          sub->add_flag("--candidate", options_.candidate, "With --native: a candidate datastore too");
+        });
     add_completion();
   }
 
@@ -208,6 +223,7 @@ class Parser {
     add(command, name, description, examples, [this, argument](CLI::App *sub) {
       sub->add_option("AMPLIFIER", options_.amplifier, "Name of the amplifier")->required();
       sub->add_option(argument, options_.arguments, "One or more, one transaction")->required();
+      sub->add_flag("--test-only", options_.test_only, "Try it, and change nothing");
     });
   }
 

@@ -14,10 +14,11 @@ struct Options {
   enum class Format { text, xml, json };
 
   Command command = Command::get;
-  std::string device;   ///< folder; empty: the user's own
+  std::string device;   ///< folder, or "ssh://" and a native NETCONF server; empty: the user's own folder
   std::string connect;  ///< NETCONF server in the place of a device folder; empty: none
   double timeout = 30;  ///< seconds that the server has for the login and for each answer
   bool trace = false;
+  bool verbose = false;  ///< messages to and from servers
   bool light_trace = false;
 
   std::vector<std::string> amplifiers;  ///< get
@@ -28,6 +29,11 @@ struct Options {
 
   std::string amplifier;               ///< set, unset
   std::vector<std::string> arguments;  ///< set: LEAF=VALUE; unset: LEAF
+
+  bool test_only = false;  ///< tried, not stored
+
+  bool native = false;     ///< netconf: the device's own models in the place of OpenConfig's
+  bool candidate = false;  ///< netconf: with a candidate datastore
 
   std::string file = "-";  ///< rpc, translate, explain; "-" is standard input
 };

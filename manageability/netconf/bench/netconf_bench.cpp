@@ -99,7 +99,7 @@ class TimedDevice : public yfw::NativeDatastore {
 double translation_time(const std::string &message) {
   ymap::Session session({PLUGIN_FILE, MODEL_FOLDER}, device_folder());
   const auto request = ymap::RpcMessage(message).request(session.schema());
-  TimedDevice device(session.datastore());
+  TimedDevice device(session.device());
   yfw::Mapper mapper(session.plugin(), device);
   constexpr int rounds = 200;
   const auto once = [&] {

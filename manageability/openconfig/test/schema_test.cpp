@@ -43,7 +43,7 @@ class SchemaTest : public testing::Test {
     return schema_.child(node, name);
   }
 
-  const CompiledSchema compiled_{YMAP_TEST_MODELS, kModule};
+  const CompiledSchema compiled_{YMAP_TEST_MODELS, {kModule}};
   const Schema schema_{YMAP_TEST_MODELS, kModule};
 };
 
@@ -154,7 +154,7 @@ TEST_F(SchemaTest, AnotherModuleIsCompiled) {
 
 TEST(Announcement, WhatIsBuiltInIsWhatTheModulesSay) {
   const auto companions = netconf::protocol_modules();
-  const auto made = netconf::announcement_of(CompiledSchema(YMAP_TEST_MODELS, kModule, companions));
+  const auto made = netconf::announcement_of(CompiledSchema(YMAP_TEST_MODELS, {kModule}, companions));
   const auto &known = netconf::kBuiltInAnnouncement;
   EXPECT_EQ(std::vector<std::string>(known.capabilities.begin(), known.capabilities.end()),
             made.capabilities);

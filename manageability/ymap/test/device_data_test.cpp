@@ -71,7 +71,7 @@ class DeviceData : public testing::Test {
     return lines;
   }
 
-  Session session_{kParts, {}};
+  Session session_{kParts, std::filesystem::path()};
   std::size_t warnings_ = 0;
 };
 
@@ -185,7 +185,7 @@ class CountingDatastore : public yfw::NativeDatastore {
     }
   }
 
-  DeviceDatastore device_;
+  FolderDevice device_;
 };
 
 TEST_F(DeviceData, AReadAsksForNoMoreThanIsWanted) {

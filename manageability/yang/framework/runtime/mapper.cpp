@@ -61,6 +61,62 @@ Refusal unknown_amplifier(const Registration &registration, const std::string &n
   return refusal;
 }
 
+using Chain = std::vector<const vidl_yfw_datatree *>;
+
+/// The nodes from the top down to `target`; empty when it is not below `from`.
+bool find_chain(const vidl_yfw_datatree &from, const vidl_yfw_datatree *target, Chain &chain) {
+  for (const vidl_yfw_datatree &below : children(from)) {
+    chain.push_back(&below);
+    if (&below == target || find_chain(below, target, chain)) return true;
+    chain.pop_back();
+  }
+  return false;
+}
+
+const vidl_yfw_datatree *source_below(const vidl_yfw_datatree &node) {
+  for (const vidl_yfw_datatree &below : children(node)) {
+    if (extra(below).source != nullptr) return extra(below).source;
+    if (const vidl_yfw_datatree *source = source_below(below)) return source;
+  }
+  return nullptr;
+}
+
+/// The OpenConfig path of the request node that a native node came from: its own or the nearest one's.
+/// `walked` is the top of the request.
+std::string openconfig_path(const Registration &registration, const Datatree &sent,
+                            const vidl_yfw_datatree *walked, const vidl_yfw_datatree *node) {
+  Chain native;
+  if (node == nullptr || !find_chain(*sent.root(), node, native)) return full_path(registration, {});
+  const vidl_yfw_datatree *source = nullptr;
+  for (auto at = native.rbegin(); at != native.rend() && source == nullptr; ++at) source = extra(**at).source;
+  if (source == nullptr) source = source_below(*node);
+  Chain steps{walked};
+  if (source == nullptr || !find_chain(*walked, source, steps)) return full_path(registration, {});
+  std::string path;
+  for (const vidl_yfw_datatree *step : steps) {
+    if (!path.empty()) path += '/';
+    path += path_step(*step, has_tag(*step, registration.list), registration.key);
+  }
+  return full_path(registration, path);
+}
+
+/// What the datastore refuses of the native request `sent`, in terms of what the plug-in walked.
+Refusal refusal_of(const Registration &registration, const NativeRefusal &native, const Datatree &sent,
+                   const vidl_yfw_datatree *walked) {
+  Refusal refusal(native.what());
+  refusal.error_tag = native.error_tag;
+  refusal.type = native.type;
+  refusal.session_id = native.session_id;
+  if (native.node == nullptr && !native.path.empty()) {
+    refusal.path = native.path;
+    return refusal;
+  }
+  refusal.path = openconfig_path(registration, sent, walked, native.node);
+  const std::size_t last = refusal.path.find_last_of('/') + 1;
+  if (refusal.path.back() != ']') refusal.bad_element = refusal.path.substr(last);
+  return refusal;
+}
+
 // ---- Reads ----------------------------------------------------------------------------------------
 
 /// One plug-in request of a read: the on direction, and later the no direction with the same state and slots.
@@ -96,6 +152,7 @@ class ReadRun {
 
   Request &request() { return request_; }
   Datatree &native() { return native_; }
+  const vidl_yfw_datatree *walked() const { return walked_; }
   bool answer_is_hollow() const { return answer_is_hollow_; }
 
  private:
@@ -176,44 +233,6 @@ void refuse_unknown(const Registration &registration, const vidl_yfw_datatree &t
   }
 }
 
-using Chain = std::vector<const vidl_yfw_datatree *>;
-
-/// The nodes from the top down to `target`; empty when it is not below `from`.
-bool find_chain(const vidl_yfw_datatree &from, const vidl_yfw_datatree *target, Chain &chain) {
-  for (const vidl_yfw_datatree &below : children(from)) {
-    chain.push_back(&below);
-    if (&below == target || find_chain(below, target, chain)) return true;
-    chain.pop_back();
-  }
-  return false;
-}
-
-const vidl_yfw_datatree *source_below(const vidl_yfw_datatree &node) {
-  for (const vidl_yfw_datatree &below : children(node)) {
-    if (extra(below).source != nullptr) return extra(below).source;
-    if (const vidl_yfw_datatree *source = source_below(below)) return source;
-  }
-  return nullptr;
-}
-
-/// The OpenConfig path of the request node that a native node came from: its own or the nearest one's.
-std::string openconfig_path(const Registration &registration, const TranslatedEdit &edit,
-                            const vidl_yfw_datatree *node) {
-  Chain native;
-  if (node == nullptr || !find_chain(*edit.native.root(), node, native)) return full_path(registration, {});
-  const vidl_yfw_datatree *source = nullptr;
-  for (auto at = native.rbegin(); at != native.rend() && source == nullptr; ++at) source = extra(**at).source;
-  if (source == nullptr) source = source_below(*node);
-  Chain steps{edit.walked};
-  if (source == nullptr || !find_chain(*edit.walked, source, steps)) return full_path(registration, {});
-  std::string path;
-  for (const vidl_yfw_datatree *step : steps) {
-    if (!path.empty()) path += '/';
-    path += path_step(*step, has_tag(*step, registration.list), registration.key);
-  }
-  return full_path(registration, path);
-}
-
 /// A leaf that the request gives a value and the device has none for: a word of OpenConfig's only.
 void refuse_unknown_words(const Registration &registration, const TranslatedEdit &edit,
                           const vidl_yfw_datatree &parent) {
@@ -224,7 +243,7 @@ void refuse_unknown_words(const Registration &registration, const TranslatedEdit
     if (yfw_map_is_request_delete(&node) != 0) continue;
     Refusal refusal("the device has no counterpart for the value '" + std::string(value_of(*source)) + "'");
     refusal.status = YMAP_ERR_INVALID_VALUE;
-    refusal.path = openconfig_path(registration, edit, &node);
+    refusal.path = openconfig_path(registration, edit.native, edit.walked, &node);
     throw refusal;
   }
 }
@@ -253,7 +272,14 @@ Datatree Mapper::read(const Read &request) {
   ReadPlan plan = split_read(plugin_.registration(), *request.filter);
   for_each_part(plugin_, request, plan, [&](const ReadJob &job, ReadRun &run) {
     Datatree found;
-    datastore_.read(run.native(), found);
+    try {
+      if (request.type == YMAP_REQ_GET_CONFIG)
+        datastore_.read_config(run.native(), found);
+      else
+        datastore_.read(run.native(), found);
+    } catch (const NativeRefusal &native) {
+      throw refusal_of(plugin_.registration(), native, run.native(), run.walked());
+    }
     Datatree part = run.answer(found);
     if (run.answer_is_hollow()) drop_hollow(part);
     merge_answer(plugin_.registration(), std::move(part), job.instance, answer);
@@ -268,12 +294,7 @@ void Mapper::edit(const Datatree &request) {
   try {
     datastore_.edit(edit.native);
   } catch (const NativeRefusal &native) {
-    Refusal refusal(native.what());
-    refusal.error_tag = native.error_tag;
-    refusal.path = openconfig_path(plugin_.registration(), edit, native.node);
-    const std::size_t last = refusal.path.find_last_of('/') + 1;
-    if (refusal.path.back() != ']') refusal.bad_element = refusal.path.substr(last);
-    throw refusal;
+    throw refusal_of(plugin_.registration(), native, edit.native, edit.walked);
   }
 }
 

@@ -23,13 +23,18 @@ struct YFW_EXPORT Refusal : std::runtime_error {
   std::string error_tag;  ///< set by native refusals only
   std::string path;
   std::string bad_element;  ///< the tag at fault, or empty
+  std::string type;         ///< the layer of a native refusal that told one; else empty
+  uint32_t session_id = 0;  ///< of the session that holds a lock, by a native refusal; 0 for none
 };
 
-/// What a native datastore throws from edit(): which node of the native request it refuses, and why.
+/// What a native datastore throws: which node of the native request it refuses, and why.
 struct YFW_EXPORT NativeRefusal : std::runtime_error {
   using std::runtime_error::runtime_error;
   std::string error_tag;  ///< RFC 6241, appendix A
   const vidl_yfw_datatree *node = nullptr;
+  std::string path;         ///< native, of what is refused where no node of the request is; told as it is
+  std::string type;         ///< the layer that refuses; empty: not told
+  uint32_t session_id = 0;  ///< of the session that holds a lock; 0 for none
 };
 
 /// The device's native datastore, as the framework sees it.
@@ -41,6 +46,9 @@ class YFW_EXPORT NativeDatastore {
   virtual void read(const Datatree &request, Datatree &answer) = 0;
   /// Applies a native edit as one transaction, or throws NativeRefusal and changes nothing.
   virtual void edit(const Datatree &request) = 0;
+  /// The same as read() for a request of configuration alone (YMAP_REQ_GET_CONFIG), which some devices answer
+  /// by another operation.
+  virtual void read_config(const Datatree &request, Datatree &answer) { read(request, answer); }
 };
 
 /// One OpenConfig request (or answer) with its request type and content selection.

@@ -1,0 +1,184 @@
+// Operations on the device's own data.
+#include "native_service.hpp"
+
+#include <array>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "native_parser.hpp"
+#include "operation_parameters.hpp"
+#include "rpc_error.hpp"
+
+namespace ymap::netconf {
+namespace {
+
+using device::Datastore;
+using device::RequestNode;
+
+/// The last name of an instance path, without its module and keys; empty for none.
+std::string last_name(const std::string &path) {
+  std::string::size_type begin = 0;
+  char quote = '\0';
+  for (std::string::size_type at = 0; at < path.size(); ++at) {
+    if (quote != '\0' ? path[at] == quote : path[at] == '\'' || path[at] == '"')
+      quote = quote == '\0' ? path[at] : '\0';
+    else if (quote == '\0' && path[at] == '/')
+      begin = at + 1;
+  }
+  const auto step = path.substr(begin, path.find('[', begin) - begin);
+  const auto colon = step.find(':');
+  return colon == std::string::npos ? step : step.substr(colon + 1);
+}
+
+Fault fault_of(const device::EditError &error) {
+  Fault fault = {.tag = error.error_tag, .message = error.what(), .path = error.path};
+  if (fault.tag == "in-use") fault.type = "protocol";
+  if (fault.tag.ends_with("-element") || fault.tag == "unknown-namespace")
+    fault.bad_element = last_name(error.path);
+  if (fault.tag == "unknown-namespace" && error.origin != nullptr)
+    fault.bad_namespace = *static_cast<const std::string_view *>(error.origin);
+  return fault;
+}
+
+/// Errors name the namespace of the element at fault.
+void mark_origins(std::vector<RequestNode> &nodes) {
+  for (auto &node : nodes) {
+    node.origin = &node.ns;
+    mark_origins(node.children);
+  }
+}
+
+/// What `filter` is to select, as a request; everything if there is none.
+std::vector<RequestNode> selection(const std::optional<XmlElement> &filter) {
+  return filter ? native_filter(filter->children()) : native_filter_of_all();
+}
+
+std::shared_ptr<const std::vector<RequestNode>> edit_of(const XmlElement &config,
+                                                        DefaultOperation operation) {
+  auto request = std::make_shared<std::vector<RequestNode>>(native_edit(config.children(), operation));
+  mark_origins(*request);
+  return request;
+}
+
+ReplyContent elements(XmlAnswer &answer) {
+  return {ReplyContent::Kind::elements, answer.take()};
+}
+
+}  // namespace
+
+NativeService::NativeService(const std::filesystem::path &folder, const std::filesystem::path &models,
+                             Candidate candidate)
+    : device_(folder, models), candidate_(candidate) {}
+
+void NativeService::act_for(const SessionControl &session) {
+  session_ = &session;
+  device_.act_for(session.id());
+}
+
+DataAction NativeService::parse(const XmlElement &operation, const std::string &path) {
+  struct Row {
+    std::string_view name;
+    DataAction (NativeService::*parse)(const XmlElement &operation, const std::string &path);
+  };
+  static constexpr std::array<Row, 6> rows = {{
+      {"get", &NativeService::parse_get},
+      {"get-config", &NativeService::parse_get_config},
+      {"edit-config", &NativeService::parse_edit_config},
+      {"validate", &NativeService::parse_validate},
+      {"commit", &NativeService::parse_commit},
+      {"discard-changes", &NativeService::parse_discard},
+  }};
+  for (const auto &row : rows)
+    if (row.name == operation.name()) return (this->*row.parse)(operation, path);
+  not_supported("operation " + std::string(operation.name()) + " is not supported", path);
+}
+
+DataAction NativeService::parse_get(const XmlElement &operation, const std::string &path) {
+  const Parameters parameters(operation, path, {"filter", "with-defaults"});
+  check_with_defaults(parameters);
+  return [this, filter = selection(subtree_filter(parameters))] {
+    XmlAnswer answer;
+    device_.read(filter, answer);
+    return elements(answer);
+  };
+}
+
+DataAction NativeService::parse_get_config(const XmlElement &operation, const std::string &path) {
+  const Parameters parameters(operation, path, {"source", "filter", "with-defaults"});
+  const auto source = parameters.datastore("source", candidate_);
+  check_with_defaults(parameters);
+  return [this, source, filter = selection(subtree_filter(parameters))] {
+    XmlAnswer answer;
+    if (source == Datastore::candidate)
+      device_.read_candidate(filter, answer);
+    else
+      device_.read(filter, answer, device::Device::Content::configuration);
+    return elements(answer);
+  };
+}
+
+template <typename Work>
+DataAction NativeService::edit(Work work) {
+  return [work = std::move(work)]() -> ReplyContent {
+    try {
+      work();
+      return {};
+    } catch (const device::EditError &error) {
+      throw RpcError(fault_of(error));
+    }
+  };
+}
+
+DataAction NativeService::parse_edit_config(const XmlElement &operation, const std::string &path) {
+  const EditParameters parameters(operation, path, candidate_);
+  const auto request = edit_of(parameters.config, parameters.default_operation);
+  return edit([this, request, target = parameters.target, test_only = parameters.test_only] {
+    if (target == Datastore::running) return test_only ? device_.test(*request) : device_.edit(*request);
+    if (test_only) return device_.validate_candidate(*request);
+    check_candidate_not_locked();
+    device_.edit_candidate(*request);
+  });
+}
+
+DataAction NativeService::parse_validate(const XmlElement &operation, const std::string &path) {
+  const ValidateParameters parameters(operation, path, candidate_);
+  std::shared_ptr<const std::vector<RequestNode>> request;
+  if (parameters.config) request = edit_of(*parameters.config, DefaultOperation::replace);
+  return edit([this, request, source = parameters.source] {
+    if (request) return device_.test(*request);
+    if (source == Datastore::running) return device_.test({});
+    device_.validate_candidate();
+  });
+}
+
+DataAction NativeService::parse_commit(const XmlElement &operation, const std::string &path) {
+  const Parameters none(operation, path, {});
+  return edit([this] {
+    check_candidate_not_locked();
+    device_.commit_candidate();
+  });
+}
+
+DataAction NativeService::parse_discard(const XmlElement &operation, const std::string &path) {
+  const Parameters none(operation, path, {});
+  return edit([this] {
+    check_candidate_not_locked();
+    device_.discard_candidate();
+  });
+}
+
+void NativeService::check_candidate_not_locked() const {
+  const auto lock = session_->lock_state(Datastore::candidate);
+  if (!lock || lock->holder == session_->id()) return;
+  refuse("in-use", "the candidate datastore is locked by session " + std::to_string(lock->holder), {});
+}
+
+void NativeService::check_lockable(Datastore datastore) const {
+  if (datastore != Datastore::candidate || !device_.candidate_is_edited()) return;
+  refuse("lock-denied",
+         "the candidate datastore has changes of this session that are neither committed nor discarded", {});
+}
+
+}  // namespace ymap::netconf

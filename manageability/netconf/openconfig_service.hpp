@@ -1,0 +1,29 @@
+/// \file
+/// The OpenConfig model as a server's data.
+#pragma once
+
+#include <functional>
+#include <utility>
+
+#include "data_service.hpp"
+#include "session.hpp"
+
+namespace ymap::netconf {
+
+class OpenConfigService : public DataService {
+ public:
+  /// `requests` must outlive the object. `act_for` tells its device whose requests it runs.
+  OpenConfigService(Session &requests, std::function<void(uint32_t session)> act_for)
+      : requests_(requests), act_for_(std::move(act_for)) {}
+
+  DataAction parse(const XmlElement &operation, const std::string &path) override;
+  void act_for(const SessionControl &session) override {
+    if (act_for_) act_for_(session.id());
+  }
+
+ private:
+  Session &requests_;
+  std::function<void(uint32_t session)> act_for_;
+};
+
+}  // namespace ymap::netconf

@@ -1,0 +1,322 @@
+// Native requests over NETCONF.
+#include "remote_device.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "client_reply.hpp"
+#include "native_reply.hpp"
+#include "rpc_reply.hpp"
+#include "ymap_datatree.h"
+
+namespace ymap::netconf {
+namespace {
+
+constexpr const char *kCandidate = "candidate:1.0";
+constexpr const char *kWritableRunning = "writable-running:1.0";
+constexpr const char *kRollback = "rollback-on-error:1.0";
+constexpr const char *kTestOnly = "validate:1.1";
+
+bool is_empty(const yfw::Datatree &tree) {
+  return !vidl_yfw_datatree_has_subtrees(tree.root()) || tree.root()->subtree_count == 0;
+}
+
+[[noreturn]] void not_offered(const std::string &what) {
+  yfw::NativeRefusal refusal(what);
+  refusal.error_tag = "operation-not-supported";
+  refusal.type = "protocol";
+  throw refusal;
+}
+
+[[noreturn]] void refuse(const Fault &fault, const yfw::Datatree *request) {
+  yfw::NativeRefusal refusal(fault.message);
+  refusal.error_tag = fault.tag;
+  refusal.type = fault.type;
+  refusal.session_id = fault.session_id;
+  refusal.path = fault.path;
+  if (request != nullptr) refusal.node = find_node(*request, fault.path);
+  throw refusal;
+}
+
+/// What a device that stopped in the middle of an edit leaves behind.
+template <typename Work>
+void with_fate(const char *fate, const Work &work) {
+  try {
+    work();
+  } catch (const ConnectionLost &lost) {
+    throw ConnectionLost(std::string(lost.what()) + fate, lost.was_sent);
+  } catch (const UsageError &error) {
+    throw UsageError(std::string(error.what()) + fate);
+  }
+}
+constexpr const char *kNotMade = "; the edit is not made";
+constexpr const char *kUnknown = "; whether the edit is made is not known: read before you repeat it";
+
+}  // namespace
+
+RemoteDevice::RemoteDevice(ServerAddress address, std::filesystem::path models)
+    : address_(std::move(address)), models_(std::move(models)) {}
+
+/// The device's own modules are announced by their namespaces, whatever their version of YANG is.
+void RemoteDevice::check_modules() const {
+  std::string missing;
+  for (const auto &module : device::kNativeModules) {
+    if (session_->hello().offers(module.ns)) continue;
+    missing.append(missing.empty() ? "" : ", ").append(module.name);
+  }
+  if (missing.empty()) return;
+  throw UsageError("server " + session_->server() +
+                   " is no device of this kind: its <hello> lacks the module" +
+                   (missing.find(',') == std::string::npos ? " " : "s ") + missing);
+}
+
+ClientSession &RemoteDevice::session() {
+  if (session_ && session_->has_failed()) session_.reset();
+  if (session_) return *session_;
+  session_.emplace(address_);
+  try {
+    check_modules();
+  } catch (const UsageError &) {
+    session_.reset();
+    throw;
+  }
+  return *session_;
+}
+
+const device::Schema &RemoteDevice::schema() {
+  if (!schema_) schema_.emplace(models_);
+  return *schema_;
+}
+
+uint32_t RemoteDevice::session_id() {
+  return session().id();
+}
+
+void RemoteDevice::disconnect() {
+  session_.reset();
+  holds_lock_ = false;
+}
+
+void RemoteDevice::with_session(const std::function<void()> &work) {
+  session();
+  try {
+    work();
+  } catch (const ConnectionLost &lost) {
+    if (lost.was_sent || holds_lock_) throw;
+    work();
+  }
+}
+
+std::unique_ptr<XmlDocument> RemoteDevice::call(const ClientSession::Write &write) {
+  return session().call(write);
+}
+
+void RemoteDevice::command(const ClientSession::Write &write, const yfw::Datatree *request) {
+  const auto reply = call(write);
+  const auto parts = reply->root().children();
+  if (const auto fault = read_errors(parts, warnings_, native_path)) refuse(*fault, request);
+}
+
+void RemoteDevice::command(const char *operation, const char *parameter, const char *datastore) {
+  command([&](XmlWriter &xml) {
+    if (parameter == nullptr) return xml.leaf(operation, {});
+    xml.open(operation);
+    xml.open(parameter);
+    xml.leaf(datastore, {});
+    xml.close();
+    xml.close();
+  });
+}
+
+/// What is done on the way out, whose failure is not the caller's.
+void RemoteDevice::attempt(const char *operation, const char *parameter, const char *datastore) {
+  if (!session_ || session_->has_failed()) return;
+  try {
+    command(operation, parameter, datastore);
+  } catch (const std::exception &error) {
+    warnings_.push_back(std::string(operation) + " at the device failed: " + error.what());
+  }
+}
+
+// ---- Reads ------------------------------------------------------------------------------------------
+
+void RemoteDevice::read(const yfw::Datatree &request, yfw::Datatree &answer) {
+  read("get", request, answer);
+}
+
+void RemoteDevice::read_config(const yfw::Datatree &request, yfw::Datatree &answer) {
+  read("get-config", request, answer);
+}
+
+void RemoteDevice::read(const char *operation, const yfw::Datatree &request, yfw::Datatree &answer) {
+  const bool config = std::string_view(operation) == "get-config";
+  const auto write = [&](XmlWriter &xml) {
+    xml.open(operation);
+    if (config) {
+      xml.open("source");
+      xml.leaf("running", {});
+      xml.close();
+    }
+    write_native_request(config ? Request::Kind::get_config : Request::Kind::get, request, xml);
+    xml.close();
+  };
+  std::unique_ptr<XmlDocument> reply;
+  session();
+  try {
+    reply = call(write);
+  } catch (const ConnectionLost &) {
+    // To read twice does no harm.
+    reply = call(write);
+  }
+  const auto parts = reply->root().children();
+  if (const auto fault = read_errors(parts, warnings_, native_path)) refuse(*fault, &request);
+  const auto data = data_of(parts);
+  if (!data) session_->fail("answers a read without data");
+  AnswerTree sink(answer);
+  read_native(schema(), request, data->children(), sink, warnings_);
+}
+
+// ---- Edits ------------------------------------------------------------------------------------------
+
+/// How an edit can be made whole or not at all.
+RemoteDevice::Road RemoteDevice::road(const yfw::Datatree &request, Purpose purpose) {
+  const auto &device = session();
+  const bool validates = device.offers(kTestOnly) || device.offers("validate:1.0");
+  if (purpose == Purpose::test) {
+    if (device.offers(kCandidate) && validates) return Road::candidate;
+    if (device.offers(kWritableRunning) && device.offers(kTestOnly)) return Road::running;
+    not_offered(
+        "the device cannot try an edit without making it: it has neither a candidate datastore that "
+        "it validates nor test-only (capabilities candidate and validate)");
+  }
+  if (device.offers(kCandidate)) return Road::candidate;
+  if (!device.offers(kWritableRunning))
+    not_offered(
+        "the device lets nobody edit its configuration (no capability candidate or writable-running)");
+  if (device.offers(kRollback) || count_leaves(schema(), request) <= 1) return Road::running;
+  not_offered(
+      "the device cannot make an edit of several leaves whole or not at all (no capability candidate "
+      "or rollback-on-error); edit one leaf at a time");
+}
+
+void RemoteDevice::send_edit(const yfw::Datatree &request, Road road, Purpose purpose) {
+  const bool candidate = road == Road::candidate;
+  command(
+      [&](XmlWriter &xml) {
+        xml.open("edit-config");
+        xml.open("target");
+        xml.leaf(candidate ? "candidate" : "running", {});
+        xml.close();
+        if (!candidate && purpose == Purpose::test) xml.leaf("test-option", "test-only");
+        if (session_->offers(kRollback)) xml.leaf("error-option", "rollback-on-error");
+        write_native_request(Request::Kind::edit, request, xml);
+        xml.close();
+      },
+      &request);
+}
+
+/// Lock, edit, validate, commit, unlock: what fails on the way leaves nothing in the candidate.
+void RemoteDevice::edit_candidate(const yfw::Datatree &request, Purpose purpose) {
+  with_fate(kNotMade, [&] { command("lock", "target", "candidate"); });
+  const bool validates = session_->offers(kTestOnly) || session_->offers("validate:1.0");
+  try {
+    with_fate(kNotMade, [&] {
+      send_edit(request, Road::candidate, purpose);
+      if (validates)
+        command(
+            [](XmlWriter &xml) {
+              xml.open("validate");
+              xml.open("source");
+              xml.leaf("candidate", {});
+              xml.close();
+              xml.close();
+            },
+            &request);
+    });
+    if (purpose == Purpose::edit)
+      with_fate(kUnknown, [&] { command([](XmlWriter &xml) { xml.leaf("commit", {}); }, &request); });
+  } catch (...) {
+    attempt("discard-changes");
+    attempt("unlock", "target", "candidate");
+    throw;
+  }
+  if (purpose == Purpose::test) attempt("discard-changes");
+  attempt("unlock", "target", "candidate");
+}
+
+void RemoteDevice::edit(const yfw::Datatree &request) {
+  if (holds_lock_ && (!session_ || session_->has_failed())) {
+    yfw::NativeRefusal refusal(
+        "the connection to the device was lost, and with it the lock on running; unlock, "
+        "lock and read before you go on");
+    refusal.error_tag = "operation-failed";
+    refusal.type = "protocol";
+    throw refusal;
+  }
+  with_session([&] {
+    if (road(request, Purpose::edit) == Road::candidate) return edit_candidate(request, Purpose::edit);
+    with_fate(kUnknown, [&] { send_edit(request, Road::running, Purpose::edit); });
+  });
+}
+
+void RemoteDevice::test(const yfw::Datatree &request) {
+  with_session([&] {
+    if (!is_empty(request)) {
+      if (road(request, Purpose::test) == Road::candidate) return edit_candidate(request, Purpose::test);
+      return send_edit(request, Road::running, Purpose::test);
+    }
+    if (!session().offers(kTestOnly) && !session().offers("validate:1.0"))
+      not_offered("the device does not validate its configuration (no capability validate)");
+    command("validate", "source", "running");
+  });
+}
+
+// ---- Sessions ---------------------------------------------------------------------------------------
+
+namespace {
+
+/// Refusals of operations that have no data.
+template <typename Work>
+void as_rpc_error(const Work &work) {
+  try {
+    work();
+  } catch (const yfw::NativeRefusal &refusal) {
+    throw RpcError({.type = refusal.type,
+                    .tag = refusal.error_tag,
+                    .message = refusal.what(),
+                    .session_id = refusal.session_id});
+  }
+}
+
+}  // namespace
+
+void RemoteDevice::lock() {
+  as_rpc_error([&] { with_session([&] { command("lock", "target", "running"); }); });
+  holds_lock_ = true;
+}
+
+void RemoteDevice::unlock() {
+  if (holds_lock_ && (!session_ || session_->has_failed())) {
+    holds_lock_ = false;
+    throw RpcError({.type = "protocol",
+                    .tag = "operation-failed",
+                    .message = "the connection to the device was lost, and with it the lock on running"});
+  }
+  as_rpc_error([&] { with_session([&] { command("unlock", "target", "running"); }); });
+  holds_lock_ = false;
+}
+
+void RemoteDevice::kill(uint32_t session) {
+  as_rpc_error([&] {
+    with_session([&] {
+      command([&](XmlWriter &xml) {
+        xml.open("kill-session");
+        xml.leaf("session-id", std::to_string(session));
+        xml.close();
+      });
+    });
+  });
+}
+
+}  // namespace ymap::netconf

@@ -1,0 +1,60 @@
+/// \file
+/// What the sessions of a server share: ids, locks, and the power to end each other.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sessions.hpp"
+
+namespace ymap::netconf {
+
+/// Who is at the other end of a session.
+struct Peer {
+  std::string user;
+  std::string host;  ///< empty where the transport tells none
+};
+
+/// A session among the others of its device. Functions throw RpcError, and what the device throws.
+class SessionControl {
+ public:
+  using Lock = device::Sessions::Lock;
+
+  virtual ~SessionControl() = default;
+  virtual uint32_t id() const = 0;
+  /// This one, and the others as far as they can be seen, by ascending id.
+  virtual std::vector<device::SessionRecord> live() const = 0;
+  /// As far as it is known here.
+  virtual std::optional<Lock> lock_state(device::Datastore datastore) const = 0;
+  virtual void lock(device::Datastore datastore) = 0;
+  virtual void unlock(device::Datastore datastore) = 0;
+  /// Ends another session, and returns when it is gone.
+  virtual void kill(uint32_t id) = 0;
+};
+
+const char *name_of(device::Datastore datastore);
+
+/// A session of a device folder.
+class FolderSessions : public SessionControl {
+ public:
+  /// Enters the folder. Throws device::FolderError.
+  FolderSessions(const std::filesystem::path &folder, const Peer &peer)
+      : sessions_(folder, peer.user, peer.host) {}
+
+  uint32_t id() const override { return sessions_.id(); }
+  std::vector<device::SessionRecord> live() const override { return sessions_.live(); }
+  std::optional<Lock> lock_state(device::Datastore datastore) const override {
+    return sessions_.lock_state(datastore);
+  }
+  void lock(device::Datastore datastore) override;
+  void unlock(device::Datastore datastore) override;
+  void kill(uint32_t id) override;
+
+ private:
+  device::Sessions sessions_;
+};
+
+}  // namespace ymap::netconf
