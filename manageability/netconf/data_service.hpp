@@ -30,7 +30,7 @@ class DataService {
   virtual void check_lockable(device::Datastore /*datastore*/) const {}
 
   /// The session that later requests are of; it outlives them.
-  virtual void act_for(const SessionControl &session) = 0;
+  virtual void act_for(SessionControl &session) = 0;
 };
 
 }  // namespace ymap::netconf

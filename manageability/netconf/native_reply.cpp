@@ -81,9 +81,14 @@ class Reader {
       return give_leaf(element, node, path);
     }
     if (!element.text().empty()) return warn(path, "it holds text in the place of nodes");
-    if (node->nodetype == LYS_LIST && !add_keys(element, node, path)) return;
+    std::vector<Selected> keys;
+    if (node->nodetype == LYS_LIST && !find_keys(element, node, path, keys)) return;
     sink_.open(node->name, node->module->ns);
-    give_all(selected.whole ? all_of(element) : selected.children, node, path);
+    // Keys come with their entry whether they are selected or not.
+    auto children = selected.whole ? all_of(element) : selected.children;
+    std::erase_if(children, [&](const Selected &child) { return key_of(child.node, node) != nullptr; });
+    children.insert(children.begin(), keys.begin(), keys.end());
+    give_all(children, node, path);
     sink_.close();
   }
 
@@ -95,20 +100,29 @@ class Reader {
     sink_.leaf(node->name, node->module->ns, canonical.c_str());
   }
 
-  /// Adds the keys of an entry to its path; false, with a warning, if they are not all there.
-  bool add_keys(const XmlElement &entry, const lysc_node *list, std::string &path) {
-    std::string keys;
+  /// The key of a list that an element is; null if it is none.
+  static const lysc_node *key_of(const XmlElement &element, const lysc_node *list) {
+    for (const lysc_node *key = lysc_node_child(list); key != nullptr && lysc_is_key(key); key = key->next)
+      if (element.name() == key->name && element.ns() == key->module->ns) return key;
+    return nullptr;
+  }
+
+  /// The keys of an entry, in the order of the model, which are added to its path too; false, with a warning,
+  /// if they are not all there, or not once.
+  bool find_keys(const XmlElement &entry, const lysc_node *list, std::string &path,
+                 std::vector<Selected> &keys) {
+    std::string predicates;
     for (const lysc_node *key = lysc_node_child(list); key != nullptr && lysc_is_key(key); key = key->next) {
-      std::optional<std::string_view> value;
+      const auto before = keys.size();
       for (const auto &child : entry.children())
-        if (child.name() == key->name && child.ns() == key->module->ns) value = trimmed(child.text());
-      if (!value) {
-        warn(path, std::string("the entry has no key ") + key->name);
+        if (key_of(child, list) == key) keys.push_back({child, true, {}});
+      if (keys.size() != before + 1) {
+        warn(path, "the entry needs its key " + std::string(key->name) + " once");
         return false;
       }
-      keys += "[" + std::string(key->name) + "='" + shortened(*value) + "']";
+      predicates += "[" + std::string(key->name) + "='" + shortened(trimmed(keys.back().node.text())) + "']";
     }
-    path += keys;
+    path += predicates;
     return true;
   }
 
@@ -168,6 +182,20 @@ std::optional<Step> take_step(std::string_view &path) {
   return step;
 }
 
+std::size_t count_below(const device::Schema &schema, const vidl_yfw_datatree *parent,
+                        const lysc_node *parent_schema) {
+  std::size_t count = 0;
+  for (const auto *child : children_of(parent)) {
+    const auto *node = schema.find(parent_schema, text_of(child->namespace_), text_of(child->tag));
+    const bool is_leaf = node == nullptr || (node->nodetype & LYD_NODE_TERM) != 0;
+    if (!is_leaf)
+      count += count_below(schema, child, node);
+    else if (node == nullptr || !lysc_is_key(node))
+      ++count;
+  }
+  return count;
+}
+
 bool has_keys(const vidl_yfw_datatree *entry, const Step &step) {
   const auto leaves = children_of(entry);
   return std::ranges::all_of(step.keys, [&](const auto &key) {
@@ -201,24 +229,6 @@ const vidl_yfw_datatree *find_node(const yfw::Datatree &request, std::string_vie
   }
   return node;
 }
-
-namespace {
-
-std::size_t count_below(const device::Schema &schema, const vidl_yfw_datatree *parent,
-                        const lysc_node *parent_schema) {
-  std::size_t count = 0;
-  for (const auto *child : children_of(parent)) {
-    const auto *node = schema.find(parent_schema, text_of(child->namespace_), text_of(child->tag));
-    const bool is_leaf = node == nullptr || (node->nodetype & LYD_NODE_TERM) != 0;
-    if (!is_leaf)
-      count += count_below(schema, child, node);
-    else if (node == nullptr || !lysc_is_key(node))
-      ++count;
-  }
-  return count;
-}
-
-}  // namespace
 
 std::size_t count_leaves(const device::Schema &schema, const yfw::Datatree &edit) {
   return count_below(schema, edit.root(), nullptr);

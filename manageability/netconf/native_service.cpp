@@ -72,7 +72,7 @@ NativeService::NativeService(const std::filesystem::path &folder, const std::fil
                              Candidate candidate)
     : device_(folder, models), candidate_(candidate) {}
 
-void NativeService::act_for(const SessionControl &session) {
+void NativeService::act_for(SessionControl &session) {
   session_ = &session;
   device_.act_for(session.id());
 }
@@ -170,9 +170,10 @@ DataAction NativeService::parse_discard(const XmlElement &operation, const std::
 }
 
 void NativeService::check_candidate_not_locked() const {
-  const auto lock = session_->lock_state(Datastore::candidate);
-  if (!lock || lock->holder == session_->id()) return;
-  refuse("in-use", "the candidate datastore is locked by session " + std::to_string(lock->holder), {});
+  const auto locks = session_->state().locks;
+  const auto lock = locks.find(Datastore::candidate);
+  if (lock == locks.end() || lock->second.holder == session_->id()) return;
+  refuse("in-use", "the candidate datastore is locked by session " + std::to_string(lock->second.holder), {});
 }
 
 void NativeService::check_lockable(Datastore datastore) const {

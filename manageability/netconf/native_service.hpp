@@ -20,7 +20,7 @@ class NativeService : public DataService {
   DataAction parse(const XmlElement &operation, const std::string &path) override;
   Candidate candidate() const override { return candidate_; }
   void check_lockable(device::Datastore datastore) const override;
-  void act_for(const SessionControl &session) override;
+  void act_for(SessionControl &session) override;
 
  private:
   DataAction parse_get(const XmlElement &operation, const std::string &path);
@@ -37,7 +37,7 @@ class NativeService : public DataService {
 
   device::Device device_;
   Candidate candidate_;
-  const SessionControl *session_ = nullptr;
+  SessionControl *session_ = nullptr;
 };
 
 }  // namespace ymap::netconf

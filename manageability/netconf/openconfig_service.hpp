@@ -17,7 +17,7 @@ class OpenConfigService : public DataService {
       : requests_(requests), act_for_(std::move(act_for)) {}
 
   DataAction parse(const XmlElement &operation, const std::string &path) override;
-  void act_for(const SessionControl &session) override {
+  void act_for(SessionControl &session) override {
     if (act_for_) act_for_(session.id());
   }
 

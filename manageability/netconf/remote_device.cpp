@@ -2,11 +2,14 @@
 #include "remote_device.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
+#include <thread>
 #include <utility>
 
 #include "client_reply.hpp"
 #include "native_reply.hpp"
+#include "rpc_parameters.hpp"
 #include "rpc_reply.hpp"
 #include "ymap_datatree.h"
 
@@ -17,6 +20,10 @@ constexpr const char *kCandidate = "candidate:1.0";
 constexpr const char *kWritableRunning = "writable-running:1.0";
 constexpr const char *kRollback = "rollback-on-error:1.0";
 constexpr const char *kTestOnly = "validate:1.1";
+
+/// Other sessions hold the candidate's lock for as long as an edit takes.
+constexpr std::chrono::seconds kLockPatience{5};
+constexpr std::chrono::milliseconds kLockPause{20};
 
 bool is_empty(const yfw::Datatree &tree) {
   return !vidl_yfw_datatree_has_subtrees(tree.root()) || tree.root()->subtree_count == 0;
@@ -149,6 +156,16 @@ void RemoteDevice::read_config(const yfw::Datatree &request, yfw::Datatree &answ
   read("get-config", request, answer);
 }
 
+/// To read twice does no harm, should the device have ended the session.
+std::unique_ptr<XmlDocument> RemoteDevice::call_for_read(const ClientSession::Write &write) {
+  session();
+  try {
+    return call(write);
+  } catch (const ConnectionLost &) {
+    return call(write);
+  }
+}
+
 void RemoteDevice::read(const char *operation, const yfw::Datatree &request, yfw::Datatree &answer) {
   const bool config = std::string_view(operation) == "get-config";
   const auto write = [&](XmlWriter &xml) {
@@ -161,14 +178,7 @@ void RemoteDevice::read(const char *operation, const yfw::Datatree &request, yfw
     write_native_request(config ? Request::Kind::get_config : Request::Kind::get, request, xml);
     xml.close();
   };
-  std::unique_ptr<XmlDocument> reply;
-  session();
-  try {
-    reply = call(write);
-  } catch (const ConnectionLost &) {
-    // To read twice does no harm.
-    reply = call(write);
-  }
+  const auto reply = call_for_read(write);
   const auto parts = reply->root().children();
   if (const auto fault = read_errors(parts, warnings_, native_path)) refuse(*fault, &request);
   const auto data = data_of(parts);
@@ -216,9 +226,21 @@ void RemoteDevice::send_edit(const yfw::Datatree &request, Road road, Purpose pu
       &request);
 }
 
+void RemoteDevice::lock_candidate() {
+  const auto end = Stream::Clock::now() + std::min<Stream::Clock::duration>(kLockPatience, address_.patience);
+  while (true) {
+    try {
+      return command("lock", "target", "candidate");
+    } catch (const yfw::NativeRefusal &refusal) {
+      if (refusal.error_tag != "lock-denied" || refusal.session_id == 0 || Stream::Clock::now() > end) throw;
+    }
+    std::this_thread::sleep_for(kLockPause);
+  }
+}
+
 /// Lock, edit, validate, commit, unlock: what fails on the way leaves nothing in the candidate.
 void RemoteDevice::edit_candidate(const yfw::Datatree &request, Purpose purpose) {
-  with_fate(kNotMade, [&] { command("lock", "target", "candidate"); });
+  with_fate(kNotMade, [&] { lock_candidate(); });
   const bool validates = session_->offers(kTestOnly) || session_->offers("validate:1.0");
   try {
     with_fate(kNotMade, [&] {
@@ -305,6 +327,18 @@ void RemoteDevice::unlock() {
   }
   as_rpc_error([&] { with_session([&] { command("unlock", "target", "running"); }); });
   holds_lock_ = false;
+}
+
+std::unique_ptr<XmlDocument> RemoteDevice::monitoring() {
+  if (!session().hello().offers(kMonitoringNs)) return nullptr;
+  auto reply = call_for_read([](XmlWriter &xml) {
+    xml.open("get");
+    xml.open("filter", {{"type", "subtree"}});
+    xml.open("netconf-state", {{"xmlns", std::string(kMonitoringNs)}});
+    for (const char *part : {"datastores", "sessions"}) xml.leaf(part, {});
+    for (int open = 0; open < 3; ++open) xml.close();
+  });
+  return data_of(reply->root().children()) ? std::move(reply) : nullptr;
 }
 
 void RemoteDevice::kill(uint32_t session) {

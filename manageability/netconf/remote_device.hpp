@@ -45,6 +45,8 @@ class RemoteDevice : public NativeDevice {
   void lock();
   void unlock();
   void kill(uint32_t session);
+  /// What the device tells of its sessions and locks, an <rpc-reply>; nullptr if it does not.
+  std::unique_ptr<XmlDocument> monitoring();
 
  private:
   enum class Road { candidate, running };
@@ -57,11 +59,13 @@ class RemoteDevice : public NativeDevice {
   /// A call that has no answer but <ok/>. `request`: of which errors tell a node.
   void command(const ClientSession::Write &write, const yfw::Datatree *request = nullptr);
   void command(const char *operation, const char *parameter = nullptr, const char *datastore = nullptr);
+  std::unique_ptr<XmlDocument> call_for_read(const ClientSession::Write &write);
   void read(const char *operation, const yfw::Datatree &request, yfw::Datatree &answer);
   /// `work` again on a new session if the device had ended the one before without having got anything.
   void with_session(const std::function<void()> &work);
   Road road(const yfw::Datatree &request, Purpose purpose);
   void send_edit(const yfw::Datatree &request, Road road, Purpose purpose);
+  void lock_candidate();
   void edit_candidate(const yfw::Datatree &request, Purpose purpose);
   void attempt(const char *operation, const char *parameter = nullptr, const char *datastore = nullptr);
 

@@ -2,8 +2,6 @@
 /// A session of a server whose device is elsewhere: it is one among the device's own sessions.
 #pragma once
 
-#include <ctime>
-
 #include "remote_device.hpp"
 #include "session_control.hpp"
 
@@ -19,16 +17,15 @@ class RemoteSessions : public SessionControl {
   RemoteSessions &operator=(const RemoteSessions &) = delete;
 
   uint32_t id() const override { return self_.id; }
-  std::vector<device::SessionRecord> live() const override { return {self_}; }
-  std::optional<Lock> lock_state(device::Datastore datastore) const override;
+  /// As the device tells it, if it does.
+  State state() override;
   void lock(device::Datastore datastore) override;
   void unlock(device::Datastore datastore) override;
-  void kill(uint32_t id) override { device_.kill(id); }
+  void kill(uint32_t id) override;
 
  private:
   RemoteDevice &device_;
   device::SessionRecord self_;
-  std::optional<Lock> lock_;  ///< on running; of others' locks the device tells when they are in the way
 };
 
 }  // namespace ymap::netconf

@@ -34,15 +34,15 @@ void add_capabilities(StateWriter &state, const Catalogue &catalogue) {
 }
 
 /// There is one kind of lock.
-void add_datastore(StateWriter &state, device::Datastore datastore,
-                   const std::optional<device::Sessions::Lock> &lock) {
+void add_datastore(StateWriter &state, device::Datastore datastore, const SessionControl::State &sessions) {
+  const auto lock = sessions.locks.find(datastore);
   state.open("datastore");
   state.leaf("name", name_of(datastore));
-  if (lock && lock->holder != 0) {
+  if (lock != sessions.locks.end() && lock->second.holder != 0) {
     state.open("locks");
     state.open("global-lock");
-    state.leaf("locked-by-session", lock->holder);
-    state.leaf("locked-time", date_and_time(lock->since));
+    state.leaf("locked-by-session", lock->second.holder);
+    state.leaf("locked-time", date_and_time(lock->second.since));
     state.close();
     state.close();
   }
@@ -100,7 +100,7 @@ const lysc_node *node_at(const lys_module *module, std::initializer_list<const c
 
 }  // namespace
 
-ServerData::ServerData(const Catalogue &catalogue, const SessionControl &sessions,
+ServerData::ServerData(const Catalogue &catalogue, SessionControl &sessions,
                        std::vector<device::Datastore> datastores)
     : catalogue_(catalogue),
       sessions_(sessions),
@@ -126,17 +126,18 @@ std::string ServerData::netconf_state(const Counters &counters) const {
     add_schemas(state, catalogue_);
     schemas_ = xml.take();
   }
+  const auto sessions = sessions_.state();
   XmlWriter xml(Layout::compact);
   StateWriter state(module, nullptr, xml);
   state.open(kState);
   add_capabilities(state, catalogue_);
   state.open("datastores");
-  for (const auto datastore : datastores_) add_datastore(state, datastore, sessions_.lock_state(datastore));
+  for (const auto datastore : datastores_) add_datastore(state, datastore, sessions);
   state.close();
   xml.raw(schemas_);
   state.open("sessions");
   decltype(others_) live;
-  for (const auto &record : sessions_.live()) {
+  for (const auto &record : sessions.live) {
     if (record.id == sessions_.id()) {
       add_session(state, record, &counters);
       continue;

@@ -26,7 +26,7 @@ struct Counters {
 class ServerData {
  public:
   /// Of a server with these datastores. What is given by reference must outlive the object.
-  ServerData(const Catalogue &catalogue, const SessionControl &sessions,
+  ServerData(const Catalogue &catalogue, SessionControl &sessions,
              std::vector<device::Datastore> datastores);
 
   /// All of it, or what the elements of a subtree filter select, in XML. Only what is selected is made.
@@ -37,7 +37,7 @@ class ServerData {
   const std::string &session_text(const device::SessionRecord &record) const;
 
   const Catalogue &catalogue_;
-  const SessionControl &sessions_;
+  SessionControl &sessions_;
   std::vector<device::Datastore> datastores_;
   std::time_t started_;
   mutable std::string schemas_;  ///< <schemas>, which stay the same; once it was made

@@ -7,8 +7,19 @@
 
 namespace ymap::netconf {
 
+std::string kill_session_path() {
+  return step(step(step({}, kProtocolModule, "rpc"), {}, "kill-session"), {}, "session-id");
+}
+
 const char *name_of(device::Datastore datastore) {
   return datastore == device::Datastore::running ? "running" : "candidate";
+}
+
+SessionControl::State FolderSessions::state() {
+  State state{sessions_.live(), {}};
+  for (const auto datastore : {device::Datastore::running, device::Datastore::candidate})
+    if (const auto lock = sessions_.lock_state(datastore)) state.locks.emplace(datastore, *lock);
+  return state;
 }
 
 void FolderSessions::lock(device::Datastore datastore) {
@@ -30,7 +41,7 @@ void FolderSessions::unlock(device::Datastore datastore) {
 
 void FolderSessions::kill(uint32_t id) {
   const auto number = std::to_string(id);
-  const auto where = step(step(step({}, kProtocolModule, "rpc"), {}, "kill-session"), {}, "session-id");
+  const auto where = kill_session_path();
   switch (sessions_.kill(id)) {
     case device::Sessions::Kill::done:
       break;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <optional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -25,19 +25,24 @@ class SessionControl {
 
   virtual ~SessionControl() = default;
   virtual uint32_t id() const = 0;
-  /// This one, and the others as far as they can be seen, by ascending id.
-  virtual std::vector<device::SessionRecord> live() const = 0;
-  /// As far as it is known here.
-  virtual std::optional<Lock> lock_state(device::Datastore datastore) const = 0;
+  /// For monitoring, as far as it can be seen from here.
+  struct State {
+    std::vector<device::SessionRecord> live;  ///< this one and the others, by ascending id
+    std::map<device::Datastore, Lock> locks;  ///< that are held
+  };
+  virtual State state() = 0;
   virtual void lock(device::Datastore datastore) = 0;
   virtual void unlock(device::Datastore datastore) = 0;
   /// Ends another session, and returns when it is gone.
   virtual void kill(uint32_t id) = 0;
 };
 
+/// Of the parameter session-id, as faults have it.
+std::string kill_session_path();
+
 const char *name_of(device::Datastore datastore);
 
-/// A session of a device folder.
+/// A session of a device folder. Others see it, unless its user may only read the folder.
 class FolderSessions : public SessionControl {
  public:
   /// Enters the folder. Throws device::FolderError.
@@ -45,10 +50,7 @@ class FolderSessions : public SessionControl {
       : sessions_(folder, peer.user, peer.host) {}
 
   uint32_t id() const override { return sessions_.id(); }
-  std::vector<device::SessionRecord> live() const override { return sessions_.live(); }
-  std::optional<Lock> lock_state(device::Datastore datastore) const override {
-    return sessions_.lock_state(datastore);
-  }
+  State state() override;
   void lock(device::Datastore datastore) override;
   void unlock(device::Datastore datastore) override;
   void kill(uint32_t id) override;

@@ -49,6 +49,7 @@ void passing_refusals_on(const Work &work) {
   } catch (const device::EditError &error) {
     yfw::NativeRefusal refusal(words(error));
     refusal.error_tag = error.error_tag;
+    refusal.path = error.path;
     refusal.node = static_cast<const vidl_yfw_datatree *>(error.origin);
     throw refusal;
   }

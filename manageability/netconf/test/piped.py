@@ -5,7 +5,7 @@ import re
 import subprocess
 import xml.etree.ElementTree as ElementTree
 
-from tool import NC, NETCONF, YMAP
+from tool import NC, NETCONF, YMAP, device_environment, device_options
 
 END = b"]]>]]>"
 BASE = "urn:ietf:params:netconf:base:"
@@ -20,7 +20,8 @@ class Piped:
     """A session; `version` is the base that the client offers, None leaves the hello to the test."""
 
     def __init__(self, folder, version="1.1", options=(), **settings):
-        self.process = subprocess.Popen([YMAP, "netconf", "--device", folder, *options], bufsize=0,
+        environment = device_environment(folder, settings.pop("env", None))
+        self.process = subprocess.Popen([YMAP, "netconf", *device_options(folder), *options], bufsize=0, env=environment,
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **settings)
         self.unread = b""
         self.version = version

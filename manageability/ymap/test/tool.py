@@ -1,6 +1,7 @@
 """The installed ymap on a device folder of its own, and the messages that the tests send."""
 
 import os
+import shlex
 import subprocess
 import tempfile
 import unittest
@@ -12,6 +13,24 @@ OPENCONFIG = "http://openconfig.net/yang/optical-amplfier"
 OTS = "{http://velm.example/ns/yang/Velm-NALTO-controller-ots-cfg}"
 NC, OC = f"{{{NETCONF}}}", f"{{{OPENCONFIG}}}"
 PRE0, BST0, BST2 = AMPLIFIERS = ["0/0-AMP-PRE0", "0/0-AMP-BST0", "0/0-AMP-BST2"]
+
+# Where this is set the tool does not work on the device's folder but through a server of its native models, which has a
+# "candidate" datastore or only the "running" one. The tests are the same.
+CHAIN = os.environ.get("YMAP_CHAIN")
+NATIVE = ["netconf", "--native", *(["--candidate"] if CHAIN == "candidate" else [])]
+
+
+def device_options(folder):
+    return ["--device", "ssh://device" if CHAIN else folder]
+
+
+def device_environment(folder, environment=None):
+    """With a server on pipes in the place of ssh, whose arguments it does not see."""
+    environment = dict(os.environ if environment is None else environment)
+    if CHAIN:
+        server = "exec " + shlex.join([YMAP, *NATIVE, "--device", folder])
+        environment["YMAP_SSH"] = shlex.join(["sh", "-c", server])
+    return environment
 
 
 def rpc(operation):
@@ -61,8 +80,9 @@ class DeviceTest(unittest.TestCase):
     def run_tool(self, *arguments, text=None, **options):
         data = text.encode() if isinstance(text, str) else text
         stdin = {"input": data} if data is not None else {"stdin": subprocess.DEVNULL}
-        done = subprocess.run([YMAP, "--device", self.folder, *arguments], capture_output=True, timeout=60,
-                              **stdin, **options)
+        environment = device_environment(self.folder, options.pop("env", None))
+        done = subprocess.run([YMAP, *device_options(self.folder), *arguments], capture_output=True, timeout=60,
+                              env=environment, **stdin, **options)
         return done.returncode, done.stdout.decode(), done.stderr.decode()
 
     def ok(self, *arguments, text=None):

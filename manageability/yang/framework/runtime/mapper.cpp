@@ -107,7 +107,7 @@ Refusal refusal_of(const Registration &registration, const NativeRefusal &native
   refusal.error_tag = native.error_tag;
   refusal.type = native.type;
   refusal.session_id = native.session_id;
-  if (native.node == nullptr && !native.path.empty()) {
+  if (native.node == nullptr) {
     refusal.path = native.path;
     return refusal;
   }

@@ -32,7 +32,7 @@ struct YFW_EXPORT NativeRefusal : std::runtime_error {
   using std::runtime_error::runtime_error;
   std::string error_tag;  ///< RFC 6241, appendix A
   const vidl_yfw_datatree *node = nullptr;
-  std::string path;         ///< native, of what is refused where no node of the request is; told as it is
+  std::string path;         ///< of what is refused where no node of the request is: native, told as it is
   std::string type;         ///< the layer that refuses; empty: not told
   uint32_t session_id = 0;  ///< of the session that holds a lock; 0 for none
 };
