@@ -2,10 +2,11 @@
 # make bench   builds and runs the benchmarks           make fuzz    runs each fuzzer for FUZZ_SECONDS
 # make lint    clang-tidy over all sources              make install installs below PREFIX (default /usr/local)
 # make package makes build/ymap_VERSION_ARCH.deb, for Debian
-# make serve   serves NETCONF on 127.0.0.1:PORT, for the device in the folder DEVICE (default: your own)
+# make serve   serves NETCONF on 127.0.0.1:PORT, for the device in the folder DEVICE (default: your own) or ssh://HOST;
+#              NATIVE=1 serves the device's own models, CANDIDATE=1 those with a candidate datastore
 # make check-releases  runs demo and check on fresh Debian systems (RELEASES), as root
 PREFIX ?= /usr/local
-PORT ?= 8300
+PORT ?= $(if $(NATIVE),8301,8300)
 JOBS ?= $(shell nproc)
 # Tests wait for each other's processes half of their time.
 TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
@@ -27,7 +28,7 @@ serve:
 	$(PACKAGES) build serve
 	@cmake --preset release -DBUILD_TESTING=OFF >/dev/null
 	@cmake --build --preset release -j $(JOBS) -- --no-print-directory
-	@scripts/serve build/release/bin/ymap $(PORT) $(if $(DEVICE),"$(DEVICE)")
+	@scripts/serve build/release/bin/ymap $(PORT) "$(DEVICE)" $(if $(NATIVE),--native $(if $(CANDIDATE),--candidate))
 
 check:
 	$(PACKAGES) build serve package check

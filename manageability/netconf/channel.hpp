@@ -35,6 +35,9 @@ class Channel {
   void use(Framing framing);
   Framing framing() const { return framing_; }
 
+  /// See Stream.
+  void watch(int lifeline) { stream_.watch(lifeline); }
+
   /// The next message; nothing if the peer ends its stream before one begins. Throws TooLate, MessageCutOff,
   /// FramingError, std::system_error.
   std::optional<Deframer::Message> receive(Stream::End end);

@@ -57,6 +57,8 @@ class ClientSession {
   /// Throws a UsageError with the server's name before `what`, and gives the session up.
   [[noreturn]] void fail(const std::string &what);
   bool has_failed() const { return failed_; }
+  /// What the server's messages come from, to see its end by.
+  int descriptor() const { return channel_.descriptor(); }
 
  private:
   void open();

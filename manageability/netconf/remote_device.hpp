@@ -45,6 +45,8 @@ class RemoteDevice : public NativeDevice {
   void lock();
   void unlock();
   void kill(uint32_t session);
+  /// Of the connection while it holds the lock; -1 without.
+  int lock_descriptor() const { return holds_lock_ && session_ ? session_->descriptor() : -1; }
   /// What the device tells of its sessions and locks, an <rpc-reply>; nullptr if it does not.
   std::unique_ptr<XmlDocument> monitoring();
 

@@ -22,6 +22,8 @@ class RemoteSessions : public SessionControl {
   void lock(device::Datastore datastore) override;
   void unlock(device::Datastore datastore) override;
   void kill(uint32_t id) override;
+  /// Without the device's session the lock is lost, and this session's client must not go on as if it had it.
+  int lifeline() const override { return device_.lock_descriptor(); }
 
  private:
   RemoteDevice &device_;

@@ -69,7 +69,7 @@ class Server {
   void run() {
     transport_.send(write_hello(catalogue_.capabilities(), session_->id()));
     if (!open()) return;
-    while (const auto message = transport_.receive()) {
+    while (const auto message = next_message()) {
       const auto reply = answer(*message);
       // Its lock and its place are free before the client hears so (RFC 6241, section 7.8).
       if (reply.last) session_.reset();
@@ -103,6 +103,11 @@ class Server {
       throw TransportError("the client's <hello> is not in order: " + error.fault().message);
     }
     return true;
+  }
+
+  std::optional<Deframer::Message> next_message() {
+    transport_.watch(session_->lifeline());
+    return transport_.receive();
   }
 
   Reply answer(const Deframer::Message &message) {

@@ -41,6 +41,7 @@ class ServerChannel {
 
   /// Nothing more is to come: the server, or ssh, has ended.
   bool is_ended() const;
+  int descriptor() const { return ssh_.from_server(); }
 
   /// All of it before `end`. Throws UsageError, and ConnectionEnded if the server has not got all of it.
   void send(std::string_view message, Stream::Clock::time_point end);

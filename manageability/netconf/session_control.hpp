@@ -35,6 +35,8 @@ class SessionControl {
   virtual void unlock(device::Datastore datastore) = 0;
   /// Ends another session, and returns when it is gone.
   virtual void kill(uint32_t id) = 0;
+  /// A descriptor whose peer hangs up when the session must end; -1 for none.
+  virtual int lifeline() const { return -1; }
 };
 
 /// Of the parameter session-id, as faults have it.

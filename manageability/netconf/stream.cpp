@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <system_error>
@@ -33,7 +34,7 @@ Stream::Stream(int in, int out, const Signals *signals)
     : in_(in), out_(out), signals_(signals), buffer_(kReadSize) {}
 
 bool Stream::wait(int descriptor, short event, End end) const {
-  pollfd polled = {descriptor, event, 0};
+  std::array<pollfd, 2> polled = {{{descriptor, event, 0}, {event == POLLIN ? lifeline_ : -1, 0, 0}}};
   while (true) {
     timespec limit = {};
     if (end) {
@@ -41,10 +42,11 @@ bool Stream::wait(int descriptor, short event, End end) const {
       if (left <= left.zero()) return false;
       limit = time_of(left);
     }
-    const int ready = ppoll(&polled, 1, end ? &limit : nullptr, signals_ ? &signals_->mask : nullptr);
+    const int ready = ppoll(polled.data(), polled.size(), end ? &limit : nullptr, signals_ ? &signals_->mask : nullptr);
     const int error = errno;
     if (signals_) signals_->check();
-    if (ready > 0) return true;
+    if (ready > 0 && polled[0].revents != 0) return true;
+    if (ready > 0) throw LifelineCut();
     errno = error;
     if (ready < 0 && error != EINTR) fail();
   }

@@ -5,10 +5,16 @@
 #include <chrono>
 #include <csignal>
 #include <optional>
+#include <stdexcept>
 #include <string_view>
 #include <vector>
 
 namespace ymap::netconf {
+
+/// The peer of the descriptor that is watched beside the stream is gone.
+struct LifelineCut : std::runtime_error {
+  LifelineCut() : std::runtime_error("what the stream depends on has ended") {}
+};
 
 class Stream {
  public:
@@ -25,6 +31,9 @@ class Stream {
   /// The descriptors stay the caller's, as does `signals`, which must outlive the object.
   Stream(int in, int out, const Signals *signals = nullptr);
 
+  /// Reads end with LifelineCut when the peer of this descriptor hangs up; -1 for none.
+  void watch(int lifeline) { lifeline_ = lifeline; }
+
   /// Waits for bytes; valid until the next call. Empty: the peer has ended its stream. Nothing: it is too
   /// late, also where there are bytes. Throws std::system_error.
   std::optional<std::string_view> read(End end);
@@ -38,6 +47,7 @@ class Stream {
 
   int in_;
   int out_;
+  int lifeline_ = -1;
   const Signals *signals_;
   std::vector<char> buffer_;
 };

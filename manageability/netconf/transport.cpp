@@ -56,6 +56,8 @@ std::optional<Deframer::Message> Transport::receive(std::optional<std::chrono::m
     return channel_.receive(end);
   } catch (const TooLate &) {
     throw TransportError("the client sends nothing");
+  } catch (const LifelineCut &) {
+    throw TransportError("the device has ended its session, and with it the lock on running");
   } catch (const MessageCutOff &) {
     throw TransportError("the client went away in the middle of a message");
   } catch (const std::system_error &error) {

@@ -34,6 +34,9 @@ class Transport {
   void use(Framing framing) { channel_.use(framing); }
   Framing framing() const { return channel_.framing(); }
 
+  /// When the peer of this descriptor hangs up, receive() throws TransportError; -1 for none.
+  void watch(int lifeline) { channel_.watch(lifeline); }
+
   /// The next message, in part if it is too big; nothing when the client ends its stream between two
   /// messages. Throws SessionKilled, FramingError, and TransportError, also when `patience` is over.
   std::optional<Deframer::Message> receive(std::optional<std::chrono::milliseconds> patience = std::nullopt);

@@ -73,7 +73,7 @@ def error(tag, message, severity="error", more=""):
 
 class OwnServer(ServedTest):
     def environment(self):
-        return {**os.environ, "YMAP_SSH": "ssh -F " + shlex.quote(self.at_port("ssh_config"))}
+        return {**os.environ, "YMAP_SSH": self.ssh_command()}
 
     def remote(self, *arguments):
         done = self.tool("--connect", f"ymap:{self.port}", *arguments, env=self.environment())

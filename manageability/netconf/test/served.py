@@ -3,6 +3,7 @@
 import os
 import pwd
 import re
+import shlex
 import socket
 import subprocess
 import tempfile
@@ -11,6 +12,8 @@ import unittest
 
 import ncclient.transport.ssh
 from ncclient import manager
+
+from tool import CHAIN, NATIVE
 
 # ncclient looks ten times a second for what it has to send, otherwise.
 ncclient.transport.ssh.TICK = 0.005
@@ -52,32 +55,44 @@ class ServedTest(unittest.TestCase):
 
     def serve(self):
         """Starts the server; what it printed is in self.printed, its port in self.port."""
+        if not CHAIN:
+            return self.start(self.folder)
+        self.start(self.folder, *NATIVE[1:])
+        os.environ["YMAP_SSH"] = self.ssh_command()
+        self.addCleanup(os.environ.pop, "YMAP_SSH")
+        self.start(f"ssh://ymap:{self.port}")
+
+    def ssh_command(self):
+        """For YMAP_SSH, to the server that was started last."""
+        return "ssh -F " + shlex.quote(self.at_port("ssh_config"))
+
+    def start(self, device, *options):
         for _ in range(5):  # somebody else may take the port first
             self.port = free_port()
-            server = subprocess.Popen([SERVE, YMAP, str(self.port), self.folder], stdout=subprocess.PIPE, text=True,
+            server = subprocess.Popen([SERVE, YMAP, str(self.port), device, *options], stdout=subprocess.PIPE, text=True,
                                       stderr=subprocess.STDOUT, env={**os.environ, "XDG_STATE_HOME": self.home})
             self.printed = ""
             while line := server.stdout.readline():
                 self.printed += line
                 if line.startswith("yangcli "):
-                    self.addCleanup(self.stop, server)
+                    self.addCleanup(self.stop, server, self.port)
                     return
             server.stdout.close()
             server.wait()
         self.fail("no server: " + self.printed)
 
-    def stop(self, server):
+    def stop(self, server, port):
         server.terminate()
         server.stdout.close()
         self.assertEqual(server.wait(60), 0)
-        self.assertEqual(SANITIZER.findall(self.log()), [])
+        self.assertEqual(SANITIZER.findall(self.log(port)), [])
 
-    def at_port(self, name):
-        return os.path.join(self.state, str(self.port), name)
+    def at_port(self, name, port=None):
+        return os.path.join(self.state, str(port or self.port), name)
 
-    def log(self):
+    def log(self, port=None):
         """What sshd and the sessions wrote on standard error."""
-        with open(self.at_port("log"), encoding="utf-8", errors="replace") as log:
+        with open(self.at_port("log", port), encoding="utf-8", errors="replace") as log:
             return log.read()
 
     def connect(self):
