@@ -26,8 +26,7 @@ struct Counters {
 class ServerData {
  public:
   /// Of a server with these datastores. What is given by reference must outlive the object.
-  ServerData(const Catalogue &catalogue, SessionControl &sessions,
-             std::vector<device::Datastore> datastores);
+  ServerData(const Catalogue &catalogue, SessionControl &sessions, std::vector<device::Datastore> datastores);
 
   /// All of it, or what the elements of a subtree filter select, in XML. Only what is selected is made.
   std::string read(const std::optional<XmlElements> &filter, const Counters &counters) const;

@@ -42,7 +42,8 @@ bool Stream::wait(int descriptor, short event, End end) const {
       if (left <= left.zero()) return false;
       limit = time_of(left);
     }
-    const int ready = ppoll(polled.data(), polled.size(), end ? &limit : nullptr, signals_ ? &signals_->mask : nullptr);
+    const int ready =
+        ppoll(polled.data(), polled.size(), end ? &limit : nullptr, signals_ ? &signals_->mask : nullptr);
     const int error = errno;
     if (signals_) signals_->check();
     if (ready > 0 && polled[0].revents != 0) return true;

@@ -22,7 +22,7 @@ CONTENTS = {
     "bin": "ymap",
     "include/ymap": " ".join(HEADERS),
     "include/ymap/yfw": " ".join(RUNTIME_HEADERS),
-    LIBDIR: f"libyfw_map.so libyfw_map.so.0 libyfw_map.so.{VERSION} "
+    LIBDIR: f"libyfw_map.so libyfw_map.so.1 libyfw_map.so.{VERSION} "
             "libymap_oc_amplifier_kva220.so",
     f"{LIBDIR}/cmake/yfw-map": "yfw-map-config.cmake yfw-map-config-version.cmake yfw-map-targets.cmake "
                                f"yfw-map-targets-{os.environ['BUILD_TYPE'].lower() or 'noconfig'}.cmake",

@@ -2,61 +2,15 @@
 
 import os
 import re
-import shlex
 import subprocess
-import sys
 import unittest
 
+from foreign import CAPABILITY, ForeignTest, error, hello, reply
 from served import SERVE, YMAP, ServedTest
 from tool import BST0, BST2, NETCONF, OPENCONFIG, PRE0, DeviceTest, config, entries, entry
 
-# Says a hello, and a reply to each request, whatever it is; writes down what it was asked. "slow:" says what follows byte
-# by byte, "endless:" again and again.
-FOREIGN = r"""
-import os, re, sys, time
-hello, *replies = open(sys.argv[1], encoding="utf-8").read().split("\0")
-def say(text):
-    mode, _, rest = text.partition(":")
-    text = (rest if mode in ("slow", "endless") else text).encode()
-    size = 1 if mode == "slow" else len(text) or 1
-    parts = [text[at:at + size] for at in range(0, len(text), size)]
-    try:
-        while True:
-            for part in parts:
-                sys.stdout.buffer.write(part); sys.stdout.flush()
-                if mode == "slow": time.sleep(0.02)
-            if mode != "endless": return
-    except BrokenPipeError: os._exit(0)
-def hear():
-    text = b""
-    while not text.endswith((b"]]>]]>", b"\n##\n")):
-        byte = sys.stdin.buffer.read(1)
-        if not byte: sys.exit()
-        text += byte
-    open(sys.argv[1] + ".heard", "ab").write(text)
-    return text.decode()
-say(hello)
-if hello.endswith("gone"): sys.exit()
-hear()
-for reply in replies:
-    request = hear()
-    if not reply: time.sleep(1)
-    say(reply.replace("ID", re.search(r'message-id="(\d+)"', request)[1]))
-    if not reply.endswith("]]>]]>"): sys.exit()
-hear()
-"""
-CAPABILITY = "urn:ietf:params:netconf:capability:"
 EVERYTHING = (CAPABILITY + "writable-running:1.0", CAPABILITY + "rollback-on-error:1.0",
               OPENCONFIG + "?module=openconfig-optical-amplifier&amp;revision=2019-12-06")
-
-
-def hello(*capabilities):
-    words = "".join(f"<capability>{word}</capability>" for word in ("urn:ietf:params:netconf:base:1.0", *capabilities))
-    return f'<hello xmlns="{NETCONF}"><capabilities>{words}</capabilities><session-id>9</session-id></hello>]]>]]>'
-
-
-def reply(inner):
-    return f'<rpc-reply message-id="ID" xmlns="{NETCONF}">{inner}</rpc-reply>]]>]]>'
 
 
 TWINS = '<twin xmlns=""/><twin xmlns=""/>'
@@ -66,17 +20,17 @@ NOTIFICATION = ('<notification xmlns="urn:ietf:params:xml:ns:netconf:notificatio
                 '</eventTime>' + TWINS + '</notification>]]>]]>')
 
 
-def error(tag, message, severity="error", more=""):
-    return (f"<rpc-error><error-type>application</error-type><error-tag>{tag}</error-tag><error-severity>{severity}"
-            f"</error-severity>{more}<error-message>{message}</error-message></rpc-error>")
-
-
 class OwnServer(ServedTest):
+    GAIN = "<target-gain>18.4</target-gain>"
+
+    def at(self):
+        return "--connect", f"ymap:{self.port}"
+
     def environment(self):
         return {**os.environ, "YMAP_SSH": self.ssh_command()}
 
     def remote(self, *arguments):
-        done = self.tool("--connect", f"ymap:{self.port}", *arguments, env=self.environment())
+        done = self.tool(*self.at(), *arguments, env=self.environment())
         return done.returncode, done.stdout, done.stderr
 
     def local(self, *arguments):
@@ -102,7 +56,7 @@ class OwnServer(ServedTest):
 
     def test_printed_lines_run_as_they_are(self):
         for part, expected in (("# ssh", "<session-id>"), ("# the tool itself", "config/target-gain 18.40 dB"),
-                               ("# ncclient", "<target-gain>18.4</target-gain>")):
+                               ("# ncclient", self.GAIN)):
             with self.subTest(part):
                 lines = self.printed.split(part, 1)[1].split("\n\n")[0].split("\n", 1)[1]
                 done = subprocess.run(["bash", "-c", lines], stdin=subprocess.DEVNULL, capture_output=True, text=True,
@@ -120,7 +74,7 @@ class OwnServer(ServedTest):
                 self.assertIn(message, done.stderr)
 
     def test_watch_is_one_session(self):
-        process = subprocess.Popen([YMAP, "--connect", f"ymap:{self.port}", "get", BST2, "--config", "--watch", "0.1"],
+        process = subprocess.Popen([YMAP, *self.at(), "get", BST2, "--config", "--watch", "0.1"],
                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, env=self.environment())
         self.addCleanup(process.stdout.close)
         self.addCleanup(process.wait)
@@ -131,20 +85,17 @@ class OwnServer(ServedTest):
         self.assertEqual(self.log().count("Accepted publickey"), 2)
 
 
-class ForeignServer(DeviceTest):
-    """Canned servers in the place of ssh."""
+class OwnDevice(OwnServer):
+    """The same in front of a server of the device's own models."""
 
-    def run_against(self, server, *arguments):
-        """Status, standard output, standard error, and what the server was asked."""
-        script, talk = (os.path.join(self.folder, name) for name in ("foreign.py", "talk"))
-        for name, text in ((script, FOREIGN), (talk, "\0".join(server)), (talk + ".heard", "")):
-            with open(name, "w", encoding="utf-8") as file:
-                file.write(text)
-        done = subprocess.run([YMAP, "--connect", "host", *arguments], capture_output=True, text=True, timeout=60,
-                              env={**os.environ, "YMAP_SSH": shlex.join([sys.executable, script, talk])})
-        with open(talk + ".heard", encoding="utf-8") as file:
-            return done.returncode, done.stdout, done.stderr, file.read()
+    OPTIONS = ("--native", "--candidate")
+    GAIN = "<ots-egress-amplifier-gain>184</ots-egress-amplifier-gain>"
 
+    def at(self):
+        return "--device", f"ssh://ymap:{self.port}"
+
+
+class ForeignServer(ForeignTest):
     def test_data(self):
         for what, data, lines, *warnings in (
                 ("prefix of its own, identity with one", f'<x:optical-amplifier xmlns:x="{OPENCONFIG}"><x:amplifiers>'

@@ -7,7 +7,8 @@ import unittest
 
 from ncclient.operations.rpc import RPCError
 
-from served import ServedTest, eventually
+from piped import eventually
+from served import ServedTest
 from tool import BST2, NETCONF, config, edit, get_config
 
 REQUESTS = int(os.environ["YMAP_TEST_REQUESTS"])

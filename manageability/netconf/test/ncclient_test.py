@@ -12,7 +12,8 @@ from collections import namedtuple
 from ncclient.operations.rpc import RPCError
 from ncclient.xml_ import to_ele
 
-from served import ServedTest, eventually
+from piped import eventually
+from served import ServedTest
 from tool import AMPLIFIERS, BST0, BST2, CHAIN, NC, NETCONF, OC, OPENCONFIG, PRE0, config, entries, entry, top
 
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
@@ -253,6 +254,50 @@ class Sharing(ClientTest):
         self.assertEqual(wrong, [])
         for name, leaf in owned:
             self.assertIn(self.setting(name, leaf), (words[leaf][-1], words[leaf][-1] + "0"), (name, leaf))
+
+
+@unittest.skipIf(CHAIN, "there is no mapping in between")
+class Native(ClientTest):
+    """The device's own models, with a candidate datastore."""
+
+    OPTIONS = ("--native", "--candidate")
+    IFMGR, OTS = (f"http://velm.example/ns/yang/Velm-NALTO-{name}" for name in ("ifmgr-cfg", "controller-ots-cfg"))
+
+    def gain(self, value, more=""):
+        return (f'<interface-configurations xmlns="{self.IFMGR}"><interface-configuration><active>act</active><interface-name>'
+                f'Ots0/0/0/2</interface-name><ots xmlns="{self.OTS}"><ots-egress-amplifier-gain {more}>{value}'
+                "</ots-egress-amplifier-gain></ots></interface-configuration></interface-configurations>")
+
+    def gains(self, session):
+        """Of running and candidate."""
+        return [ElementTree.fromstring(session.get_config(datastore, filter=("subtree", self.gain(""))).data_xml)
+                .findtext(f".//{{{self.OTS}}}ots-egress-amplifier-gain") for datastore in ("running", "candidate")]
+
+    def test_candidate(self):
+        session, other = self.connect(), self.connect()
+        self.assertEqual(self.gains(session), ["184", "184"])
+        with session.locked("candidate"):
+            self.assertEqual(self.refused(other.lock, "candidate").tag, "lock-denied")
+            session.edit_config(target="candidate", config=edited(self.gain("150")))
+            self.assertEqual(self.gains(session), ["184", "150"])
+            session.discard_changes()
+            self.assertEqual(self.gains(session), ["184", "184"])
+            session.edit_config(target="candidate", config=edited(self.gain("160")))
+            self.assertTrue(session.validate("candidate").ok)
+            session.commit()
+        self.assertEqual(self.gains(other), ["160", "160"])
+        refusal = self.refused(self.edit, session, self.gain("999"))
+        self.assertEqual((refusal.tag, refusal.path.split(":")[-1]), ("invalid-value", "ots-egress-amplifier-gain"))
+        self.assertTrue(self.edit(session, self.gain("", operation("remove"))).ok)
+        self.assertEqual(self.gains(other), [None, None])
+
+    def test_live_values_and_modules(self):
+        session = self.connect()
+        whole = ElementTree.fromstring(session.get().data_xml)
+        names = {child.tag.split("}")[1] for child in whole}
+        self.assertLess({"interface-configurations", "ots-oper", "performance-management-history", "yang-library"}, names)
+        for name in ("ifmgr-cfg", "controller-ots-oper"):
+            self.assertIn(f"module Velm-NALTO-{name} {{", session.get_schema("Velm-NALTO-" + name).data)
 
 
 if __name__ == "__main__":

@@ -3,12 +3,21 @@
 import os
 import re
 import subprocess
+import time
 import xml.etree.ElementTree as ElementTree
 
 from tool import NC, NETCONF, YMAP, device_environment, device_options
 
 END = b"]]>]]>"
 BASE = "urn:ietf:params:netconf:base:"
+
+
+def eventually(condition, seconds=20):
+    """The first true value of `condition`, or its last one."""
+    end = time.monotonic() + seconds
+    while not (value := condition()) and time.monotonic() < end:
+        time.sleep(0.02)
+    return value
 
 
 def hello(*versions):

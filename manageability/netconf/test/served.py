@@ -7,7 +7,6 @@ import shlex
 import socket
 import subprocess
 import tempfile
-import time
 import unittest
 
 import ncclient.transport.ssh
@@ -29,18 +28,11 @@ def free_port():
         return probe.getsockname()[1]
 
 
-def eventually(condition, seconds=20):
-    """The first true value of `condition`, or its last one."""
-    end = time.monotonic() + seconds
-    while not (value := condition()) and time.monotonic() < end:
-        time.sleep(0.02)
-    return value
-
-
 class ServedTest(unittest.TestCase):
     """Every test has a new device with factory data, and a server of its own."""
 
     maxDiff = None
+    OPTIONS = ()  # for the server
 
     def setUp(self):
         # In memory where that can be: the device syncs each edit, and ten thousand take their time.
@@ -56,7 +48,7 @@ class ServedTest(unittest.TestCase):
     def serve(self):
         """Starts the server; what it printed is in self.printed, its port in self.port."""
         if not CHAIN:
-            return self.start(self.folder)
+            return self.start(self.folder, *self.OPTIONS)
         self.start(self.folder, *NATIVE[1:])
         os.environ["YMAP_SSH"] = self.ssh_command()
         self.addCleanup(os.environ.pop, "YMAP_SSH")

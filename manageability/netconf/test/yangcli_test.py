@@ -22,7 +22,7 @@ def path(name, leaf=""):
 
 
 @unittest.skipIf(reads_nothing(), "this yangcli reads no hello, whatever its shape")
-class Yangcli(ServedTest):
+class YangcliTest(ServedTest):
     def run_script(self, *commands):
         """What yangcli prints after its greeting. It ends at the first command that fails."""
         file = os.path.join(self.home, f"script-{abs(hash(commands))}")
@@ -42,6 +42,8 @@ class Yangcli(ServedTest):
         """As the server's greeting names it, which a person would copy."""
         return re.search(r"--user=(\S+)", self.printed).group(1)
 
+
+class Yangcli(YangcliTest):
     def settings(self, name):
         text = self.run_script(f"sget-config source=running {path(name, 'config')}")
         return dict(re.findall(r"^ +([a-z-]+) (\S+)$", text.partition("config {")[2], re.MULTILINE))
@@ -115,6 +117,23 @@ class Yangcli(ServedTest):
                        BST0: [f"{10 + number}.00" for number in range(1, 10, 2)]}
         with ThreadPoolExecutor(10) as pool:
             self.assertEqual(list(pool.map(work, range(10))), [(True, True)] * 10)
+
+
+class Native(YangcliTest):
+    """The device's own models, with a candidate datastore."""
+
+    OPTIONS = ("--native", "--candidate")
+
+    def test_candidate(self):
+        entry = "/interface-configurations/interface-configuration[active='act'][interface-name='Ots0/0/0/2']/ots"
+        gain = entry + "/ots-egress-amplifier-gain"
+        text = self.run_script(f"sget-config source=running {entry}", "lock target=candidate",
+                               f"merge target={gain} value=150", "commit", "unlock target=candidate",
+                               f"sget-config source=running {gain}")
+        self.assertIn("ots-egress-amplifier-gain 184", text.split("RPC OK Reply")[0])
+        self.assertIn("ots-egress-amplifier-gain 150", text.rpartition("RPC OK Reply")[2])
+        self.assertIn("error-tag data-exists", self.run_script(f"create target={gain} value=200"))
+        self.assertIn("ingress-ampli-gain 172", self.run_script("sget /ots-oper"))
 
 
 if __name__ == "__main__":

@@ -45,6 +45,7 @@ Positionals:
 
 Options:
   -h,--help                   Print this help message and exit
+  --test-only                 Try it, and change nothing
 
 """)
         self.assertIn("\n  --config Excludes: --state  Settings only\n", self.ok("get", "--help"))
@@ -120,7 +121,7 @@ class Completion(DeviceTest):
     def test_words(self):
         script = self.ok("completion", "bash")
         for words, expected in (
-                (["s"], {"set"}), (["--v"], {"--version"}), (["get", "0/0-AMP-B"], {"0/0-AMP-BST0", "0/0-AMP-BST2"}),
+                (["s"], {"set"}), (["--vers"], {"--version"}), (["get", "0/0-AMP-B"], {"0/0-AMP-BST0", "0/0-AMP-BST2"}),
                 (["set", ""], set(AMPLIFIERS)), (["set", BST2, "target"], {"target-gain=", "target-gain-tilt="}),
                 (["unset", BST2, "e"], {"enabled"}), (["set", BST2, "min"], set()),
                 (["set", BST2, "enabled", "="], {"true", "false"}),

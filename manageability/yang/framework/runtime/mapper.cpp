@@ -107,8 +107,8 @@ Refusal refusal_of(const Registration &registration, const NativeRefusal &native
   refusal.error_tag = native.error_tag;
   refusal.type = native.type;
   refusal.session_id = native.session_id;
-  if (native.node == nullptr) {
-    refusal.path = native.path;
+  if (native.node == nullptr && native.path) {
+    refusal.path = *native.path;
     return refusal;
   }
   refusal.path = openconfig_path(registration, sent, walked, native.node);

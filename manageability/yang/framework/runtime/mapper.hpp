@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -32,7 +33,8 @@ struct YFW_EXPORT NativeRefusal : std::runtime_error {
   using std::runtime_error::runtime_error;
   std::string error_tag;  ///< RFC 6241, appendix A
   const vidl_yfw_datatree *node = nullptr;
-  std::string path;         ///< of what is refused where no node of the request is: native, told as it is
+  /// Of what is refused where no node of the request is: a native path, told as it is, or none.
+  std::optional<std::string> path;
   std::string type;         ///< the layer that refuses; empty: not told
   uint32_t session_id = 0;  ///< of the session that holds a lock; 0 for none
 };
