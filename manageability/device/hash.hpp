@@ -31,7 +31,7 @@ inline uint64_t text_hash(std::string_view text, uint64_t before = kHashOfNothin
     add(word);
   }
   word = 0;
-  std::memcpy(&word, text.data(), text.size());
+  if (!text.empty()) std::memcpy(&word, text.data(), text.size());
   add(word);
   return before;
 }

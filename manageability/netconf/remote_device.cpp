@@ -32,6 +32,7 @@ bool is_empty(const yfw::Datatree &tree) {
 [[noreturn]] void not_offered(const std::string &what) {
   yfw::NativeRefusal refusal(what);
   refusal.error_tag = "operation-not-supported";
+  refusal.path.emplace();
   refusal.type = "protocol";
   throw refusal;
 }
@@ -273,6 +274,7 @@ void RemoteDevice::edit(const yfw::Datatree &request) {
         "the connection to the device was lost, and with it the lock on running; unlock, "
         "lock and read before you go on");
     refusal.error_tag = "operation-failed";
+    refusal.path.emplace();
     refusal.type = "protocol";
     throw refusal;
   }

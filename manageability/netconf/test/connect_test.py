@@ -94,6 +94,8 @@ class OwnDevice(OwnServer):
     def at(self):
         return "--device", f"ssh://ymap:{self.port}"
 
+    test_what_cannot_be_served = None
+
 
 class ForeignServer(ForeignTest):
     def test_data(self):

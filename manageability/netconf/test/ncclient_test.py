@@ -221,7 +221,7 @@ class Sharing(ClientTest):
 
     def test_many_sessions(self):
         known = set()
-        for number in range(50 if not CHAIN else 5):
+        for number in range(50 if not CHAIN else 4):
             with self.connect() as session:
                 self.assertNotIn(session.session_id, known)
                 known.add(session.session_id)

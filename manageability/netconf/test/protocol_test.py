@@ -8,8 +8,8 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from piped import END, Piped, errors, hello, undeclared
-from tool import BST0, BST2, NC, NETCONF, OPENCONFIG, PRE0, config, edit, get, get_config, rpc, top
+from piped import END, Piped, errors, eventually, hello, undeclared
+from tool import BST0, BST2, CHAIN, NC, NETCONF, OPENCONFIG, PRE0, config, edit, get, get_config, rpc, top
 
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 LIBRARY = "urn:ietf:params:xml:ns:yang:ietf-yang-library"
@@ -359,7 +359,10 @@ class EndTest(PipedTest):
             end(holder)
             if not at_once:
                 holder.process.wait(10)
-            self.ok(other, LOCK)
+            if CHAIN and not at_once:  # the device hears of it when it reads
+                self.assertTrue(eventually(lambda: other.ask(LOCK)[0].tag == NC + "ok"))
+            else:
+                self.ok(other, LOCK)
             self.ok(other, UNLOCK)
             self.assertEqual(self.selected(other, state("<sessions><session><session-id/></session></sessions>")),
                              [f"netconf-state/sessions/session/session-id={other.id}"])
