@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -147,6 +149,60 @@ void get_one(benchmark::State &state) {
 void edit_four_leaves(benchmark::State &state) {
   run(state, edit_message);
 }
+/// Seconds of a request, as the mean of some.
+double processor_time_of(SessionProcess &session, const std::string &message, int64_t requests) {
+  const double before = session.processor_time();
+  for (int64_t request = 0; request < requests; ++request) session.exchange(message);
+  return (session.processor_time() - before) / static_cast<double>(requests);
+}
+
+std::size_t count(const std::filesystem::path &file, const std::string &word) {
+  std::ifstream stream(file, std::ios::binary);
+  const std::string text(std::istreambuf_iterator<char>(stream), {});
+  std::size_t found = 0;
+  for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++found;
+  return found;
+}
+
+/// The same in front of a device elsewhere: what this process takes of a processor beside what it takes in
+/// front of a folder, and how many messages a request is to the device. `options` are of the device's server.
+void in_front_of_a_device(benchmark::State &state, std::string (*message_for)(const std::string &amplifier),
+                          const char *options) {
+  const auto heard = device_folder().parent_path() / (device_folder().filename().string() + ".heard");
+  const auto server =
+      std::string(YMAP_TOOL) + " netconf --native " + options + " --device " + device_folder().string();
+  setenv("YMAP_SSH", ("sh -c 'tee " + heard.string() + " | " + server + "'").c_str(), 1);
+  const auto message = message_for(kAmplifiers[0]);
+  {
+    SessionProcess session(YMAP_TOOL, "ssh://device");
+    if (session.exchange(message).find("<rpc-error>") != std::string::npos)
+      return state.SkipWithError("the request was refused");
+    const auto before = count(heard, "<rpc ");
+    for (auto _ : state) session.exchange(message);
+    const auto requests = static_cast<double>(state.iterations());
+    state.counters["round_trips"] = static_cast<double>(count(heard, "<rpc ") - before) / requests;
+    state.counters["cpu_us"] = 1e6 * processor_time_of(session, message, state.iterations());
+  }
+  SessionProcess folder(YMAP_TOOL, device_folder());
+  folder.exchange(message);
+  state.counters["folder_cpu_us"] = 1e6 * processor_time_of(folder, message, state.iterations());
+  state.SetItemsProcessed(state.iterations());
+  std::filesystem::remove(heard);
+}
+
+void device_get_config(benchmark::State &state) {
+  in_front_of_a_device(state, get_config_message, "");
+}
+void device_get(benchmark::State &state) {
+  in_front_of_a_device(state, get_message, "");
+}
+void device_edit_running(benchmark::State &state) {
+  in_front_of_a_device(state, edit_message, "");
+}
+void device_edit_candidate(benchmark::State &state) {
+  in_front_of_a_device(state, edit_message, "--candidate");
+}
+
 /// A session from its start to its hello and its end; and what it keeps in memory, before and after it has
 /// answered.
 void session(benchmark::State &state) {
@@ -173,6 +229,10 @@ BENCHMARK(session)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(get_config_one)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
 BENCHMARK(get_one)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
 BENCHMARK(edit_four_leaves)->Threads(1)->Threads(8)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(device_get_config)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(device_get)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(device_edit_running)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(device_edit_candidate)->UseRealTime()->MinTime(2)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
