@@ -47,19 +47,21 @@ bool is_empty(const yfw::Datatree &tree) {
   throw refusal;
 }
 
-/// What a device that stopped in the middle of an edit leaves behind.
+constexpr const char *kNotMade = "; the edit is not made";
+constexpr const char *kUnknown = "; whether the edit is made is not known: read before you repeat it";
+
+/// Has an error say what a device that stopped in the middle of an edit leaves behind: `fate`, if it has got
+/// the request.
 template <typename Work>
 void with_fate(const char *fate, const Work &work) {
   try {
     work();
   } catch (const ConnectionLost &lost) {
-    throw ConnectionLost(std::string(lost.what()) + fate, lost.was_sent);
+    throw ConnectionLost(std::string(lost.what()) + (lost.was_sent ? fate : kNotMade), lost.was_sent);
   } catch (const UsageError &error) {
     throw UsageError(std::string(error.what()) + fate);
   }
 }
-constexpr const char *kNotMade = "; the edit is not made";
-constexpr const char *kUnknown = "; whether the edit is made is not known: read before you repeat it";
 
 }  // namespace
 
