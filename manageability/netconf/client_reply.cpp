@@ -60,7 +60,6 @@ std::string instance_path(std::string_view xpath, const ModuleOf &module_of) {
   std::string path;
   std::string module;
   char quote = '\0';
-  bool in_predicate = false;
   for (std::size_t at = 0; at < xpath.size(); ++at) {
     const char character = xpath[at];
     path += character;
@@ -71,9 +70,7 @@ std::string instance_path(std::string_view xpath, const ModuleOf &module_of) {
         quote = '\0';
       continue;
     }
-    if (character == ']') in_predicate = false;
     if (character != '/' && character != '[') continue;
-    in_predicate = in_predicate || character == '[';
     const auto name = xpath.substr(at + 1, xpath.find_first_of("/[]='\"", at + 1) - at - 1);
     const auto colon = name.find(':');
     if (colon == std::string_view::npos) {
@@ -82,8 +79,9 @@ std::string instance_path(std::string_view xpath, const ModuleOf &module_of) {
     }
     const auto found = module_of(name.substr(0, colon));
     if (found.empty()) return std::string(xpath);
-    if (!in_predicate && found != module) path.append(found).append(":");
-    if (!in_predicate) module = found;
+    // Keys are of their list's module.
+    if (found != module) path.append(found).append(":");
+    module = found;
     at += colon + 1;
   }
   return path;

@@ -147,13 +147,16 @@ class ForeignDevice(ForeignTest):
 
     def test_cut_at_every_message(self):
         """The edit is made or not, and the user is told which, as far as anybody here can know."""
-        for capabilities, fates in (((CANDIDATE, VALIDATE), ["not made"] * 3 + ["not known"]), ((RUNNING, ROLLBACK), ["not known"])):
+        for capabilities, fates, steps in (
+                ((CANDIDATE, VALIDATE), ["not made"] * 3 + ["not known"], ["lock", "edit-config", "validate", "commit"]),
+                ((RUNNING, ROLLBACK), ["not known"], ["edit-config"])):
             for at, fate in enumerate(fates):
                 for end in ("", OK[:40], "endless:" + "x" * 65536, "<nothing>]]>]]>"):
                     with self.subTest(fate, at=at, end=end[:40]):
                         replies = [OK] * at + [end or "gone"]
-                        status, err, _ = self.edit(capabilities, replies, "--timeout", "5", "target-gain=9")
+                        status, err, heard = self.edit(capabilities, replies, "--timeout", "5", "target-gain=9")
                         self.assertEqual(status, 2)
+                        self.assertEqual([word for word in heard.split() if word in steps], steps[:at + 1])  # and once
                         self.assertRegex(err, f"^ymap: error: server host port 830 gives no proper answer: .*{fate}")
         self.assertEqual(self.get(data()[:60])[0], 2)
 
