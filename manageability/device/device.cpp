@@ -64,8 +64,9 @@ void TreeDeleter::operator()(lyd_node *tree) const {
 }
 
 struct Device::Impl {
-  Impl(std::filesystem::path path, const std::filesystem::path &models, std::optional<uint64_t> fixed_clock)
-      : schema(models), folder(std::move(path)), clock(fixed_clock) {}
+  Impl(std::filesystem::path path, const std::filesystem::path &models, std::optional<uint64_t> fixed_clock,
+       Guest kept)
+      : guest(std::move(kept)), schema(models, guest), folder(std::move(path)), clock(fixed_clock) {}
 
   /// Brings `running` up to date with the folder.
   void refresh();
@@ -78,6 +79,12 @@ struct Device::Impl {
   uint64_t label_of(const std::vector<std::string_view> &parts) const;
   uint64_t now() const { return clock.value_or(nanoseconds_now()); }
 
+  /// The request, behind what an edit of the guest's container begins with where none is stored: then it is
+  /// made in `room`.
+  const std::vector<RequestNode> &begun(const std::vector<RequestNode> &request,
+                                        std::vector<RequestNode> &room) const;
+
+  const Guest guest;
   Schema schema;  // outlives the trees
   Folder folder;
   std::optional<uint64_t> clock;
@@ -86,6 +93,8 @@ struct Device::Impl {
   std::optional<std::string> loaded;  ///< what `running` was read from, if it cannot
   std::optional<RunningText> pieces;  ///< the text of `running`; made by the first edit
   std::optional<Tree> candidate;      ///< once it is edited
+  Tree candidate_base;                ///< what ran when it was begun
+  std::shared_ptr<const std::vector<PlainNode>> guest_data;  ///< of `running`, once it was asked for
   uint32_t session = 0;
 };
 
@@ -95,6 +104,7 @@ void Device::Impl::refresh() {
   if (found.text != loaded) {
     running = parse(found.text, found.label != 0 && found.label == label_of({std::string_view(found.text)}));
     pieces.reset();
+    guest_data.reset();
   }
   const auto &stamp = found.version.stamp;
   const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(stamp.modified, stamp.changed);
@@ -134,6 +144,8 @@ Tree Device::Impl::parse(const std::string &text, bool is_valid) const {
   };
   if (text.find_first_not_of(kJsonSpace) == std::string::npos) throw damaged("it is empty");
   if (text.find('\0') != std::string::npos) throw damaged("it holds zero bytes");
+  if (!guest.module.empty() && text.find('"' + guest.module + ':' + guest.top + '"') != std::string::npos)
+    schema.load_guest();
   schema.clear_errors();
   lyd_node *tree = nullptr;
   const LY_ERR result =
@@ -151,13 +163,74 @@ Tree Device::Impl::parse(const std::string &text, bool is_valid) const {
     lyd_free_all(tree);
     throw damaged(fault);
   }
-  remove_empty_containers(tree);
+  remove_implicit(tree);
   return Tree(tree);
 }
 
+namespace {
+
+std::vector<PlainNode> plain_children(const lyd_node *parent) {
+  std::vector<PlainNode> nodes;
+  for (const lyd_node *node = lyd_child(parent); node != nullptr; node = node->next) {
+    const bool is_leaf = (node->schema->nodetype & LYD_NODE_TERM) != 0;
+    nodes.push_back({node->schema->name, is_leaf ? lyd_get_value(node) : "", is_leaf,
+                     lysc_is_key(node->schema) != 0, plain_children(node)});
+  }
+  return nodes;
+}
+
+std::vector<RequestNode> request_nodes(const std::vector<PlainNode> &nodes, std::string_view ns) {
+  std::vector<RequestNode> request;
+  for (const PlainNode &node : nodes) {
+    RequestNode made;
+    made.name = node.name;
+    made.ns = ns;
+    if (node.is_leaf) made.value = node.value;
+    made.children = request_nodes(node.children, ns);
+    request.push_back(std::move(made));
+  }
+  return request;
+}
+
+}  // namespace
+
+const std::vector<RequestNode> &Device::Impl::begun(const std::vector<RequestNode> &request,
+                                                    std::vector<RequestNode> &room) const {
+  const bool is_meant = !guest.factory.empty() && std::ranges::any_of(request, [&](const RequestNode &node) {
+    return node.name == guest.top && node.ns == guest.ns;
+  });
+  if (!is_meant || schema.find_guest(running.get()) != nullptr) return request;
+  room.resize(1);
+  room.front().name = guest.top;
+  room.front().ns = guest.ns;
+  room.front().children = request_nodes(guest.factory, guest.ns);
+  room.insert(room.end(), request.begin(), request.end());
+  return room;
+}
+
+std::shared_ptr<const std::vector<PlainNode>> Device::guest() const {
+  const LogScope log;
+  impl_->refresh();
+  auto &data = impl_->guest_data;
+  if (data) return data;
+  const lyd_node *stored = impl_->schema.find_guest(impl_->running.get());
+  data = std::make_shared<const std::vector<PlainNode>>(stored == nullptr ? impl_->guest.factory
+                                                                          : plain_children(stored));
+  return data;
+}
+
+std::vector<PlainNode> Device::guest_after(const std::vector<RequestNode> &request) const {
+  const LogScope log;
+  impl_->refresh();
+  std::vector<RequestNode> room;
+  const Edited edited(impl_->schema, impl_->running, impl_->begun(request, room), Edited::Scope::everything);
+  const lyd_node *found = impl_->schema.find_guest(edited.all());
+  return found == nullptr ? impl_->guest.factory : plain_children(found);
+}
+
 Device::Device(std::filesystem::path folder, const std::filesystem::path &models,
-               std::optional<uint64_t> clock)
-    : impl_(std::make_unique<Impl>(std::move(folder), models, clock)) {
+               std::optional<uint64_t> clock, Guest guest)
+    : impl_(std::make_unique<Impl>(std::move(folder), models, clock, std::move(guest))) {
   const LogScope log;
   if (!impl_->folder.holds_running()) {
     const auto factory = factory_configuration();
@@ -190,12 +263,14 @@ void Device::edit(const std::vector<RequestNode> &request) {
   const Descriptor lock = impl_->folder.lock();
   impl_->refresh();
   impl_->check_not_locked();
-  std::optional<Edited> edited(std::in_place, impl_->schema, impl_->running, request);
+  std::vector<RequestNode> room;
+  const std::vector<RequestNode> &whole = impl_->begun(request, room);
+  std::optional<Edited> edited(std::in_place, impl_->schema, impl_->running, whole);
   std::optional<RunningText> text;
   if (edited->is_by_entry()) {
     if (!impl_->pieces) impl_->pieces.emplace(impl_->schema, impl_->running.get());
     text = impl_->pieces->after(*edited);
-    if (!text) edited.emplace(impl_->schema, impl_->running, request, Edited::Scope::everything);
+    if (!text) edited.emplace(impl_->schema, impl_->running, whole, Edited::Scope::everything);
   }
   impl_->store(lock, *edited, std::move(text));
 }
@@ -205,6 +280,7 @@ void Device::Impl::store(const Descriptor &lock, Edited &edited, std::optional<R
   version.reset();
   const auto parts = text->pieces();
   const Version stored = folder.store(lock, parts, label_of(parts));
+  if (!edited.is_by_entry()) guest_data.reset();
   edited.commit(running);
   text->settle();
   pieces = std::move(text);
@@ -215,7 +291,8 @@ void Device::Impl::store(const Descriptor &lock, Edited &edited, std::optional<R
 void Device::test(const std::vector<RequestNode> &request) const {
   const LogScope log;
   impl_->refresh();
-  const Edited edited(impl_->schema, impl_->running, request);
+  std::vector<RequestNode> room;
+  const Edited edited(impl_->schema, impl_->running, impl_->begun(request, room));
 }
 
 void Device::edit_candidate(const std::vector<RequestNode> &request) {
@@ -223,6 +300,7 @@ void Device::edit_candidate(const std::vector<RequestNode> &request) {
   if (!impl_->candidate) impl_->refresh();
   Edited edited(impl_->schema, impl_->candidate_or_running(), request, Edited::Scope::everything,
                 Edited::Check::each_node);
+  if (!impl_->candidate) impl_->candidate_base = copy_of(impl_->running.get());
   edited.commit(impl_->candidate.emplace());
 }
 
@@ -250,6 +328,13 @@ void Device::commit_candidate() {
   const Descriptor lock = impl_->folder.lock();
   impl_->refresh();
   impl_->check_not_locked();
+  if (lyd_compare_siblings(impl_->candidate_base.get(), impl_->running.get(), LYD_COMPARE_FULL_RECURSION) !=
+      LY_SUCCESS)
+    throw EditError(
+        "what runs was changed after this candidate was begun, and a commit would take that back; discard "
+        "the "
+        "changes and edit again",
+        "operation-failed", {}, nullptr);
   Edited edited(impl_->schema, *impl_->candidate, {}, Edited::Scope::everything);
   impl_->store(lock, edited, std::nullopt);
   impl_->candidate.reset();

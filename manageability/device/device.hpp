@@ -27,6 +27,9 @@ struct RequestNode {
     merge = 5,
     stated = 0x100  ///< by default operation "none": an error if there is nothing; what is there stays
   };
+  /// Where the entry of a list goes whose order is the user's (RFC 7950, section 7.8.6); before and after an
+  /// anchor.
+  enum class Insert : uint8_t { as_it_is, first, last, before, after };
   std::string_view name;
   std::string_view ns;                    ///< namespace URI; empty in a filter: any
   std::optional<std::string_view> value;  ///< absent or empty in a filter: selects
@@ -34,6 +37,8 @@ struct RequestNode {
       Operation::none;           ///< remove_existing is NETCONF's delete: an error if there is nothing
   const void *origin = nullptr;  ///< the caller's own mark, handed back in EditError
   std::vector<RequestNode> children;
+  Insert insert = Insert::as_it_is;
+  std::string_view anchor = {};  ///< the other entry's keys as a predicate; of a leaf-list the other value
 };
 
 /// A broken, missing, unreadable or full folder: nothing that a request could mend.
@@ -74,13 +79,39 @@ struct TreeDeleter {
 };
 using Tree = std::unique_ptr<lyd_node, TreeDeleter>;
 
+/// A node of data that has no schema, such as live data, which is made for one reading.
+struct PlainNode {
+  const char *name;
+  std::string value = {};
+  bool is_leaf = false;
+  bool is_key = false;
+  std::vector<PlainNode> children = {};
+};
+
+/// A container of somebody else's model that the device keeps with its configuration, in the same
+/// transactions, and gives no meaning. Without one stored it has the factory's content: the first edit begins
+/// with that.
+struct Guest {
+  std::string module, ns, top;
+  std::vector<std::string> others = {};  ///< modules that its values name
+  std::vector<std::filesystem::path> folders =
+      {};                               ///< where modules are found that are not beside the device's
+  std::vector<PlainNode> factory = {};  ///< children of `top`
+};
+
 class Device {
  public:
   /// Opens the folder, which must exist; an empty one is filled with factory data. `models` is the folder of
   /// the native YANG modules. `clock` fixes the time (nanoseconds since the epoch). Throws FolderError.
   Device(std::filesystem::path folder, const std::filesystem::path &models,
-         std::optional<uint64_t> clock = std::nullopt);
+         std::optional<uint64_t> clock = std::nullopt, Guest guest = {});
   ~Device();
+
+  /// The children of the guest's container as they are stored or, by default, in the factory. The same object
+  /// as long as they are the same; its names must not outlive the device.
+  std::shared_ptr<const std::vector<PlainNode>> guest() const;
+  /// What they would be after an edit. Throws as edit().
+  std::vector<PlainNode> guest_after(const std::vector<RequestNode> &request) const;
 
   enum class Content { all, configuration };
   /// Gives out the selected data of all native modules, configuration and live values.
@@ -111,7 +142,8 @@ class Device {
   ReadCount read_candidate(const std::vector<RequestNode> &filter, AnswerSink &sink) const;
   /// Throws EditError where the candidate, with `request` applied to it, is not valid.
   void validate_candidate(const std::vector<RequestNode> &request = {}) const;
-  /// Puts the candidate in the place of what runs. Throws as edit(); the candidate is then as it was.
+  /// Puts the candidate in the place of what runs, unless that has changed meanwhile. Throws as edit(); the
+  /// candidate is then as it was.
   void commit_candidate();
   void discard_candidate();
 

@@ -42,9 +42,11 @@ struct Spot {
   lyd_node *parent;
   const lysc_node *node;
   const RequestNode &request;
-  std::string keys;  ///< predicate of a list entry's path
+  std::string keys;  ///< predicate of a list entry's path; of a leaf-list's entry its value
 
-  std::string path() const { return child_path(parent, request.name, node) + keys; }
+  std::string path() const {
+    return child_path(parent, request.name, node) + (node->nodetype == LYS_LEAFLIST ? std::string() : keys);
+  }
 };
 
 /// One edit at work on a tree.
@@ -69,6 +71,7 @@ class Edit {
   lyd_node *create(lyd_node *parent, const lysc_node *node, const std::string &predicate) const;
   lyd_node *prepare(lyd_node *existing, const Spot &at);
   void set_leaf(lyd_node *existing, const Spot &at);
+  void move(lyd_node *target, const Spot &at) const;
   void check_leaf(const Spot &at) const;
   void link_top(lyd_node *parent, lyd_node *node) const;
   void longest_match(lyd_node *parent, const RequestNode &request, const std::string &path, size_t &length,
@@ -140,7 +143,9 @@ lyd_node *Edit::find(const lyd_node *parent, const lysc_node *node, const std::s
   lyd_node *match = parent != nullptr ? lyd_child(parent) : tree_;
   if (match == nullptr) return nullptr;
   if (node->nodetype == LYS_LIST) return find_entry(match, node, predicate);
-  while (match != nullptr && match->schema != node) match = match->next;
+  const bool by_value = node->nodetype == LYS_LEAFLIST;
+  while (match != nullptr && (match->schema != node || (by_value && predicate != lyd_get_value(match))))
+    match = match->next;
   return match;
 }
 
@@ -182,8 +187,42 @@ lyd_node *Edit::prepare(lyd_node *existing, const Spot &at) {
   if (existing == nullptr || !(removes(request.operation) || replaced)) return existing;
   // A replaced leaf is set again, and keeps its place.
   if (replaced && (existing->schema->nodetype & LYD_NODE_TERM) != 0) return existing;
+  // So does an entry where the order says something.
+  if (replaced && lysc_is_userordered(existing->schema) != 0) {
+    lyd_node *next = nullptr;
+    for (lyd_node *child = lyd_child_no_keys(existing); child != nullptr; child = next) {
+      next = child->next;
+      lyd_free_tree(child);
+    }
+    return existing;
+  }
   remove_node(tree_, existing);
   return nullptr;
+}
+
+/// To where the request says in a list whose order is the user's.
+void Edit::move(lyd_node *target, const Spot &at) const {
+  using Insert = RequestNode::Insert;
+  const RequestNode &request = at.request;
+  if (request.insert == Insert::as_it_is) return;
+  if (lysc_is_userordered(at.node) == 0) {
+    refuse("bad-attribute", at.path(), request.origin,
+           quoted(request.name) + " is no list in an order of the user's; insert has no place there");
+  }
+  lyd_node *first = at.parent != nullptr ? lyd_child(at.parent) : tree_;
+  while (first != nullptr && first->schema != at.node) first = first->next;
+  lyd_node *last = first;
+  while (last->next != nullptr && last->next->schema == at.node) last = last->next;
+  lyd_node *anchor = request.insert == Insert::first  ? first
+                     : request.insert == Insert::last ? last
+                                                      : find(at.parent, at.node, std::string(request.anchor));
+  if (anchor == nullptr) {
+    refuse("bad-attribute", at.path(), request.origin,
+           "there is no " + quoted(request.name) + " " + std::string(request.anchor) + " to stand beside");
+  }
+  if (anchor == target) return;
+  const bool in_front = request.insert == Insert::first || request.insert == Insert::before;
+  if ((in_front ? lyd_insert_before : lyd_insert_after)(anchor, target) != LY_SUCCESS) throw std::bad_alloc();
 }
 
 /// A leaf that stands keeps its place among its siblings, so that an edit changes one line of the file.
@@ -217,7 +256,11 @@ void Edit::check_leaf(const Spot &at) const {
 void Edit::apply(lyd_node *parent, const RequestNode &request) {
   const lysc_node *node = bind(parent, request);
   const bool is_list = node->nodetype == LYS_LIST;
-  const Spot at = {parent, node, request, is_list ? keys(parent, node, request) : std::string()};
+  Spot at = {parent, node, request, is_list ? keys(parent, node, request) : std::string()};
+  if (node->nodetype == LYS_LEAFLIST) {
+    check_leaf(at);
+    canonical_value(schema_, node, std::string(request.value.value_or(std::string_view())), at.keys);
+  }
   lyd_node *target = prepare(find(parent, node, at.keys), at);
   if (removes(request.operation)) return;
   if ((node->nodetype & LYD_NODE_TERM) != 0) {
@@ -229,12 +272,14 @@ void Edit::apply(lyd_node *parent, const RequestNode &request) {
       check_leaf(at);
     else
       set_leaf(target, at);
+    if (request.insert != RequestNode::Insert::as_it_is) move(find(parent, node, at.keys), at);
     return;
   }
   if (request.value && !request.value->empty()) {
     refuse("bad-element", at.path(), request.origin, quoted(request.name) + " holds nodes and no value");
   }
   if (target == nullptr) target = create(parent, node, at.keys);
+  move(target, at);
   for (const RequestNode &child : request.children) {
     // The keys have named the entry; what becomes of it its own operation says.
     const lysc_node *below = is_list ? schema_.find(node, child.ns, child.name) : nullptr;
@@ -281,19 +326,12 @@ void apply_and_validate(const Schema &schema, Tree &configuration, const std::ve
       const std::string message = schema.error_message();
       refuse("operation-failed", path, edit.origin_of(path, request), message);
     }
-    remove_empty_containers(tree);
+    remove_implicit(tree);
   } catch (...) {
     configuration.reset(tree);
     throw;
   }
   configuration.reset(tree);
-}
-
-Tree copy_of(const lyd_node *siblings) {
-  lyd_node *copy = nullptr;
-  if (siblings != nullptr && lyd_dup_siblings(siblings, nullptr, LYD_DUP_RECURSIVE, &copy) != LY_SUCCESS)
-    throw std::bad_alloc();
-  return Tree(copy);
 }
 
 bool keeps_what_it_does_not_name(const RequestNode &request) {
@@ -302,6 +340,13 @@ bool keeps_what_it_does_not_name(const RequestNode &request) {
 }
 
 }  // namespace
+
+Tree copy_of(const lyd_node *siblings) {
+  lyd_node *copy = nullptr;
+  if (siblings != nullptr && lyd_dup_siblings(siblings, nullptr, LYD_DUP_RECURSIVE, &copy) != LY_SUCCESS)
+    throw std::bad_alloc();
+  return Tree(copy);
+}
 
 Edited::Edited(const Schema &schema, const Tree &running, const std::vector<RequestNode> &request,
                Scope scope, Check check)

@@ -10,6 +10,9 @@
 
 namespace device {
 
+/// A tree with all its siblings.
+Tree copy_of(const lyd_node *siblings);
+
 /// An edit, applied and validated, before it takes the place of what was. An edit that says something of list
 /// entries of interfaces alone works on a copy of these, any other on a copy of everything.
 class Edited {

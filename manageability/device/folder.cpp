@@ -212,7 +212,9 @@ void Folder::check_nothing_foreign() const {
   auto entry = std::filesystem::directory_iterator(path_, error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     const std::string name = entry->path().filename().string();
-    if (name == kLock || name == kTemporary || name == kRunning || name == kSessions) continue;
+    if (name == kLock || name == kTemporary || name == kRunning || name == kSessions ||
+        name.starts_with(kRecord))
+      continue;
     throw FolderError("the folder " + path_.string() + " holds no " + kRunning + " but other things (" +
                       name + "); restore " + kRunning + " from a backup, or use an empty folder");
   }

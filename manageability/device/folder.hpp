@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace device {
@@ -40,7 +41,10 @@ class Descriptor {
  public:
   explicit Descriptor(int fd = -1) : fd_(fd) {}
   Descriptor(Descriptor &&other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
-  Descriptor &operator=(Descriptor &&) = delete;
+  Descriptor &operator=(Descriptor &&other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
   ~Descriptor();
   int get() const { return fd_; }
   /// Closes now; false if the system reports that data was lost.
@@ -85,6 +89,8 @@ class Folder {
  public:
   /// Name of the folder of the sessions' files.
   static constexpr const char *kSessions = "sessions";
+  /// Names of files that others keep here begin with this.
+  static constexpr const char *kRecord = "record";
 
   /// The folder must exist. Reads and writes nothing yet.
   explicit Folder(std::filesystem::path path);

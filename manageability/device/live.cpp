@@ -144,7 +144,7 @@ class PortConfiguration {
 /// node must be complete before its next sibling is added.
 class Branch {
  public:
-  Branch(LiveNode *node, Reach reach) : node_(node), reach_(std::move(reach)) {}
+  Branch(PlainNode *node, Reach reach) : node_(node), reach_(std::move(reach)) {}
 
   explicit operator bool() const { return static_cast<bool>(reach_); }
 
@@ -165,10 +165,10 @@ class Branch {
  private:
   Branch add(const char *name, Reach reach) const {
     if (!reach) return {nullptr, std::move(reach)};
-    return {&node_->children.emplace_back(LiveNode{name}), std::move(reach)};
+    return {&node_->children.emplace_back(PlainNode{name}), std::move(reach)};
   }
 
-  LiveNode *node_;
+  PlainNode *node_;
   Reach reach_;
 };
 
@@ -246,16 +246,16 @@ void add_histories(const Branch &top, const Schema &schema, const lyd_node *runn
 
 }  // namespace
 
-std::vector<LiveNode> operating_values(const Schema &schema, const lyd_node *running,
-                                       const std::vector<FilterNode> &filter) {
-  LiveNode top = {""};
+std::vector<PlainNode> operating_values(const Schema &schema, const lyd_node *running,
+                                        const std::vector<FilterNode> &filter) {
+  PlainNode top = {""};
   add_ports(Branch(&top, Reach(filter, kOtsOperNs)), schema, running);
   return std::move(top.children);
 }
 
-std::vector<LiveNode> histories(const Schema &schema, const lyd_node *running, uint64_t now,
-                                const std::vector<FilterNode> &filter) {
-  LiveNode top = {""};
+std::vector<PlainNode> histories(const Schema &schema, const lyd_node *running, uint64_t now,
+                                 const std::vector<FilterNode> &filter) {
+  PlainNode top = {""};
   add_histories(Branch(&top, Reach(filter, kPmengineNs)), schema, running, now);
   return std::move(top.children);
 }

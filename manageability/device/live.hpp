@@ -15,10 +15,10 @@ namespace device {
 // configured is neither reported nor measured. They are made as far as the filter reaches.
 
 /// Of the namespace kOtsOperNs.
-std::vector<LiveNode> operating_values(const Schema &schema, const lyd_node *running,
-                                       const std::vector<FilterNode> &filter);
+std::vector<PlainNode> operating_values(const Schema &schema, const lyd_node *running,
+                                        const std::vector<FilterNode> &filter);
 /// Of the namespace kPmengineNs, at the time `now` (nanoseconds since the epoch).
-std::vector<LiveNode> histories(const Schema &schema, const lyd_node *running, uint64_t now,
-                                const std::vector<FilterNode> &filter);
+std::vector<PlainNode> histories(const Schema &schema, const lyd_node *running, uint64_t now,
+                                 const std::vector<FilterNode> &filter);
 
 }  // namespace device

@@ -85,7 +85,7 @@ struct TreeAdapter : FilterAdapter {
 };
 
 struct LiveAdapter : FilterAdapter {
-  using Data = const LiveNode *;
+  using Data = const PlainNode *;
 
   std::vector<Data> data_children(Data node) const { return pointers(node->children); }
   bool same_node(Filter filter, Data node) const {
@@ -99,10 +99,10 @@ struct LiveAdapter : FilterAdapter {
   const char *ns(Data) const { return own_ns; }
   static const char *value(Data node) { return node->value.c_str(); }
 
-  static std::vector<Data> pointers(const std::vector<LiveNode> &nodes) {
+  static std::vector<Data> pointers(const std::vector<PlainNode> &nodes) {
     std::vector<Data> all;
     all.reserve(nodes.size());
-    for (const LiveNode &node : nodes) all.push_back(&node);
+    for (const PlainNode &node : nodes) all.push_back(&node);
     return all;
   }
 
@@ -230,12 +230,25 @@ std::vector<FilterNode> bind_filter(const Schema &schema, const std::vector<Requ
   return filter;
 }
 
+std::vector<FilterNode> plain_filter(const std::vector<RequestNode> &request) {
+  std::vector<FilterNode> filter;
+  filter.reserve(request.size());
+  for (const RequestNode &node : request) {
+    FilterNode &made = filter.emplace_back();
+    made.name = node.name;
+    made.ns = node.ns;
+    if (node.value) made.value = std::string(*node.value);
+    made.children = plain_filter(node.children);
+  }
+  return filter;
+}
+
 void give_selected(const std::vector<FilterNode> &filter, const lyd_node *data, AnswerSink &sink,
                    ReadCount &count) {
   give_all(TreeAdapter(), filter, Siblings(data), sink, count);
 }
 
-void give_selected(const std::vector<FilterNode> &filter, const std::vector<LiveNode> &data, const char *ns,
+void give_selected(const std::vector<FilterNode> &filter, const std::vector<PlainNode> &data, const char *ns,
                    AnswerSink &sink, ReadCount &count) {
   give_all(LiveAdapter{{}, ns}, filter, LiveAdapter::pointers(data), sink, count);
 }

@@ -26,20 +26,14 @@ struct FilterNode {
 /// A content match value that the type writes another way is brought to its canonical form.
 std::vector<FilterNode> bind_filter(const Schema &schema, const std::vector<RequestNode> &request);
 
-/// A node of live data, which is made for one reading and has no schema.
-struct LiveNode {
-  const char *name;
-  std::string value = {};
-  bool is_leaf = false;
-  bool is_key = false;
-  std::vector<LiveNode> children = {};
-};
+/// A filter of data that has no schema, where values are equal if their texts are.
+std::vector<FilterNode> plain_filter(const std::vector<RequestNode> &request);
 
 /// Gives out what `filter` selects among `data` and its siblings; counts the leaves.
 void give_selected(const std::vector<FilterNode> &filter, const lyd_node *data, AnswerSink &sink,
                    ReadCount &count);
 /// The same of live data, all of it of the namespace `ns`.
-void give_selected(const std::vector<FilterNode> &filter, const std::vector<LiveNode> &data, const char *ns,
+void give_selected(const std::vector<FilterNode> &filter, const std::vector<PlainNode> &data, const char *ns,
                    AnswerSink &sink, ReadCount &count);
 
 /// Which part of the data a filter can reach at all: live data is made for that part only.

@@ -39,13 +39,24 @@ bool has_keys(const lyd_node *entry, std::string_view keys) {
   return keys.empty();
 }
 
-void remove_empty_below(lyd_node *parent) {
+/// Below the node; true if nothing remains that says it exists.
+bool remove_implicit_below(lyd_node *parent) {
   lyd_node *next = nullptr;
   for (lyd_node *node = lyd_child(parent); node != nullptr; node = next) {
     next = node->next;
-    remove_empty_below(node);
-    if (node->schema->nodetype == LYS_CONTAINER && lyd_child(node) == nullptr) lyd_free_tree(node);
+    if (remove_implicit_below(node)) lyd_free_tree(node);
   }
+  if (parent->schema->nodetype == LYS_CONTAINER) return lyd_child(parent) == nullptr;
+  return (parent->schema->nodetype & LYD_NODE_TERM) != 0 && (parent->flags & LYD_DEFAULT) != 0;
+}
+
+/// What can be read of a guest's folders: where it is not used they need not be there.
+std::vector<std::filesystem::path> folders_with(const std::filesystem::path &models, const Guest &guest) {
+  std::vector<std::filesystem::path> folders = {models};
+  std::error_code error;
+  for (const auto &folder : guest.folders)
+    if (std::filesystem::is_directory(folder, error)) folders.push_back(folder);
+  return folders;
 }
 
 }  // namespace
@@ -58,8 +69,13 @@ LogScope::~LogScope() {
   ly_temp_log_options(nullptr);
 }
 
-Schema::Schema(const std::filesystem::path &models)
-    : folder_(models), models_({models}, ModelFolders::Prose::dropped) {
+Schema::Schema(const std::filesystem::path &models, const Guest &guest)
+    : folder_(models),
+      guest_module_(guest.module),
+      guest_ns_(guest.ns),
+      guest_top_(guest.top),
+      guest_others_(guest.others),
+      models_(folders_with(models, guest), ModelFolders::Prose::dropped) {
   const LogScope log;
   context_ = models_.make_context();
   if (context_ == nullptr) {
@@ -87,8 +103,10 @@ Schema::~Schema() {
 
 void Schema::load(const char *module) const {
   if (ly_ctx_load_module(context_, module, nullptr, nullptr) == nullptr) {
-    throw FolderError("cannot load YANG module " + std::string(module) + " from " + folder_.string() + ": " +
-                      error_message());
+    const bool is_own = std::ranges::any_of(
+        kNativeModules, [&](const NativeModule &own) { return std::string_view(own.name) == module; });
+    throw FolderError("cannot load YANG module " + std::string(module) +
+                      (is_own ? " from " + folder_.string() : std::string()) + ": " + error_message());
   }
   libyang::keep_order(context_);
 }
@@ -119,12 +137,27 @@ const lysc_node *Schema::look_up(const lysc_node *parent, std::string_view ns, s
   const std::string uri(ns);
   const lys_module *module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
   const NativeModule *live = live_module(ns);
-  if (module == nullptr && live != nullptr) {
-    load(live->name);
-    module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
-  }
+  if (module == nullptr && live != nullptr) load(live->name);
+  if (module == nullptr && ns == guest_ns_) load_guest();
+  if (module == nullptr) module = ly_ctx_get_module_implemented_ns(context_, uri.c_str());
   if (module == nullptr) return nullptr;
   return libyang::find_child(parent, module, name);
+}
+
+void Schema::load_guest() const {
+  if (guest_module_.empty() || ly_ctx_get_module_implemented(context_, guest_module_.c_str()) != nullptr)
+    return;
+  // A value of a union that fits no member ends what LogScope has set.
+  ly_log_options(LY_LOSTORE_LAST);
+  for (const auto &other : guest_others_) load(other.c_str());
+  load(guest_module_.c_str());
+}
+
+lyd_node *Schema::find_guest(const lyd_node *running) const {
+  for (; running != nullptr; running = running->next)
+    if (running->schema->name == guest_top_ && running->schema->module->ns == guest_ns_)
+      return const_cast<lyd_node *>(running);
+  return nullptr;
 }
 
 lyd_node *Schema::find_interface(const lyd_node *running, const char *name) const {
@@ -135,7 +168,8 @@ lyd_node *Schema::find_interface(const lyd_node *running, const char *name) cons
 }
 
 bool Schema::knows_namespace(std::string_view ns) const {
-  return is_live(ns) || ly_ctx_get_module_implemented_ns(context_, std::string(ns).c_str()) != nullptr;
+  return is_live(ns) || (!ns.empty() && ns == guest_ns_) ||
+         ly_ctx_get_module_implemented_ns(context_, std::string(ns).c_str()) != nullptr;
 }
 
 void Schema::clear_errors() const {
@@ -187,12 +221,11 @@ lyd_node *find_entry(lyd_node *first, const lysc_node *list, const std::string &
   return found;
 }
 
-void remove_empty_containers(lyd_node *&tree) {
+void remove_implicit(lyd_node *&tree) {
   lyd_node *next = nullptr;
   for (lyd_node *node = tree; node != nullptr; node = next) {
     next = node->next;
-    remove_empty_below(node);
-    if (node->schema->nodetype == LYS_CONTAINER && lyd_child(node) == nullptr) remove_node(tree, node);
+    if (remove_implicit_below(node)) remove_node(tree, node);
   }
 }
 

@@ -7,7 +7,9 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
+#include "device.hpp"
 #include "model_folders.hpp"
 
 struct ly_ctx;
@@ -65,8 +67,9 @@ class LogScope {
 /// of live data too.
 class Schema {
  public:
-  /// Throws FolderError if a module of the configuration is missing from the folder or broken.
-  explicit Schema(const std::filesystem::path &models);
+  /// Throws FolderError if a module of the configuration is missing from the folder or broken. The modules of
+  /// a guest are loaded when they are needed.
+  explicit Schema(const std::filesystem::path &models, const Guest &guest = {});
   ~Schema();
   Schema(const Schema &) = delete;
   Schema &operator=(const Schema &) = delete;
@@ -76,7 +79,7 @@ class Schema {
   uint64_t hash() const { return hash_; }
 
   /// A child of `parent` (of the top level if null); null if there is none. The empty namespace is any.
-  /// Throws FolderError as the constructor, for a module of live data.
+  /// Throws FolderError as the constructor, for a module of live data or a guest's.
   const lysc_node *find(const lysc_node *parent, std::string_view ns, std::string_view name) const;
 
   bool knows_namespace(std::string_view ns) const;
@@ -85,6 +88,10 @@ class Schema {
 
   /// The entry of an active interface in `running`, the configuration's first sibling; null if there is none.
   lyd_node *find_interface(const lyd_node *running, const char *name) const;
+  /// The guest's container in `running`; null if there is none.
+  lyd_node *find_guest(const lyd_node *running) const;
+  /// To be called before a text is parsed that may hold the guest's container. Throws as find().
+  void load_guest() const;
   /// The list that it is an entry of.
   const lysc_node *interfaces() const { return interfaces_; }
 
@@ -110,6 +117,8 @@ class Schema {
   const lysc_node *look_up(const lysc_node *parent, std::string_view ns, std::string_view name) const;
 
   std::filesystem::path folder_;
+  std::string guest_module_, guest_ns_, guest_top_;
+  std::vector<std::string> guest_others_;
   ModelFolders models_;
   ly_ctx *context_ = nullptr;
   const lysc_node *interfaces_ = nullptr;
@@ -125,8 +134,9 @@ bool canonical_value(const Schema &schema, const lysc_node *leaf, const std::str
 /// single quotation marks where they hold none) among `first` and its siblings; null if there is none.
 lyd_node *find_entry(lyd_node *first, const lysc_node *list, const std::string &keys);
 
-/// Takes empty containers out, which mean nothing here (none has presence). `tree` is a first sibling.
-void remove_empty_containers(lyd_node *&tree);
+/// Takes out what nobody has set: defaults, and empty containers, which mean nothing here (none has
+/// presence). `tree` is a first sibling.
+void remove_implicit(lyd_node *&tree);
 
 /// Frees a node with all below it; `tree`, the first top-level sibling, moves on if it is that node.
 void remove_node(lyd_node *&tree, lyd_node *node);

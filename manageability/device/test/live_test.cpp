@@ -156,7 +156,7 @@ TEST_F(Live, BucketsEndWithTheClock) {
   EXPECT_NE(statistic(later, "Ots0/0/0/2", 1, "eagn"), statistic(device_, "Ots0/0/0/2", 1, "eagn"));
 }
 
-void print(const LiveNode &node, std::string &text) {
+void print(const PlainNode &node, std::string &text) {
   text += node.name;
   if (node.is_leaf) {
     text += "=" + node.value + " ";

@@ -107,6 +107,7 @@ Refusal refusal_of(const Registration &registration, const NativeRefusal &native
   refusal.error_tag = native.error_tag;
   refusal.type = native.type;
   refusal.session_id = native.session_id;
+  refusal.app_tag = native.app_tag;
   if (native.node == nullptr && native.path) {
     refusal.path = *native.path;
     return refusal;

@@ -26,6 +26,7 @@ struct YFW_EXPORT Refusal : std::runtime_error {
   std::string bad_element;  ///< the tag at fault, or empty
   std::string type;         ///< the layer of a native refusal that told one; else empty
   uint32_t session_id = 0;  ///< of the session that holds a lock, by a native refusal; 0 for none
+  std::string app_tag;      ///< RFC 6241, section 4.3, by a native refusal
 };
 
 /// What a native datastore throws: which node of the native request it refuses, and why.
@@ -37,6 +38,7 @@ struct YFW_EXPORT NativeRefusal : std::runtime_error {
   std::optional<std::string> path;
   std::string type;         ///< the layer that refuses; empty: not told
   uint32_t session_id = 0;  ///< of the session that holds a lock; 0 for none
+  std::string app_tag;      ///< RFC 6241, section 4.3
 };
 
 /// The device's native datastore, as the framework sees it.
