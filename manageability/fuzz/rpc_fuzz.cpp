@@ -43,7 +43,7 @@ void expect_document(const std::string &text) {
 class Bench {
  public:
   Bench() : path_(make_folder()), session_({YMAP_PLUGIN, YMAP_MODELS}, path_), folder_(path_) {
-    session_.run({});
+    session_.run(who_, {});
     factory_ = stored();
   }
   ~Bench() {
@@ -59,7 +59,7 @@ class Bench {
     try {
       const auto request = message.request(session_.schema());
       translate(request);
-      const auto content = content_of(session_.schema(), request, session_.run(request), kLayout);
+      const auto content = content_of(session_.schema(), request, session_.run(who_, request), kLayout);
       return ymap::reply(message.attributes(), content, kLayout);
     } catch (const ymap::RpcError &error) {
       if (stored() != factory_) fail("a refused request was stored", error.what());
@@ -86,6 +86,7 @@ class Bench {
       expect_document(ymap::native_request(request.kind, native));
   }
 
+  const ymap::Requester who_ = ymap::Requester::of_process("fuzzer");
   fs::path path_;
   ymap::Session session_;
   device::Folder folder_;

@@ -21,8 +21,7 @@ void write_texts(const std::string &name, const std::vector<std::string> &texts,
 
 /// `name` is that of the record, as announcement.hpp has it.
 void write_announcement(const std::filesystem::path &models, const std::vector<std::string> &modules,
-                        const std::string &name, std::ostream &out) {
-  const auto companions = protocol_modules();
+                        const Companions &companions, const std::string &name, std::ostream &out) {
   const auto made = announcement_of(CompiledSchema(models, modules, companions));
   const std::vector<std::string_view> names(made.modules.begin(), made.modules.end());
   write_texts(name + "Modules", made.modules, out);
@@ -35,8 +34,8 @@ void write_announcement(const std::filesystem::path &models, const std::vector<s
 void generate(const std::filesystem::path &models, const std::string &module, const char *file) {
   std::ofstream out(file);
   out << "#include \"announcement.hpp\"\n\nnamespace ymap::netconf {\n\n";
-  write_announcement(models, {module}, "kBuiltInAnnouncement", out);
-  write_announcement(models, native_modules(), "kNativeAnnouncement", out);
+  write_announcement(models, {module}, managed_modules(), "kBuiltInAnnouncement", out);
+  write_announcement(models, native_modules(), protocol_modules(), "kNativeAnnouncement", out);
   out << "}  // namespace ymap::netconf\n";
   if (!out.flush()) throw UsageError(std::string(file) + " cannot be written");
 }

@@ -8,6 +8,7 @@
 #include "openconfig_answer.hpp"
 #include "rpc_error.hpp"
 #include "server_channel.hpp"
+#include "xpath.hpp"
 #include "yang.hpp"
 
 namespace ymap::netconf {
@@ -53,40 +54,6 @@ class DataReader {
   std::vector<std::string> foreign_;
 };
 
-/// The name of the module that a prefix stands for; empty if it is not known.
-using ModuleOf = std::function<std::string(std::string_view prefix)>;
-
-std::string instance_path(std::string_view xpath, const ModuleOf &module_of) {
-  std::string path;
-  std::string module;
-  char quote = '\0';
-  for (std::size_t at = 0; at < xpath.size(); ++at) {
-    const char character = xpath[at];
-    path += character;
-    if (quote != '\0' || character == '\'' || character == '"') {
-      if (quote == '\0')
-        quote = character;
-      else if (character == quote)
-        quote = '\0';
-      continue;
-    }
-    if (character != '/' && character != '[') continue;
-    const auto name = xpath.substr(at + 1, xpath.find_first_of("/[]='\"", at + 1) - at - 1);
-    const auto colon = name.find(':');
-    if (colon == std::string_view::npos) {
-      if (path.size() == 1) return std::string(xpath);
-      continue;
-    }
-    const auto found = module_of(name.substr(0, colon));
-    if (found.empty()) return std::string(xpath);
-    // Keys are of their list's module.
-    if (found != module) path.append(found).append(":");
-    module = found;
-    at += colon + 1;
-  }
-  return path;
-}
-
 /// One <rpc-error>, and whether it is but a warning.
 struct ReadError {
   Fault fault;
@@ -113,7 +80,11 @@ ReadError read_error(const XmlElement &element, const PathReader &read_path) {
     const auto text = texts.find(part.name());
     if (text != texts.end()) *text->second = trimmed(part.text());
     if (part.name() == "error-path") error.fault.path = read_path(trimmed(part.text()));
-    if (part.name() == "error-info") error.fault.session_id = holder(part);
+    if (part.name() == "error-info") {
+      error.fault.session_id = holder(part);
+      for (const auto &info : part.children())
+        if (info.name() == "bad-element") error.fault.bad_element = trimmed(info.text());
+    }
     if (part.name() == "error-severity") error.warning = trimmed(part.text()) == "warning";
   }
   if (error.fault.tag.empty()) error.fault.tag = "operation-failed";
@@ -136,7 +107,14 @@ void check_reply(const XmlElement &reply, uint64_t id) {
   std::optional<std::string> given;
   for (const auto &attribute : reply.attributes())
     if (attribute.ns.empty() && attribute.name == "message-id") given = std::string(attribute.value);
-  if (!given) bad_reply("has no message-id; the request had \"" + expected + "\"");
+  if (!given) {
+    // So it may be where the server could not read that much of the request.
+    std::vector<std::string> words;
+    const auto fault =
+        read_errors(reply.children(), words, [](std::string_view path) { return std::string(path); });
+    bad_reply("has no message-id; the request had \"" + expected + "\"" +
+              (fault ? "; it says " + in_words(*fault) : ""));
+  }
   if (*given != expected)
     bad_reply("is for \"" + *given + "\"; the request had the message-id \"" + expected + "\"");
 

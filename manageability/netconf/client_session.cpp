@@ -38,7 +38,7 @@ ClientSession::ClientSession(const ServerAddress &address)
 ClientSession::~ClientSession() {
   if (failed_) return;
   try {
-    exchange([](XmlWriter &xml) { xml.leaf("close-session", {}); }, Stream::Clock::now() + kGrace);
+    exchange({[](XmlWriter &xml) { xml.leaf("close-session", {}); }}, Stream::Clock::now() + kGrace);
   } catch (const std::exception &) {
     return;  // the end of ssh ends the session too
   }
@@ -72,6 +72,10 @@ bool ClientSession::offers(std::string_view capability) const {
 }
 
 std::unique_ptr<XmlDocument> ClientSession::call(const Write &write) {
+  return std::move(call(std::vector{write}).front());
+}
+
+std::vector<std::unique_ptr<XmlDocument>> ClientSession::call(const std::vector<Write> &writes) {
   const auto lost = [this](const std::string &what, bool sent) {
     failed_ = true;
     return ConnectionLost("server " + server_ + " gives no proper answer: " + what, sent);
@@ -79,7 +83,7 @@ std::unique_ptr<XmlDocument> ClientSession::call(const Write &write) {
   if (channel_.is_ended()) throw lost("it has ended the connection", false);
   const auto sent_before = last_id_;
   try {
-    return exchange(write, channel_.end_of_patience());
+    return exchange(writes, channel_.end_of_patience());
   } catch (const ConnectionEnded &error) {
     throw lost(error.what(), last_id_ != sent_before);
   } catch (const BadMessage &error) {
@@ -89,17 +93,24 @@ std::unique_ptr<XmlDocument> ClientSession::call(const Write &write) {
   }
 }
 
-std::unique_ptr<XmlDocument> ClientSession::exchange(const Write &write, Stream::Clock::time_point end) {
-  const auto id = last_id_ + 1;
-  XmlWriter xml(Layout::compact);
-  xml.open("rpc", {{"xmlns", std::string(kNetconfNs)}, {"message-id", std::to_string(id)}});
-  write(xml);
-  xml.close();
-  channel_.send(xml.text(), end);
-  last_id_ = id;
-  auto reply = await_reply(end);
-  check_reply(reply->root(), id);
-  return reply;
+std::vector<std::unique_ptr<XmlDocument>> ClientSession::exchange(const std::vector<Write> &writes,
+                                                                  Stream::Clock::time_point end) {
+  auto expected = last_id_;
+  for (const auto &write : writes) {
+    const auto id = last_id_ + 1;
+    XmlWriter xml(Layout::compact);
+    xml.open("rpc", {{"xmlns", std::string(kNetconfNs)}, {"message-id", std::to_string(id)}});
+    write(xml);
+    xml.close();
+    channel_.send(xml.text(), end);
+    last_id_ = id;
+  }
+  std::vector<std::unique_ptr<XmlDocument>> replies;
+  while (replies.size() < writes.size()) {
+    replies.push_back(await_reply(end));
+    check_reply(replies.back()->root(), ++expected);
+  }
+  return replies;
 }
 
 /// The next message that is no notification. Throws BadMessage, UsageError.

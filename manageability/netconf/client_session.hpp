@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hello.hpp"
 #include "rpc_error.hpp"
@@ -53,16 +54,18 @@ class ClientSession {
   /// Sends an <rpc>, whose operation `write` writes, and returns the reply to it, an <rpc-reply> that is in
   /// order (see check_reply()). Throws UsageError, ConnectionLost among them.
   std::unique_ptr<XmlDocument> call(const Write &write);
+  /// Sends several, one behind the other without waiting, and returns their replies. Throws as call().
+  std::vector<std::unique_ptr<XmlDocument>> call(const std::vector<Write> &writes);
 
   /// Throws a UsageError with the server's name before `what`, and gives the session up.
   [[noreturn]] void fail(const std::string &what);
-  bool has_failed() const { return failed_; }
   /// What the server's messages come from, to see its end by.
   int descriptor() const { return channel_.descriptor(); }
 
  private:
   void open();
-  std::unique_ptr<XmlDocument> exchange(const Write &write, Stream::Clock::time_point end);
+  std::vector<std::unique_ptr<XmlDocument>> exchange(const std::vector<Write> &writes,
+                                                     Stream::Clock::time_point end);
   std::unique_ptr<XmlDocument> await_reply(Stream::Clock::time_point end);
 
   std::string server_;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+#include "guard.hpp"
 #include "rpc_parameters.hpp"
 #include "rpc_reply.hpp"
 #include "session_control.hpp"
@@ -29,8 +30,12 @@ class DataService {
   /// section 7.5).
   virtual void check_lockable(device::Datastore /*datastore*/) const {}
 
-  /// The session that later requests are of; it outlives them.
-  virtual void act_for(SessionControl &session) = 0;
+  /// The session that later requests are of, and who asks in it; both outlive them.
+  virtual void act_for(SessionControl &session, const Requester &who) = 0;
+  /// Judges and records.
+  virtual Guard &guard() = 0;
+  /// Whether its actions have that done.
+  virtual bool judges_requests() const { return false; }
 };
 
 }  // namespace ymap::netconf

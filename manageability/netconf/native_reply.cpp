@@ -230,6 +230,18 @@ const vidl_yfw_datatree *find_node(const yfw::Datatree &request, std::string_vie
   return node;
 }
 
+const vidl_yfw_datatree *find_only(const yfw::Datatree &request, std::string_view name) {
+  std::vector<const vidl_yfw_datatree *> found;
+  const auto collect = [&](const auto &self, const vidl_yfw_datatree *parent) -> void {
+    for (const auto *child : children_of(parent)) {
+      if (text_of(child->tag) == name) found.push_back(child);
+      self(self, child);
+    }
+  };
+  collect(collect, request.root());
+  return found.size() == 1 ? found.front() : nullptr;
+}
+
 std::size_t count_leaves(const device::Schema &schema, const yfw::Datatree &edit) {
   return count_below(schema, edit.root(), nullptr);
 }

@@ -23,6 +23,9 @@ void read_native(const device::Schema &schema, const yfw::Datatree &filter, cons
 /// The node of a native request that an instance path names (see native_path()); nullptr if it has none.
 const vidl_yfw_datatree *find_node(const yfw::Datatree &request, std::string_view path);
 
+/// The only node of that name; nullptr if there is none, or several.
+const vidl_yfw_datatree *find_only(const yfw::Datatree &request, std::string_view name);
+
 /// How many leaves of a native edit are not keys of its entries; `schema` as above.
 std::size_t count_leaves(const device::Schema &schema, const yfw::Datatree &edit);
 

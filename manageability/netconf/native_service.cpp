@@ -10,6 +10,9 @@
 #include "native_parser.hpp"
 #include "operation_parameters.hpp"
 #include "rpc_error.hpp"
+#include "schema.hpp"
+#include "xpath.hpp"
+#include "yang.hpp"
 
 namespace ymap::netconf {
 namespace {
@@ -70,10 +73,37 @@ ReplyContent elements(XmlAnswer &answer) {
 
 NativeService::NativeService(const std::filesystem::path &folder, const std::filesystem::path &models,
                              Candidate candidate)
-    : device_(folder, models), candidate_(candidate) {}
+    : rules_(folder, models),
+      guard_(rules_, {}),
+      device_(folder, models, std::nullopt, access_guest()),
+      candidate_(candidate) {}
 
-void NativeService::act_for(SessionControl &session) {
+/// By the name where the namespace is left out.
+DataPath path_of_top(const RequestNode &node) {
+  for (const auto &top : device::kTopNodes)
+    if (top.name == node.name && (node.ns.empty() || node.ns == top.ns))
+      return {{module_of_namespace(top.ns), top.name}};
+  return {{module_of_namespace(node.ns), node.name}};
+}
+
+void NativeService::check_writes(const std::vector<RequestNode> &request) {
+  std::vector<Change> changes;
+  for (const auto &node : request) {
+    const auto path = path_of_top(node);
+    changes.push_back({step({}, path.front().module, path.front().name)});
+  }
+  guard_.judge(*who_, guard_.rights(*who_), changes);
+}
+
+std::vector<RequestNode> NativeService::readable(std::vector<RequestNode> filter) {
+  const auto &rights = guard_.rights(*who_);
+  std::erase_if(filter, [&](const RequestNode &node) { return !rights.can_read(path_of_top(node)); });
+  return filter;
+}
+
+void NativeService::act_for(SessionControl &session, const Requester &who) {
   session_ = &session;
+  who_ = &who;
   device_.act_for(session.id());
 }
 
@@ -100,7 +130,7 @@ DataAction NativeService::parse_get(const XmlElement &operation, const std::stri
   check_with_defaults(parameters);
   return [this, filter = selection(subtree_filter(parameters))] {
     XmlAnswer answer;
-    device_.read(filter, answer);
+    device_.read(readable(filter), answer);
     return elements(answer);
   };
 }
@@ -112,9 +142,9 @@ DataAction NativeService::parse_get_config(const XmlElement &operation, const st
   return [this, source, filter = selection(subtree_filter(parameters))] {
     XmlAnswer answer;
     if (source == Datastore::candidate)
-      device_.read_candidate(filter, answer);
+      device_.read_candidate(readable(filter), answer);
     else
-      device_.read(filter, answer, device::Device::Content::configuration);
+      device_.read(readable(filter), answer, device::Device::Content::configuration);
     return elements(answer);
   };
 }
@@ -135,6 +165,7 @@ DataAction NativeService::parse_edit_config(const XmlElement &operation, const s
   const EditParameters parameters(operation, path, candidate_);
   const auto request = edit_of(parameters.config, parameters.default_operation);
   return edit([this, request, target = parameters.target, test_only = parameters.test_only] {
+    check_writes(*request);
     if (target == Datastore::running) return test_only ? device_.test(*request) : device_.edit(*request);
     if (test_only) return device_.validate_candidate(*request);
     check_candidate_not_locked();

@@ -10,7 +10,8 @@
 namespace ymap::netconf {
 
 /// Serves running, and with a candidate datastore that too: one for each session, of which one at a time may
-/// have the lock.
+/// have the lock. The access rules are of the managed model; here they say of each node at the top whether a
+/// user may read or write it, with all that is below.
 class NativeService : public DataService {
  public:
   /// Throws device::FolderError.
@@ -20,7 +21,8 @@ class NativeService : public DataService {
   DataAction parse(const XmlElement &operation, const std::string &path) override;
   Candidate candidate() const override { return candidate_; }
   void check_lockable(device::Datastore datastore) const override;
-  void act_for(SessionControl &session) override;
+  void act_for(SessionControl &session, const Requester &who) override;
+  Guard &guard() override { return guard_; }
 
  private:
   DataAction parse_get(const XmlElement &operation, const std::string &path);
@@ -34,10 +36,15 @@ class NativeService : public DataService {
   template <typename Work>
   static DataAction edit(Work work);
   void check_candidate_not_locked() const;
+  void check_writes(const std::vector<device::RequestNode> &request);
+  std::vector<device::RequestNode> readable(std::vector<device::RequestNode> filter);
 
+  FolderDevice rules_;  ///< of the same folder
+  Guard guard_;
   device::Device device_;
   Candidate candidate_;
   SessionControl *session_ = nullptr;
+  const Requester *who_ = nullptr;
 };
 
 }  // namespace ymap::netconf

@@ -17,12 +17,16 @@ class OpenConfigService : public DataService {
       : requests_(requests), act_for_(std::move(act_for)) {}
 
   DataAction parse(const XmlElement &operation, const std::string &path) override;
-  void act_for(SessionControl &session) override {
+  void act_for(SessionControl &session, const Requester &who) override {
+    who_ = &who;
     if (act_for_) act_for_(session.id());
   }
+  Guard &guard() override { return requests_.guard(); }
+  bool judges_requests() const override { return true; }
 
  private:
   Session &requests_;
+  const Requester *who_ = nullptr;
   std::function<void(uint32_t session)> act_for_;
 };
 

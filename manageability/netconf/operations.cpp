@@ -8,55 +8,68 @@
 #include <utility>
 
 #include "printable.hpp"
+#include "readable_part.hpp"
 #include "rpc_error.hpp"
 #include "rpc_parameters.hpp"
+#include "xpath.hpp"
 
 namespace ymap::netconf {
 namespace {
 
+/// An operation ready to run, and what it is about, for the record.
+struct Parsed {
+  Action action;
+  std::string target = {};
+};
+
 /// What the service alone does.
-Action parse_data(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  return [action = parts.data.parse(operation, path)]() -> Result { return {action()}; };
+Parsed parse_data(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+  return {[action = parts.data.parse(operation, path)]() -> Result { return {action()}; }};
 }
 
 /// The data of the device and that of the server.
-Action parse_get(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+Parsed parse_get(const XmlElement &operation, const std::string &path, SessionParts &parts) {
   auto action = parts.data.parse(operation, path);
   std::optional<XmlElements> filter;
   for (const auto &parameter : operation.children())
     if (parameter.name() == "filter") filter = parameter.children();
-  return [action = std::move(action), filter, &parts]() -> Result {
+  return {[action = std::move(action), filter, &parts]() -> Result {
     auto content = action();
-    content.data += parts.server_data.read(filter, parts.counters);
+    content.data +=
+        readable_part(parts.server_data.read(filter, parts.counters), parts.data.guard().rights(parts.who));
     return {std::move(content)};
-  };
+  }};
 }
 
 device::Datastore target_of(const XmlElement &operation, const std::string &path, const SessionParts &parts) {
   return Parameters(operation, path, {"target"}).datastore("target", parts.data.candidate());
 }
 
-Action parse_lock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  return [target = target_of(operation, path, parts), &parts]() -> Result {
-    parts.data.check_lockable(target);
-    parts.sessions.lock(target);
-    return {};
-  };
+Parsed parse_lock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+  const auto target = target_of(operation, path, parts);
+  return {[target, &parts]() -> Result {
+            parts.data.check_lockable(target);
+            parts.sessions.lock(target);
+            return {};
+          },
+          name_of(target)};
 }
 
-Action parse_unlock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  return [target = target_of(operation, path, parts), &parts]() -> Result {
-    parts.sessions.unlock(target);
-    return {};
-  };
+Parsed parse_unlock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+  const auto target = target_of(operation, path, parts);
+  return {[target, &parts]() -> Result {
+            parts.sessions.unlock(target);
+            return {};
+          },
+          name_of(target)};
 }
 
-Action parse_close(const XmlElement &operation, const std::string &path, SessionParts & /*parts*/) {
+Parsed parse_close(const XmlElement &operation, const std::string &path, SessionParts & /*parts*/) {
   const Parameters none(operation, path, {});
-  return []() -> Result { return {.closes = true}; };
+  return {[]() -> Result { return {.closes = true}; }};
 }
 
-Action parse_kill(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+Parsed parse_kill(const XmlElement &operation, const std::string &path, SessionParts &parts) {
   const Parameters parameters(operation, path, {"session-id"});
   parameters.require("session-id");
   const auto text = parameters.text("session-id");
@@ -67,13 +80,14 @@ Action parse_kill(const XmlElement &operation, const std::string &path, SessionP
     refuse("invalid-value", "session-id \"" + shortened(text) + "\" is no positive integer", where);
   if (id == parts.sessions.id())
     refuse("invalid-value", "a session cannot kill itself; close-session ends it", where);
-  return [id, &parts]() -> Result {
-    parts.sessions.kill(id);
-    return {};
-  };
+  return {[id, &parts]() -> Result {
+            parts.sessions.kill(id);
+            return {};
+          },
+          "session " + std::to_string(id)};
 }
 
-Action parse_get_schema(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+Parsed parse_get_schema(const XmlElement &operation, const std::string &path, SessionParts &parts) {
   const Parameters parameters(operation, path, {"identifier", "version", "format"});
   parameters.require("identifier");
   // An identity, commonly with a prefix; there is none of its local name but in its own module.
@@ -81,28 +95,34 @@ Action parse_get_schema(const XmlElement &operation, const std::string &path, Se
   const auto format = word.empty() ? std::string("yang") : std::string(word.substr(word.find(':') + 1));
   const std::string identifier(parameters.text("identifier"));
   const std::string version(parameters.text("version"));
-  return [identifier, version, format, &parts]() -> Result {
-    return {{ReplyContent::Kind::text, parts.catalogue.schema(identifier, version, format), kMonitoringNs}};
-  };
+  return {[identifier, version, format, &parts]() -> Result {
+            return {{ReplyContent::Kind::text, parts.catalogue.schema(identifier, version, format),
+                     kMonitoringNs}};
+          },
+          identifier};
 }
 
 struct Operation {
+  using Weight = Asked::Weight;
   std::string_view ns, name;
-  Action (*parse)(const XmlElement &operation, const std::string &path, SessionParts &parts);
+  Parsed (*parse)(const XmlElement &operation, const std::string &path, SessionParts &parts);
+  Weight weight = Weight::change;
+  bool is_of_data = false;
   bool of_candidate = false;  ///< only where there is a candidate datastore
 };
 constexpr std::array<Operation, 11> kOperations = {{
-    {kNetconfNs, "get", parse_get},
-    {kNetconfNs, "get-config", parse_data},
-    {kNetconfNs, "edit-config", parse_data},
-    {kNetconfNs, "validate", parse_data},
-    {kNetconfNs, "commit", parse_data, true},
-    {kNetconfNs, "discard-changes", parse_data, true},
+    {kNetconfNs, "get", parse_get, Operation::Weight::read, true},
+    {kNetconfNs, "get-config", parse_data, Operation::Weight::read, true},
+    {kNetconfNs, "edit-config", parse_data, Operation::Weight::change, true},
+    {kNetconfNs, "validate", parse_data, Operation::Weight::none, true},
+    {kNetconfNs, "commit", parse_data, Operation::Weight::change, true, true},
+    {kNetconfNs, "discard-changes", parse_data, Operation::Weight::change, true, true},
     {kNetconfNs, "lock", parse_lock},
     {kNetconfNs, "unlock", parse_unlock},
-    {kNetconfNs, "close-session", parse_close},
+    // The end of the session is recorded.
+    {kNetconfNs, "close-session", parse_close, Operation::Weight::none},
     {kNetconfNs, "kill-session", parse_kill},
-    {kMonitoringNs, "get-schema", parse_get_schema},
+    {kMonitoringNs, "get-schema", parse_get_schema, Operation::Weight::read},
 }};
 
 bool is_there(const Operation &row, const SessionParts &parts) {
@@ -129,7 +149,13 @@ Action parse_operation(const RpcMessage &message, SessionParts &parts) {
     return one.name == operation.name() && one.ns == operation.ns() && is_there(one, parts);
   });
   if (row == kOperations.end()) refuse_unknown(operation, path, parts);
-  return row->parse(operation, path, parts);
+  auto parsed = row->parse(operation, path, parts);
+  if (row->is_of_data && parts.data.judges_requests()) return std::move(parsed.action);
+  Asked asked = {row->name, row->weight, std::move(parsed.target), module_of_namespace(row->ns)};
+  return [asked = std::move(asked), action = std::move(parsed.action), &parts] {
+    return parts.data.guard().run(parts.who, asked,
+                                  [&](std::vector<Change> & /*changes*/) { return action(); });
+  };
 }
 
 }  // namespace ymap::netconf

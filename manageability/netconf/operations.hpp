@@ -20,6 +20,7 @@ struct SessionParts {
   const Catalogue &catalogue;
   const ServerData &server_data;
   const Counters &counters;
+  const Requester &who;
 };
 
 /// What a request that was done has as its answer.

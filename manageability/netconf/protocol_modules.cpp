@@ -1,19 +1,18 @@
 // Finds the protocol's modules.
 #include "protocol_modules.hpp"
 
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include "access_rules.hpp"
 #include "rpc_error.hpp"
 #include "yang.hpp"
 
 namespace ymap::netconf {
 
 Companions protocol_modules(Candidate candidate) {
-  const char *named = std::getenv("YMAP_IETF_MODULES");
-  const std::filesystem::path folder = named == nullptr || *named == '\0' ? YMAP_IETF_MODULES : named;
+  const auto folder = ietf_models();
   std::error_code error;
   if (!std::filesystem::is_directory(folder, error))
     throw UsageError("folder of IETF modules " + folder.string() +
@@ -23,6 +22,12 @@ Companions protocol_modules(Candidate candidate) {
   return {
       folder,
       {{"ietf-netconf", std::move(features)}, {"ietf-netconf-monitoring"}, {"ietf-netconf-with-defaults"}}};
+}
+
+Companions managed_modules() {
+  auto companions = protocol_modules();
+  companions.modules.push_back({kAccessModule.data()});
+  return companions;
 }
 
 std::vector<std::string> native_modules() {

@@ -15,6 +15,9 @@ namespace ymap::netconf {
 /// environment names in YMAP_IETF_MODULES. Throws UsageError if there is no such folder.
 Companions protocol_modules(Candidate candidate = Candidate::absent);
 
+/// Beside the OpenConfig model also that of the access rules.
+Companions managed_modules();
+
 /// Names of the device's own modules.
 std::vector<std::string> native_modules();
 

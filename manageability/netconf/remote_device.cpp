@@ -1,9 +1,14 @@
 // Native requests over NETCONF.
 #include "remote_device.hpp"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <exception>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -23,6 +28,7 @@ constexpr const char *kTestOnly = "validate:1.1";
 
 /// Other sessions hold the candidate's lock for as long as an edit takes.
 constexpr std::chrono::seconds kLockPatience{5};
+constexpr std::chrono::seconds kRunningPatience{1};
 constexpr std::chrono::milliseconds kLockPause{20};
 
 bool is_empty(const yfw::Datatree &tree) {
@@ -42,9 +48,25 @@ bool is_empty(const yfw::Datatree &tree) {
   refusal.error_tag = fault.tag;
   refusal.type = fault.type;
   refusal.session_id = fault.session_id;
+  refusal.app_tag = fault.app_tag;
   refusal.path = fault.path;
-  if (request != nullptr) refusal.node = find_node(*request, fault.path);
+  if (request != nullptr)
+    refusal.node = fault.path.empty() && !fault.bad_element.empty() ? find_only(*request, fault.bad_element)
+                                                                    : find_node(*request, fault.path);
   throw refusal;
+}
+
+constexpr const char *kLockLost = "the connection to the device was lost, and with it the lock on running";
+
+ClientSession::Write write_of(const char *operation, const char *parameter, const char *datastore) {
+  return [=](XmlWriter &xml) {
+    if (parameter == nullptr) return xml.leaf(operation, {});
+    xml.open(operation);
+    xml.open(parameter);
+    xml.leaf(datastore, {});
+    xml.close();
+    xml.close();
+  };
 }
 
 constexpr const char *kNotMade = "; the edit is not made";
@@ -82,8 +104,14 @@ void RemoteDevice::check_modules() const {
 }
 
 ClientSession &RemoteDevice::session() {
-  if (session_ && session_->has_failed()) session_.reset();
   if (session_) return *session_;
+  if (holds_lock_) {
+    yfw::NativeRefusal refusal(std::string(kLockLost) + "; unlock, lock and read before you go on");
+    refusal.error_tag = "operation-failed";
+    refusal.path.emplace();
+    refusal.type = "protocol";
+    throw refusal;
+  }
   session_.emplace(address_);
   try {
     check_modules();
@@ -118,8 +146,26 @@ void RemoteDevice::with_session(const std::function<void()> &work) {
   }
 }
 
+/// A session that has failed ends at once, and with it what it held at the device.
+std::vector<std::unique_ptr<XmlDocument>> RemoteDevice::call(
+    const std::vector<ClientSession::Write> &writes) {
+  auto &asked = session();
+  try {
+    return asked.call(writes);
+  } catch (const UsageError &) {
+    session_.reset();
+    throw;
+  }
+}
+
 std::unique_ptr<XmlDocument> RemoteDevice::call(const ClientSession::Write &write) {
-  return session().call(write);
+  return std::move(call(std::vector{write}).front());
+}
+
+void RemoteDevice::fail(const std::string &what) {
+  const auto server = session_->server();
+  session_.reset();
+  throw UsageError("server " + server + " " + what);
 }
 
 void RemoteDevice::command(const ClientSession::Write &write, const yfw::Datatree *request) {
@@ -129,24 +175,25 @@ void RemoteDevice::command(const ClientSession::Write &write, const yfw::Datatre
 }
 
 void RemoteDevice::command(const char *operation, const char *parameter, const char *datastore) {
-  command([&](XmlWriter &xml) {
-    if (parameter == nullptr) return xml.leaf(operation, {});
-    xml.open(operation);
-    xml.open(parameter);
-    xml.leaf(datastore, {});
-    xml.close();
-    xml.close();
-  });
+  command(write_of(operation, parameter, datastore));
 }
 
-/// What is done on the way out, whose failure is not the caller's.
-void RemoteDevice::attempt(const char *operation, const char *parameter, const char *datastore) {
-  if (!session_ || session_->has_failed()) return;
+/// What is done on the way out, whose failure is not the caller's. False: it is not done, or not all of it.
+bool RemoteDevice::attempt(const char *operation, const std::vector<ClientSession::Write> &writes) {
+  if (!session_) return false;
+  bool done = true;
+  const auto failed = [&](const std::string &why) {
+    warnings_.push_back(std::string(operation) + " at the device failed: " + why);
+    done = false;
+  };
   try {
-    command(operation, parameter, datastore);
+    for (const auto &reply : call(writes))
+      if (const auto fault = read_errors(reply->root().children(), warnings_, native_path))
+        failed(fault->message);
   } catch (const std::exception &error) {
-    warnings_.push_back(std::string(operation) + " at the device failed: " + error.what());
+    failed(error.what());
   }
+  return done;
 }
 
 // ---- Reads ------------------------------------------------------------------------------------------
@@ -165,6 +212,7 @@ std::unique_ptr<XmlDocument> RemoteDevice::call_for_read(const ClientSession::Wr
   try {
     return call(write);
   } catch (const ConnectionLost &) {
+    if (holds_lock_) throw;
     return call(write);
   }
 }
@@ -185,7 +233,7 @@ void RemoteDevice::read(const char *operation, const yfw::Datatree &request, yfw
   const auto parts = reply->root().children();
   if (const auto fault = read_errors(parts, warnings_, native_path)) refuse(*fault, &request);
   const auto data = data_of(parts);
-  if (!data) session_->fail("answers a read without data");
+  if (!data) fail("answers a read without data");
   AnswerTree sink(answer);
   read_native(schema(), request, data->children(), sink, warnings_);
 }
@@ -229,64 +277,108 @@ void RemoteDevice::send_edit(const yfw::Datatree &request, Road road, Purpose pu
       &request);
 }
 
-void RemoteDevice::lock_candidate() {
-  const auto end = Stream::Clock::now() + std::min<Stream::Clock::duration>(kLockPatience, address_.patience);
-  while (true) {
-    try {
-      return command("lock", "target", "candidate");
-    } catch (const yfw::NativeRefusal &refusal) {
-      if (refusal.error_tag != "lock-denied" || refusal.session_id == 0 || Stream::Clock::now() > end) throw;
-    }
+/// Where running can be edited beside the candidate, a commit would take back what others do to it meanwhile.
+bool RemoteDevice::locks_running() const {
+  return !holds_lock_ && session_->offers(kWritableRunning);
+}
+
+/// The candidate's lock is waited for: all who edit this way hold it for as long as that takes. That of
+/// running they may hold for a moment, before they hear that the candidate's is not theirs; whoever keeps it
+/// longer, has locked it.
+void RemoteDevice::lock_for_edit() {
+  const auto begun = Stream::Clock::now();
+  const auto waits = [&](const Fault &fault, Stream::Clock::duration patience) {
+    if (fault.tag != "lock-denied" || fault.session_id == 0 || fault.session_id == session_->id() ||
+        Stream::Clock::now() > begun + std::min<Stream::Clock::duration>(patience, address_.patience))
+      return false;
     std::this_thread::sleep_for(kLockPause);
+    return true;
+  };
+  const auto candidate = write_of("lock", "target", "candidate");
+  const auto running = write_of("lock", "target", "running");
+  const auto fault_in = [&](const std::unique_ptr<XmlDocument> &reply) {
+    return read_errors(reply->root().children(), warnings_, native_path);
+  };
+  while (true) {
+    const auto replies = call(locks_running() ? std::vector{candidate, running} : std::vector{candidate});
+    const auto fault = fault_in(replies.front());
+    auto of_running = replies.size() > 1 ? fault_in(replies.back()) : std::nullopt;
+    if (fault) {
+      if (replies.size() > 1 && !of_running) attempt("unlock", {write_of("unlock", "target", "running")});
+      if (!session_ || !waits(*fault, kLockPatience)) refuse(*fault, nullptr);
+      continue;
+    }
+    while (of_running && waits(*of_running, kRunningPatience)) of_running = fault_in(call(running));
+    if (!of_running) return;
+    attempt("unlock", {write_of("unlock", "target", "candidate")});
+    // As one who edits running itself is told.
+    if (of_running->tag == "lock-denied") of_running->tag = "in-use";
+    of_running->session_id = 0;
+    refuse(*of_running, nullptr);
   }
+}
+
+/// Where something is left behind the end of the session takes it away (RFC 6241, section 8.3.5.2). With the
+/// client's lock it goes on: what went wrong is told.
+void RemoteDevice::leave_candidate(bool discards) {
+  bool clean = !discards || attempt("discard-changes", {write_of("discard-changes", nullptr, nullptr)});
+  if (clean && session_) {
+    std::vector<ClientSession::Write> unlocks = {write_of("unlock", "target", "candidate")};
+    // Others who have got the candidate's lock shall find this one free.
+    if (locks_running()) unlocks.insert(unlocks.begin(), write_of("unlock", "target", "running"));
+    clean = attempt("unlock", unlocks);
+  }
+  if (!clean && !holds_lock_) session_.reset();
 }
 
 /// Lock, edit, validate, commit, unlock: what fails on the way leaves nothing in the candidate.
 void RemoteDevice::edit_candidate(const yfw::Datatree &request, Purpose purpose) {
-  with_fate(kNotMade, [&] { lock_candidate(); });
+  with_fate(kNotMade, [&] { lock_for_edit(); });
   const bool validates = session_->offers(kTestOnly) || session_->offers("validate:1.0");
   try {
     with_fate(kNotMade, [&] {
       send_edit(request, Road::candidate, purpose);
-      if (validates)
-        command(
-            [](XmlWriter &xml) {
-              xml.open("validate");
-              xml.open("source");
-              xml.leaf("candidate", {});
-              xml.close();
-              xml.close();
-            },
-            &request);
+      if (validates) command(write_of("validate", "source", "candidate"), &request);
     });
     if (purpose == Purpose::edit)
-      with_fate(kUnknown, [&] { command([](XmlWriter &xml) { xml.leaf("commit", {}); }, &request); });
+      with_fate(kUnknown, [&] { command(write_of("commit", nullptr, nullptr), &request); });
   } catch (...) {
-    attempt("discard-changes");
-    attempt("unlock", "target", "candidate");
+    leave_candidate(true);
     throw;
   }
-  if (purpose == Purpose::test) attempt("discard-changes");
-  attempt("unlock", "target", "candidate");
+  leave_candidate(purpose == Purpose::test);
 }
 
-void RemoteDevice::edit(const yfw::Datatree &request) {
-  if (holds_lock_ && (!session_ || session_->has_failed())) {
-    yfw::NativeRefusal refusal(
-        "the connection to the device was lost, and with it the lock on running; unlock, "
-        "lock and read before you go on");
-    refusal.error_tag = "operation-failed";
-    refusal.path.emplace();
-    refusal.type = "protocol";
+namespace {
+
+/// That there are none is what an edit may say.
+void check_no_rules(const NativeDevice::RulesEdit &rules) {
+  for (const auto &node : rules) {
+    if (node.operation == device::RequestNode::Operation::remove) continue;
+    yfw::NativeRefusal refusal("a device elsewhere judges by its own rules; none are kept here");
+    refusal.error_tag = "operation-not-supported";
+    refusal.path = "/" + std::string(kAccessModule) + ":" + kAccessTop;
     throw refusal;
   }
+}
+
+}  // namespace
+
+NativeDevice::Rules RemoteDevice::access_rules_after(const RulesEdit &edit) {
+  check_no_rules(edit);
+  return {};
+}
+
+void RemoteDevice::edit(const yfw::Datatree &request, const RulesEdit &rules) {
+  check_no_rules(rules);
   with_session([&] {
     if (road(request, Purpose::edit) == Road::candidate) return edit_candidate(request, Purpose::edit);
     with_fate(kUnknown, [&] { send_edit(request, Road::running, Purpose::edit); });
   });
 }
 
-void RemoteDevice::test(const yfw::Datatree &request) {
+void RemoteDevice::test(const yfw::Datatree &request, const RulesEdit &rules) {
+  check_no_rules(rules);
   with_session([&] {
     if (!is_empty(request)) {
       if (road(request, Purpose::test) == Road::candidate) return edit_candidate(request, Purpose::test);
@@ -317,17 +409,32 @@ void as_rpc_error(const Work &work) {
 
 }  // namespace
 
+std::shared_ptr<const NativeDevice::Rules> RemoteDevice::access_rules() {
+  static const auto none = std::make_shared<const Rules>(Rules{{"enable-nacm", "false", true}});
+  return none;
+}
+
+int RemoteDevice::lock_descriptor() const {
+  if (!holds_lock_) return -1;
+  if (session_) return session_->descriptor();
+  // A pipe that nobody writes to any more.
+  static const int hung_up = [] {
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) == 0) ::close(ends[1]);
+    return ends[0];
+  }();
+  return hung_up;
+}
+
 void RemoteDevice::lock() {
   as_rpc_error([&] { with_session([&] { command("lock", "target", "running"); }); });
   holds_lock_ = true;
 }
 
 void RemoteDevice::unlock() {
-  if (holds_lock_ && (!session_ || session_->has_failed())) {
+  if (holds_lock_ && !session_) {
     holds_lock_ = false;
-    throw RpcError({.type = "protocol",
-                    .tag = "operation-failed",
-                    .message = "the connection to the device was lost, and with it the lock on running"});
+    throw RpcError({.type = "protocol", .tag = "operation-failed", .message = kLockLost});
   }
   as_rpc_error([&] { with_session([&] { command("unlock", "target", "running"); }); });
   holds_lock_ = false;

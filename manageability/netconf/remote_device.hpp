@@ -31,9 +31,15 @@ class RemoteDevice : public NativeDevice {
   void read_config(const yfw::Datatree &request, yfw::Datatree &answer) override;
   /// Through the candidate datastore where there is one, else in running, by one <edit-config> that the
   /// device undoes where it fails.
-  void edit(const yfw::Datatree &request) override;
+  void edit(const yfw::Datatree &request, const RulesEdit &rules) override;
   /// By the device's own validation; refused where it has none.
-  void test(const yfw::Datatree &request) override;
+  void test(const yfw::Datatree &request, const RulesEdit &rules) override;
+  // Rights are the device's affair: who may log in there, and what its server then lets him do. Those here
+  // are switched off.
+  std::shared_ptr<const Rules> access_rules() override;
+  Rules access_rules_after(const RulesEdit &edit) override;
+  bool belongs_to(uid_t /*user*/) override { return true; }
+  std::filesystem::path folder() const override { return {}; }
   std::vector<std::string> take_warnings() override { return std::exchange(warnings_, {}); }
 
   /// The id of the session at the device, which is opened for it.
@@ -45,8 +51,8 @@ class RemoteDevice : public NativeDevice {
   void lock();
   void unlock();
   void kill(uint32_t session);
-  /// Of the connection while it holds the lock; -1 without.
-  int lock_descriptor() const { return holds_lock_ && session_ ? session_->descriptor() : -1; }
+  /// Of the connection while it holds the lock; -1 without. Of one that is lost its peer has hung up.
+  int lock_descriptor() const;
   /// What the device tells of its sessions and locks, an <rpc-reply>; nullptr if it does not.
   std::unique_ptr<XmlDocument> monitoring();
 
@@ -57,7 +63,9 @@ class RemoteDevice : public NativeDevice {
   ClientSession &session();
   void check_modules() const;
   const device::Schema &schema();
+  std::vector<std::unique_ptr<XmlDocument>> call(const std::vector<ClientSession::Write> &writes);
   std::unique_ptr<XmlDocument> call(const ClientSession::Write &write);
+  [[noreturn]] void fail(const std::string &what);
   /// A call that has no answer but <ok/>. `request`: of which errors tell a node.
   void command(const ClientSession::Write &write, const yfw::Datatree *request = nullptr);
   void command(const char *operation, const char *parameter = nullptr, const char *datastore = nullptr);
@@ -67,9 +75,11 @@ class RemoteDevice : public NativeDevice {
   void with_session(const std::function<void()> &work);
   Road road(const yfw::Datatree &request, Purpose purpose);
   void send_edit(const yfw::Datatree &request, Road road, Purpose purpose);
-  void lock_candidate();
+  void lock_for_edit();
   void edit_candidate(const yfw::Datatree &request, Purpose purpose);
-  void attempt(const char *operation, const char *parameter = nullptr, const char *datastore = nullptr);
+  void leave_candidate(bool discards);
+  bool locks_running() const;
+  bool attempt(const char *operation, const std::vector<ClientSession::Write> &writes);
 
   ServerAddress address_;
   std::filesystem::path models_;

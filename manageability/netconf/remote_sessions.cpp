@@ -28,7 +28,14 @@ uint32_t id_of(const std::string &text) {
   return id;
 }
 
+/// Of a date-and-time (RFC 6991); 0 for what is none. libyang reads up to the zone whatever the length.
 int64_t seconds(const std::string &date_and_time) {
+  constexpr std::string_view form = "dddd-dd-ddTdd:dd:dd";
+  if (date_and_time.size() <= form.size()) return 0;
+  for (std::size_t at = 0; at < form.size(); ++at) {
+    const bool is_digit = date_and_time[at] >= '0' && date_and_time[at] <= '9';
+    if (form[at] == 'd' ? !is_digit : date_and_time[at] != form[at]) return 0;
+  }
   std::time_t time = 0;
   return ly_time_str2time(date_and_time.c_str(), &time, nullptr) == LY_SUCCESS ? time : 0;
 }

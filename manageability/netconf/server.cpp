@@ -1,7 +1,6 @@
 // One session: hellos, then requests and replies in turn.
 #include "server.hpp"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -22,11 +21,6 @@ namespace ymap::netconf {
 namespace {
 
 constexpr std::chrono::seconds kHelloPatience{60};
-
-std::string user_name() {
-  const passwd *entry = getpwuid(geteuid());
-  return entry == nullptr ? std::to_string(geteuid()) : entry->pw_name;
-}
 
 /// SSH_CONNECTION is "client port server port".
 std::string client_host() {
@@ -59,12 +53,18 @@ Fault fault_of(const std::exception &error) {
 class Server {
  public:
   explicit Server(const Service &service)
-      : session_(service.enter({user_name(), client_host()})),
+      : who_(requester()),
+        session_(service.enter({who_.user(), who_.peer})),
         catalogue_(service.modules),
         server_data_(catalogue_, *session_, datastores(service.data)),
-        parts_{service.data, *session_, catalogue_, server_data_, counters_} {
-    service.data.act_for(*session_);
+        parts_{service.data, *session_, catalogue_, server_data_, counters_, who_} {
+    who_.session = session_->id();
+    service.data.act_for(*session_, who_);
+    note("session-start");
   }
+  ~Server() { note("session-end"); }
+  Server(const Server &) = delete;
+  Server &operator=(const Server &) = delete;
 
   void run() {
     transport_.send(write_hello(catalogue_.capabilities(), session_->id()));
@@ -144,6 +144,16 @@ class Server {
          .message = "the message is larger than " + std::to_string(kLargestDocument >> 20U) + " MiB"});
   }
 
+  static Requester requester() {
+    auto who = Requester::of_process("netconf");
+    who.peer = client_host();
+    return who;
+  }
+
+  /// A session that is killed without warning leaves no word of its end.
+  void note(const char *what) const { parts_.data.guard().note(who_, {what, Asked::Weight::change}); }
+
+  Requester who_;
   Transport transport_{STDIN_FILENO, STDOUT_FILENO};
   std::unique_ptr<SessionControl> session_;  ///< until the session is closed
   Catalogue catalogue_;

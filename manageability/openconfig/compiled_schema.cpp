@@ -1,6 +1,8 @@
 // libyang's view of the OpenConfig module.
 #include "compiled_schema.hpp"
 
+#include <cstdlib>
+
 #include "libyang_versions.hpp"
 #include "printable.hpp"
 #include "rpc_error.hpp"
@@ -112,6 +114,11 @@ std::string with_short_value(std::string reason, const std::string &value) {
 }
 
 }  // namespace
+
+std::filesystem::path ietf_models() {
+  const char *named = std::getenv("YMAP_IETF_MODULES");
+  return named == nullptr || *named == '\0' ? YMAP_IETF_MODULES : named;
+}
 
 device::ModelFolders Companions::folders(const std::filesystem::path &models) const {
   return device::ModelFolders(modules.empty() ? std::vector{models} : std::vector{folder, models});

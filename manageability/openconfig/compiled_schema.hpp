@@ -33,6 +33,9 @@ struct Companions {
   device::ModelFolders folders(const std::filesystem::path &models) const;
 };
 
+/// The folder of the IETF's YANG modules, which may not be there; environment YMAP_IETF_MODULES.
+std::filesystem::path ietf_models();
+
 /// A libyang context with the module. To make one costs tens of times as much as a request.
 class CompiledSchema {
  public:

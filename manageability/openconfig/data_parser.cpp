@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "native_parser.hpp"
 #include "operation_words.hpp"
 #include "printable.hpp"
 
@@ -124,7 +125,8 @@ class EditParser : public DataParser {
   void parse(const XmlElements &elements, std::optional<yfw::Datatree> &stated) {
     check_once(elements, nullptr);
     std::vector<Node> tops;
-    for (const auto &element : elements) tops.push_back(check(locate(element, nullptr, false)));
+    for (const auto &element : elements)
+      if (!is_of_rules(element, false)) tops.push_back(check(locate(element, nullptr, false)));
     const bool all = default_operation_ != DefaultOperation::none;
     for (const auto &top : tops)
       if (all || top.has_effect) add(top, tree(), tree().root(), all);
@@ -133,7 +135,7 @@ class EditParser : public DataParser {
       for (const auto &top : tops) add(top, *stated, stated->root(), true);
     }
     // Nothing at all as the new content of the datastore is a content too.
-    if (elements.empty() && default_operation_ == DefaultOperation::replace)
+    if (tops.empty() && default_operation_ == DefaultOperation::replace)
       for (const auto &top : schema().children(nullptr))
         tree().add(tree().root(), top.name, ns(), std::nullopt, YMAP_OP_REPLACE);
   }

@@ -1,10 +1,13 @@
 // Framework records to device requests, and the device's answers back.
 #include "native_datastore.hpp"
 
+#include <sys/stat.h>
+
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "access_rules.hpp"
 #include "ymap_datatree.h"
 
 namespace ymap {
@@ -35,6 +38,13 @@ std::vector<device::RequestNode> device_nodes(const vidl_yfw_datatree *parent) {
   return nodes;
 }
 
+std::vector<device::RequestNode> device_nodes(const vidl_yfw_datatree *root,
+                                              const NativeDevice::RulesEdit &rules) {
+  auto nodes = device_nodes(root);
+  nodes.insert(nodes.end(), rules.begin(), rules.end());
+  return nodes;
+}
+
 /// The device names its own leaf; the client knows the one that the path names.
 std::string words(const device::EditError &error) {
   if (error.error_tag == "data-exists") return "it exists already";
@@ -61,7 +71,7 @@ FolderDevice::FolderDevice(std::filesystem::path folder, std::filesystem::path m
     : folder_(std::move(folder)), models_(std::move(models)) {}
 
 device::Device &FolderDevice::opened() {
-  if (!device_) device_.emplace(folder_, models_).act_for(session_);
+  if (!device_) device_.emplace(folder_, models_, std::nullopt, access_guest()).act_for(session_);
   return *device_;
 }
 
@@ -70,12 +80,27 @@ void FolderDevice::read(const yfw::Datatree &request, yfw::Datatree &answer) {
   opened().read(device_nodes(request.root()), sink);
 }
 
-void FolderDevice::edit(const yfw::Datatree &request) {
-  passing_refusals_on([&] { opened().edit(device_nodes(request.root())); });
+void FolderDevice::edit(const yfw::Datatree &request, const RulesEdit &rules) {
+  passing_refusals_on([&] { opened().edit(device_nodes(request.root(), rules)); });
 }
 
-void FolderDevice::test(const yfw::Datatree &request) {
-  passing_refusals_on([&] { opened().test(device_nodes(request.root())); });
+void FolderDevice::test(const yfw::Datatree &request, const RulesEdit &rules) {
+  passing_refusals_on([&] { opened().test(device_nodes(request.root(), rules)); });
+}
+
+std::shared_ptr<const NativeDevice::Rules> FolderDevice::access_rules() {
+  return opened().guest();
+}
+
+NativeDevice::Rules FolderDevice::access_rules_after(const RulesEdit &edit) {
+  Rules rules;
+  passing_refusals_on([&] { rules = opened().guest_after(edit); });
+  return rules;
+}
+
+bool FolderDevice::belongs_to(uid_t user) {
+  struct stat status {};
+  return ::stat(folder_.c_str(), &status) == 0 && status.st_uid == user;
 }
 
 void FolderDevice::act_for(uint32_t session) {

@@ -2,8 +2,11 @@
 /// The device as the framework's native datastore.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -17,8 +20,27 @@ namespace ymap {
 /// A device that speaks the native models, wherever it is.
 class NativeDevice : public yfw::NativeDatastore {
  public:
+  /// An edit of the access rules, see Request::rules.
+  using RulesEdit = std::vector<device::RequestNode>;
+  using Rules = std::vector<device::PlainNode>;
+
+  /// An edit that is of the access rules too, in one transaction.
+  virtual void edit(const yfw::Datatree &request, const RulesEdit &rules) = 0;
+  void edit(const yfw::Datatree &request) final { edit(request, {}); }
   /// Tries an edit without storing it; one of nothing tries what is stored. Throws as edit() does.
-  virtual void test(const yfw::Datatree &request) = 0;
+  virtual void test(const yfw::Datatree &request, const RulesEdit &rules) = 0;
+
+  /// The access rules, children of their container: the same object as long as they are the same.
+  virtual std::shared_ptr<const Rules> access_rules() = 0;
+  /// What an edit would make of them. Throws as edit().
+  virtual Rules access_rules_after(const RulesEdit &edit) = 0;
+  /// Whether the device is this user's, who may do all.
+  virtual bool belongs_to(uid_t user) = 0;
+  /// Where more is kept about the device; empty for a device elsewhere.
+  virtual std::filesystem::path folder() const = 0;
+  /// A read beside a request costs nothing that counts.
+  bool is_near() const { return !folder().empty(); }
+
   /// What was wrong with the answers since the last call, and no reason to refuse the request.
   virtual std::vector<std::string> take_warnings() { return {}; }
 };
@@ -49,14 +71,17 @@ class FolderDevice : public NativeDevice {
   /// Throws device::FolderError.
   void read(const yfw::Datatree &request, yfw::Datatree &answer) override;
   /// Throws yfw::NativeRefusal or device::FolderError.
-  void edit(const yfw::Datatree &request) override;
-  void test(const yfw::Datatree &request) override;
+  void edit(const yfw::Datatree &request, const RulesEdit &rules) override;
+  void test(const yfw::Datatree &request, const RulesEdit &rules) override;
+  std::shared_ptr<const Rules> access_rules() override;
+  Rules access_rules_after(const RulesEdit &edit) override;
+  bool belongs_to(uid_t user) override;
 
   /// The session (see device::Sessions) that later edits are made for; 0, as at first, is none. Only it may
   /// edit while it holds the lock on running.
   void act_for(uint32_t session);
 
-  const std::filesystem::path &folder() const { return folder_; }
+  std::filesystem::path folder() const override { return folder_; }
 
  private:
   device::Device &opened();
@@ -67,20 +92,29 @@ class FolderDevice : public NativeDevice {
   uint32_t session_ = 0;
 };
 
-/// The same device for requests that are only tried: it takes edits and stores none.
-class TestDatastore : public yfw::NativeDatastore {
+/// The same device for one request: its edits take the rules along that the request edits, and are only tried
+/// where it says so.
+class RequestDatastore : public yfw::NativeDatastore {
  public:
-  /// `device` must outlive it.
-  explicit TestDatastore(NativeDevice &device) : device_(device) {}
+  /// All must outlive it.
+  RequestDatastore(NativeDevice &device, const NativeDevice::RulesEdit &rules, bool test_only)
+      : device_(device), rules_(rules), test_only_(test_only) {}
 
   void read(const yfw::Datatree &request, yfw::Datatree &answer) override { device_.read(request, answer); }
   void read_config(const yfw::Datatree &request, yfw::Datatree &answer) override {
     device_.read_config(request, answer);
   }
-  void edit(const yfw::Datatree &request) override { device_.test(request); }
+  void edit(const yfw::Datatree &request) override {
+    if (test_only_)
+      device_.test(request, rules_);
+    else
+      device_.edit(request, rules_);
+  }
 
  private:
   NativeDevice &device_;
+  const NativeDevice::RulesEdit &rules_;
+  bool test_only_;
 };
 
 }  // namespace ymap

@@ -22,6 +22,7 @@ using Data = std::vector<DataNode>;
 struct Answer {
   Data data;                          ///< of a read
   std::vector<std::string> warnings;  ///< what the device gave and the model does not take
+  std::string rules;                  ///< what is selected of the access rules, in compact XML
 };
 
 /// Turns the children of `root` into data of the schema. What the schema does not take is left out, each with

@@ -3,6 +3,7 @@
 /// line.
 #pragma once
 
+#include <deque>
 #include <optional>
 #include <span>
 #include <string>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "datatree.hpp"
+#include "device.hpp"
 #include "rpc_error.hpp"
 #include "schema.hpp"
 #include "xml_document.hpp"
@@ -22,7 +24,12 @@ struct Request {
   bool state_only = false;
   bool selects_nothing = false;  ///< a filter that no data can match: the answer is empty
   bool test_only = false;        ///< an edit that is tried and not stored; a <validate> is one
+  bool is_validation = false;    ///< that
   yfw::Datatree tree;            ///< subtree filter (empty: everything) or edit
+  /// What it selects of the access rules, or does to them: texts of the message, and of `texts`.
+  std::vector<device::RequestNode> rules;
+  bool selects_all_rules = false;
+  std::deque<std::string> texts;
   /// Of an edit by default operation "none": all that it says. Of this, what `tree` lacks has no effect, but
   /// must be there.
   std::optional<yfw::Datatree> stated;

@@ -1,9 +1,11 @@
 // Text from outside that must not steer a terminal.
 #include "printable.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace ymap {
 namespace {
@@ -40,16 +42,63 @@ std::size_t character_length(std::string_view text) {
   return 0;
 }
 
+constexpr std::string_view kDigits = "0123456789abcdef";
+
+void add_byte(uint8_t byte, std::string &text) {
+  text.append("\\x").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 0xfU]);
+}
+
+/// Marks that set or turn the direction of what follows, and ends of lines and paragraphs.
+constexpr std::string_view kTurning[] = {
+    "\u061c", "\u200e", "\u200f", "\u2028", "\u2029", "\u202a", "\u202b",
+    "\u202c", "\u202d", "\u202e", "\u2066", "\u2067", "\u2068", "\u2069",
+};
+
 }  // namespace
 
+std::string escaped(std::string_view text) {
+  std::string line;
+  while (!text.empty()) {
+    const auto length = character_length(text);
+    const auto character = text.substr(0, length == 0 ? 1 : length);
+    text.remove_prefix(character.size());
+    const bool steers = length == 0 || character == "\t" || character == "\n" ||
+                        (length > 1 && std::ranges::find(kTurning, character) != std::end(kTurning));
+    if (steers) {
+      for (const char byte : character) add_byte(static_cast<uint8_t>(byte), line);
+      continue;
+    }
+    if (character == "\\" || character == "\"" || character == "]") line += '\\';
+    line += character;
+  }
+  return line;
+}
+
+std::string unescaped(std::string_view text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '\\' || at + 1 == text.size()) {
+      plain += text[at];
+      continue;
+    }
+    const auto high = at + 3 < text.size() ? kDigits.find(text[at + 2]) : std::string_view::npos;
+    const auto low = at + 3 < text.size() ? kDigits.find(text[at + 3]) : std::string_view::npos;
+    if (text[at + 1] == 'x' && high != std::string_view::npos && low != std::string_view::npos) {
+      plain += static_cast<char>(high << 4U | low);
+      at += 3;
+    } else {
+      plain += text[++at];
+    }
+  }
+  return plain;
+}
+
 std::string printable(std::string_view text) {
-  constexpr const char *digits = "0123456789abcdef";
   std::string shown;
   while (!text.empty()) {
     const auto length = character_length(text);
     if (length == 0) {
-      const auto byte = static_cast<uint8_t>(text.front());
-      shown.append("\\x").append(1, digits[byte >> 4U]).append(1, digits[byte & 0xfU]);
+      add_byte(static_cast<uint8_t>(text.front()), shown);
     } else {
       shown.append(text, 0, length);
     }

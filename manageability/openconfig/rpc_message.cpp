@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "data_parser.hpp"
+#include "native_parser.hpp"
 #include "openconfig_request.hpp"
 #include "operation_parameters.hpp"
 #include "printable.hpp"
@@ -15,8 +16,10 @@ namespace {
 
 void read_filter(const Parameters &parameters, const Schema &schema, Request &request) {
   const auto filter = subtree_filter(parameters);
-  if (filter)
-    request.selects_nothing = !parse_filter(schema, *filter, parameters.path_of("filter"), request.tree);
+  request.selects_all_rules = !filter;
+  if (!filter) return;
+  request.selects_nothing = !parse_filter(schema, *filter, parameters.path_of("filter"), request.tree);
+  request.rules = rules_filter(filter->children(), request.texts);
 }
 
 Request parse_get(const XmlElement &operation, const std::string &path, const Schema &schema) {
@@ -46,6 +49,7 @@ Request parse_edit_config(const XmlElement &operation, const std::string &path, 
   const EditParameters edit(operation, path, Candidate::absent);
   request.test_only = edit.test_only;
   parse_edit(schema, edit.config, edit.config_path, edit.default_operation, request.tree, request.stated);
+  request.rules = rules_edit(edit.config.children(), edit.default_operation, request.texts);
   return request;
 }
 
@@ -55,10 +59,12 @@ Request parse_validate(const XmlElement &operation, const std::string &path, con
   Request request;
   request.kind = Request::Kind::edit;
   request.test_only = true;
+  request.is_validation = true;
   const ValidateParameters validate(operation, path, Candidate::absent);
-  if (validate.config)
-    parse_edit(schema, *validate.config, validate.config_path, DefaultOperation::replace, request.tree,
-               request.stated);
+  if (!validate.config) return request;
+  parse_edit(schema, *validate.config, validate.config_path, DefaultOperation::replace, request.tree,
+             request.stated);
+  request.rules = rules_edit(validate.config->children(), DefaultOperation::replace, request.texts);
   return request;
 }
 

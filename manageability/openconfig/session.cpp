@@ -7,6 +7,7 @@
 
 #include "printable.hpp"
 #include "rpc_error.hpp"
+#include "rules_answer.hpp"
 #include "stated_data.hpp"
 #include "ymap_datatree.h"
 
@@ -77,6 +78,16 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
   if (fault.tag == "in-use") fault = {.type = "protocol", .tag = fault.tag, .message = fault.message};
   if (!refusal.type.empty()) fault.type = refusal.type;
   fault.session_id = refusal.session_id;
+  fault.app_tag = refusal.app_tag;
+  return RpcError(std::move(fault));
+}
+
+/// Of the access rules, which no mapping stands before.
+RpcError rpc_error(const yfw::NativeRefusal &refusal) {
+  Fault fault = {.tag = refusal.error_tag, .message = refusal.what(), .path = refusal.path.value_or("")};
+  if (!refusal.type.empty()) fault.type = refusal.type;
+  if (fault.tag == "in-use") fault = {.type = "protocol", .tag = fault.tag, .message = fault.message};
+  fault.session_id = refusal.session_id;
   return RpcError(std::move(fault));
 }
 
@@ -85,25 +96,154 @@ yfw::Read read_of(const Request &request) {
           request.state_only ? YMAP_CONTENT_STATE_ONLY : 0};
 }
 
+Asked asked_by(const Request &request) {
+  switch (request.kind) {
+    case Request::Kind::get:
+      return {"get"};
+    case Request::Kind::get_config:
+      return {"get-config", Asked::Weight::read, "running"};
+    case Request::Kind::edit:
+      break;
+  }
+  if (request.is_validation) return {"validate", Asked::Weight::none};
+  return {"edit-config", request.test_only ? Asked::Weight::none : Asked::Weight::change, "running"};
+}
+
+/// The amplifiers that an edit names; nothing if it may concern all.
+std::optional<std::vector<std::string>> amplifiers_of(const Schema &schema, const vidl_yfw_datatree *root) {
+  const auto &model = yfw::optical_amplifier();
+  std::vector<std::string> names;
+  const auto visit = [&](const auto &self, const vidl_yfw_datatree *parent, const SchemaNode *node) -> bool {
+    if (!vidl_yfw_datatree_has_subtrees(parent)) return true;
+    for (uint32_t at = 0; at < parent->subtree_count; ++at) {
+      const auto &child = parent->subtrees[at];
+      const std::string_view tag = child.tag == nullptr ? "" : child.tag;
+      const auto *below = schema.child(node, tag);
+      if (below == nullptr) return false;
+      if (below->is_key) {
+        names.emplace_back(child.data == nullptr ? "" : child.data);
+      } else if (below->is_list() && tag == model.list) {
+        if (!self(self, &child, below)) return false;
+      } else if (node == nullptr || !node->is_list()) {
+        if (vidl_yfw_datatree_has_operation(&child) && child.operation != YMAP_OP_NONE &&
+            child.operation != YMAP_OP_MERGE)
+          return false;
+        if (!self(self, &child, below)) return false;
+      }
+    }
+    return true;
+  };
+  if (!visit(visit, root, nullptr) || names.empty() || std::ranges::count(names, "") != 0)
+    return std::nullopt;
+  return names;
+}
+
+/// What the edit names and leaves as it is. Whoever sees a refusal where a value is another one, and none
+/// where it is the same, has learnt the value.
+void add_probes(const Rights &rights, const Leaves &before, const Leaves &named,
+                std::vector<Change> &changes) {
+  for (const auto &[path, value] : named.values) {
+    const auto was = before.values.find(path);
+    if (was != before.values.end() && was->second == value && !rights.can_read(parse_path(path)))
+      changes.push_back({path, Access::update, value, value});
+  }
+}
+
 }  // namespace
 
-Session::Session(const Parts &parts, std::unique_ptr<NativeDevice> device, Companions companions)
+Session::Session(const Parts &parts, std::unique_ptr<NativeDevice> device, Companions companions,
+                 Record::Options record)
     : schema_(parts.models, yfw::optical_amplifier().openconfig_module, std::move(companions)),
       plugin_(yfw::optical_amplifier(), parts.plugin),
-      device_(std::move(device)) {}
+      device_(std::move(device)),
+      guard_(*device_, record) {}
 
 Session::Session(const Parts &parts, std::filesystem::path folder)
     : Session(parts, std::make_unique<FolderDevice>(std::move(folder), parts.models)) {}
 
-Answer Session::run(const Request &request) {
-  if (!request.test_only) return run(request, *device_);
-  TestDatastore test(*device_);
-  return run(request, test);
+Answer Session::run(const Requester &who, const Request &request) {
+  return guard_.run(who, asked_by(request), [&](std::vector<Change> &changes) {
+    const auto &rights = guard_.rights(who);
+    return request.kind == Request::Kind::edit ? edit(who, rights, request, changes) : read(rights, request);
+  });
+}
+
+Answer Session::read(const Rights &rights, const Request &request) {
+  auto answer = run(request, *device_);
+  if (!rights.can_read_all_of(schema_.module_name())) {
+    drop_secret_matches(schema_, rights, request.tree, answer.data);
+    prune(schema_, rights, answer.data);
+    // They tell of values too.
+    answer.warnings.clear();
+  }
+  if (request.selects_all_rules || !request.rules.empty()) {
+    const bool with_counts = request.kind == Request::Kind::get;
+    answer.rules = rules_answer(*device_->access_rules(), rights,
+                                with_counts ? std::optional(guard_.denied()) : std::nullopt,
+                                request.selects_all_rules ? nullptr : &request.rules);
+  }
+  return answer;
+}
+
+Leaves Session::configuration_touched_by(const Request &request) {
+  if (!vidl_yfw_datatree_has_subtrees(request.tree.root())) return {};
+  const auto leaves = [&](const std::vector<std::string> &amplifiers) {
+    const auto read = read_request(schema_, Request::Kind::get_config, false, amplifiers);
+    return leaves_of(schema_, run(read, *device_).data);
+  };
+  if (const auto names = amplifiers_of(schema_, request.tree.root())) {
+    try {
+      return leaves(*names);
+    } catch (const RpcError &) {
+      // One of them is not there, which is for the edit to say.
+    }
+  }
+  return leaves({});
+}
+
+Leaves Session::leaves_of_rules() {
+  return leaves_of(*device_->access_rules());
+}
+
+Answer Session::edit(const Requester &who, const Rights &rights, const Request &request,
+                     std::vector<Change> &changes) {
+  RequestDatastore datastore(*device_, request.rules, request.test_only);
+  // Elsewhere a read is a round trip, and is made where rights depend on it.
+  const bool looks = !request.test_only && (device_->is_near() || !rights.are_unlimited());
+  if (!looks) {
+    changes = changes_between({}, after_edit(schema_, {}, request.tree));
+    return run(request, datastore);
+  }
+  const bool edits_rules = !request.rules.empty();
+  const auto before = configuration_touched_by(request);
+  const auto rules_before = edits_rules ? leaves_of_rules() : Leaves();
+  const auto asked = after_edit(schema_, before, request.tree);
+  changes = changes_between(before, asked);
+  if (edits_rules) {
+    try {
+      const auto rules_after = leaves_of(device_->access_rules_after(request.rules));
+      std::ranges::move(changes_between(rules_before, rules_after), std::back_inserter(changes));
+    } catch (const yfw::NativeRefusal &refusal) {
+      throw rpc_error(refusal);
+    }
+  }
+  if (!rights.are_unlimited()) {
+    auto judged = changes;
+    add_probes(rights, before, after_edit(schema_, {}, request.tree), judged);
+    add_probes(rights, rules_before, leaves_of(request.rules), judged);
+    guard_.judge(who, rights, judged);
+  }
+  auto answer = run(request, datastore);
+  changes = changes_between(before, configuration_touched_by(request));
+  if (edits_rules)
+    std::ranges::move(changes_between(rules_before, leaves_of_rules()), std::back_inserter(changes));
+  return answer;
 }
 
 Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
   yfw::Mapper mapper(plugin_, datastore);
   if (request.selects_nothing) return {};
+  device_->take_warnings();  // of a request that had no answer
   try {
     if (request.kind != Request::Kind::edit)
       return with_device_warnings(openconfig_answer(schema_, mapper.read(read_of(request)).root()));
@@ -111,12 +251,21 @@ Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
     // Where every node of the edit is without effect there is nothing to do but to try the device itself.
     if (vidl_yfw_datatree_has_subtrees(request.tree.root()))
       mapper.edit(request.tree);
-    else if (request.test_only)
+    else if (request.test_only || !request.rules.empty())
       datastore.edit(request.tree);
     return with_device_warnings({});
   } catch (const yfw::Refusal &refusal) {
-    throw rpc_error(refusal, request, schema_);
+    throw with_device_warnings(rpc_error(refusal, request, schema_));
+  } catch (const yfw::NativeRefusal &refusal) {
+    throw with_device_warnings(rpc_error(refusal));
   }
+}
+
+/// What went wrong beside a refusal is told with it.
+RpcError Session::with_device_warnings(const RpcError &error) {
+  auto fault = error.fault();
+  for (const auto &warning : device_->take_warnings()) fault.message += "; " + warning;
+  return RpcError(std::move(fault));
 }
 
 Answer Session::with_device_warnings(Answer answer) {

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <optional>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -202,13 +203,35 @@ class XmlDocument::Reader {
     if (!value.empty() && element.last_child == nullptr) {
       element.node->text = kept(text_);
       const auto colon = value.find(':');
-      const auto prefix = prefixes_.find(value.substr(0, colon));
-      if (colon != std::string_view::npos && prefix != prefixes_.end() && !prefix->second.empty())
-        element.node->text_ns = prefix->second.back();
+      if (colon != std::string_view::npos)
+        element.node->text_ns = declared(value.substr(0, colon)).value_or("");
+      if (value.front() == '/' && value.size() <= kLongestPath)
+        element.node->text_prefixes = prefixes_of(value);
     } else if (!value.empty() && document_.mixed_ == nullptr) {
       document_.mixed_ = element.node;
     }
     text_.clear();
+  }
+
+  /// What the prefix stands for here.
+  std::optional<std::string_view> declared(std::string_view prefix) const {
+    const auto found = prefixes_.find(prefix);
+    if (found == prefixes_.end() || found->second.empty()) return std::nullopt;
+    return found->second.back();
+  }
+
+  std::span<const XmlPrefix> prefixes_of(std::string_view path) {
+    std::vector<XmlPrefix> found;
+    for (auto colon = path.find(':'); colon != std::string_view::npos; colon = path.find(':', colon + 1)) {
+      const auto begin = path.find_last_of("/[", colon) + 1;
+      const auto prefix = path.substr(begin, colon - begin);
+      const auto ns = declared(prefix);
+      if (ns && std::ranges::find(found, prefix, &XmlPrefix::prefix) == found.end())
+        found.push_back({kept(prefix), *ns});
+    }
+    const auto all = allocate<XmlPrefix>(found.size());
+    std::ranges::copy(found, all.begin());
+    return all;
   }
 
   XmlDocument &document_;

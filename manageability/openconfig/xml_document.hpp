@@ -14,6 +14,7 @@ namespace ymap {
 inline constexpr std::size_t kLargestDocument = 16U << 20;  ///< bytes
 inline constexpr std::size_t kLongestTag = 64U << 10;       ///< bytes of a start tag, attributes and all
 inline constexpr std::size_t kLongestNamespace = 1024;      ///< bytes of a namespace's URI
+inline constexpr std::size_t kLongestPath = 4096;           ///< bytes of a path whose prefixes are kept
 inline constexpr std::size_t kMostElements = 20'000;
 inline constexpr std::size_t kMostAttributes = 50'000;  ///< of all elements, declarations of namespaces too
 inline constexpr std::size_t kDeepestElement = 100;     ///< nesting levels
@@ -28,12 +29,18 @@ struct XmlAttribute {
   std::string_view value;
 };
 
+/// What a prefix stands for: a namespace URI.
+struct XmlPrefix {
+  std::string_view prefix, ns;
+};
+
 /// What a document keeps of an element.
 struct XmlNode {
   std::string_view name;
   std::string_view ns;
   std::string_view text;
   std::string_view text_ns;
+  std::span<const XmlPrefix> text_prefixes;
   std::span<const XmlAttribute> attributes;
   const XmlNode *first_child = nullptr;
   const XmlNode *next = nullptr;
@@ -53,6 +60,8 @@ class XmlElement {
   /// What the prefix stands for with which the text of a leaf begins ("p:WORD"): a namespace URI, empty for
   /// none. Texts in which XML sees no prefix may hold values with one, such as names of identities.
   std::string_view text_ns() const { return node_->text_ns; }
+  /// Of a text that is a path ("/p:a/p:b"): what its prefixes stand for, as far as they are declared.
+  std::span<const XmlPrefix> text_prefixes() const { return node_->text_prefixes; }
   XmlElements children() const;
   std::span<const XmlAttribute> attributes() const { return node_->attributes; }
 

@@ -1,6 +1,8 @@
 // The subcommands: from options to what is printed.
 #include "commands.hpp"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -12,11 +14,13 @@
 #include <optional>
 #include <thread>
 
+#include "access_text.hpp"
 #include "client.hpp"
 #include "completion.hpp"
 #include "data_writer.hpp"
 #include "devices.hpp"
 #include "explain.hpp"
+#include "log_text.hpp"
 #include "mapping.hpp"
 #include "openconfig_request.hpp"
 #include "parts.hpp"
@@ -120,11 +124,11 @@ int edit(const Schema &schema, const Run &run, const Options &options) {
 }
 
 /// The reply is the result, also where it is a refusal.
-int rpc(Session &session, const Options &options) {
+int rpc(Session &session, const Requester &who, const Options &options) {
   const RpcMessage message(read_input(options.file));
   try {
     const auto request = message.request(session.schema());
-    const auto answer = session.run(request);
+    const auto answer = session.run(who, request);
     print_warnings(answer.warnings);
     print(reply(message.attributes(), content_of(session.schema(), request, answer, Layout::indented),
                 Layout::indented));
@@ -144,8 +148,12 @@ int translate(Session &session, const Options &options) {
   return kDone;
 }
 
-int explain(Session &session, const Options &options) {
+int explain(Session &session, const Requester &who, const Options &options) {
   const RpcMessage message(read_input(options.file));
+  // It shows the device's own data, which no rule tells apart.
+  if (!session.guard().rights(who).can_read_all_of(session.schema().module_name()))
+    throw RpcError(
+        {.tag = "access-denied", .message = "user " + who.user() + " may not read all that explain shows"});
   const auto explanation =
       ymap::explain(session, message.request(session.schema()), Terminal::of_standard_output());
   print(explanation.text);
@@ -159,8 +167,41 @@ int map(Session &session, const Options &options) {
   return kDone;
 }
 
+int access(Session &session, const Requester &who, const Options &options) {
+  const auto terminal = Terminal::of_standard_output();
+  print(options.user.empty() ? rules_text(session, who, terminal)
+                             : verdicts_text(session, who, options.user, options.path, terminal));
+  return kDone;
+}
+
+/// Values that a user may not read are not for him in the record either.
+int log(Session &session, const Requester &who, const Options &options) {
+  const auto folder = session.device().folder();
+  if (folder.empty())
+    throw UsageError(
+        "the record is kept with a device folder; of a device elsewhere there is the system's log only");
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  const LogSelection selection(options, std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+  RecordReader reader(folder);
+  const auto show = [&](RecordEntry entry) {
+    if (!selection.takes(entry)) return;
+    const auto &rights = session.guard().rights(who);
+    std::erase_if(entry.changes,
+                  [&](const Change &change) { return !rights.can_read(parse_path(change.path)); });
+    print(options.format == Options::Format::json ? entry_json(entry) : entry_text(entry));
+  };
+  if (options.follow) reader.descriptor();
+  reader.read(show);
+  while (options.follow) {
+    pollfd wait = {reader.descriptor(), POLLIN, 0};
+    if (poll(&wait, 1, -1) > 0) reader.read(show);
+  }
+  return kDone;
+}
+
 int dispatch(Session &session, const NamedDevice &device, const Options &options) {
-  const auto run = [&](const Request &request) { return session.run(request); };
+  const auto who = Requester::of_process("command line");
+  const auto run = [&](const Request &request) { return session.run(who, request); };
   switch (options.command) {
     case Options::Command::get:
       return get(session.schema(), run, options);
@@ -168,13 +209,17 @@ int dispatch(Session &session, const NamedDevice &device, const Options &options
     case Options::Command::unset:
       return edit(session.schema(), run, options);
     case Options::Command::rpc:
-      return rpc(session, options);
+      return rpc(session, who, options);
     case Options::Command::translate:
       return translate(session, options);
     case Options::Command::explain:
-      return explain(session, options);
+      return explain(session, who, options);
     case Options::Command::map:
       return map(session, options);
+    case Options::Command::access:
+      return access(session, who, options);
+    case Options::Command::log:
+      return log(session, who, options);
     case Options::Command::netconf:
       serve(session, device);
       return kDone;
@@ -242,7 +287,8 @@ int run_command(const Options &options) {
   const auto parts = find_parts();
   auto named = named_device(options, parts);
   const auto make = [&] {
-    return new Session(parts, std::move(named.device), companions_of(options.command));
+    return new Session(parts, std::move(named.device), companions_of(options.command),
+                       {options.records_reads, options.record_is_required});
   };
   const Tracing tracing(options);
   // A device elsewhere must be told that the session is over.

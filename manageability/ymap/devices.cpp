@@ -61,7 +61,7 @@ NamedDevice named_device(const Options &options, const Parts &parts) {
 }
 
 Companions companions_of(Options::Command command) {
-  return command == Options::Command::netconf ? netconf::protocol_modules() : Companions();
+  return command == Options::Command::netconf ? netconf::managed_modules() : Companions();
 }
 
 void serve(Session &session, const NamedDevice &device) {

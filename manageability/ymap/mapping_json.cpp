@@ -1,33 +1,10 @@
 // The mapping as JSON.
-#include <cstdio>
-
+#include "json.hpp"
 #include "mapping.hpp"
 #include "native_text.hpp"
 
 namespace ymap {
 namespace {
-
-std::string quoted(const std::string &text) {
-  std::string json = "\"";
-  for (const char character : text) {
-    if (character == '"' || character == '\\') json += '\\';
-    if (static_cast<unsigned char>(character) < 0x20) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(character));
-      json += code;
-    } else {
-      json += character;
-    }
-  }
-  return json + "\"";
-}
-
-template <typename List, typename Text>
-std::string json_list(const List &list, Text text) {
-  std::string json;
-  for (const auto &item : list) json += (json.empty() ? "" : ", ") + text(item);
-  return "[" + json + "]";
-}
 
 std::string json_texts(const std::vector<std::string> &list) {
   return json_list(list, quoted);

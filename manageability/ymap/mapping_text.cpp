@@ -122,7 +122,7 @@ class TableWriter {
   }
 
  private:
-  using Row = std::vector<std::string>;
+  using Row = Terminal::Row;
 
   void write_module(const std::string &module, const std::vector<const MappedLeaf *> &leaves) {
     const auto common = common_path(leaves);
@@ -141,20 +141,7 @@ class TableWriter {
       row.insert(row.end(), {direction(*leaf), conversion_text(*leaf)});
       rows.push_back(std::move(row));
     }
-    write_rows(rows);
-  }
-
-  void write_rows(const std::vector<Row> &rows) {
-    std::vector<std::size_t> widths(rows.front().size());
-    for (const auto &row : rows)
-      for (std::size_t at = 0; at < row.size(); ++at) widths[at] = std::max(widths[at], row[at].size());
-    for (const auto &row : rows) {
-      std::string line;
-      for (std::size_t at = 0; at + 1 < row.size(); ++at)
-        line += row[at] + std::string(widths[at] - row[at].size() + 2, ' ');
-      line += row.back();
-      text_ += "  " + (&row == &rows.front() ? terminal_.dim(line) : line) + "\n";
-    }
+    text_ += terminal_.columns(rows);
   }
 
   void write_unmapped() {

@@ -26,13 +26,16 @@ Examples:
   ymap translate edit.xml                           what it would send to the device
   ymap explain edit.xml                             how it comes to that, step by step
   ymap map                                          the mapping, leaf by leaf
+  ymap access                                       who may do what here
+  ymap log --since 2h                               who changed what
   ymap --connect admin@192.0.2.7 get                from a NETCONF server that knows OpenConfig
   ymap --device ssh://admin@192.0.2.7 get           from a device that does not
 
 Exit status: 0 done, 1 the request was refused, 2 wrong usage, a broken device folder,
 or a server that does not answer.
 Environment: YMAP_PLUGIN (plug-in library), YMAP_MODELS and YMAP_IETF_MODULES (folders of YANG modules),
-YMAP_SSH (ssh command of --connect and --device, such as "ssh -i KEY"), NO_COLOR.)";
+YMAP_SSH (ssh command of --connect and --device, such as "ssh -i KEY"), YMAP_JOURNAL ("none" keeps the record
+out of the system's log), NO_COLOR.)";
 
 const char *const kGetExamples = R"(
 Examples:
@@ -95,6 +98,23 @@ Examples:
 
 The plug-in is asked leaf by leaf; no device is needed.)";
 
+const char *const kAccessExamples = R"(
+Examples:
+  ymap access                                       the rules in force, and who is in which group
+  ymap access --as anna "/optical-amplifier/amplifiers/amplifier[name='0/0-AMP-PRE0']/config/target-gain"
+  ymap access --as anna kill-session                of an operation
+
+Rules are configuration (RFC 8341): NETCONF clients read and edit them as /nacm.)";
+
+const char *const kLogExamples = R"(
+Examples:
+  ymap log
+  ymap log 0/0-AMP-BST2 --user anna --since 2026-11-23
+  ymap log --since 2h -f json | jq .
+  ymap log --follow
+
+Times are UTC: 2026-11-23, 2026-11-23T08:30 or 2026-11-23T08:30:00; or that long ago: 90s, 5m, 2h, 7d.)";
+
 const char *const kNetconfExamples = R"(
 Examples:
   Subsystem netconf /usr/local/bin/ymap netconf --device /var/lib/ymap
@@ -144,6 +164,8 @@ class Parser {
     app_.add_flag(
         "--trace", options_.trace,
         "The plug-in's log on standard error, and sizes and times of messages to a device elsewhere");
+    app_.add_flag("--log-reads", options_.records_reads, "Reads stand in the record too, beside changes");
+    app_.add_flag("--log-required", options_.record_is_required, "Do nothing that cannot be recorded");
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
     add_commands();
     if (app_.get_subcommands({}).empty()) {
@@ -172,6 +194,8 @@ class Parser {
     add_message(Options::Command::explain, "explain", "Tell how an <rpc> is mapped, step by step",
                 kExplainExamples);
     add_map();
+    add_access();
+    add_log();
     add(Options::Command::netconf, "netconf", "Serve a NETCONF session on standard input and output",
         kNetconfExamples, [this](CLI::App *sub) {
           sub->add_flag("--native", options_.native,
@@ -203,16 +227,10 @@ class Parser {
   }
 
   void fill_get(CLI::App *sub) {
-    static const std::map<std::string, Options::Format> formats = {
-        {"text", Options::Format::text}, {"xml", Options::Format::xml}, {"json", Options::Format::json}};
     sub->add_option("AMPLIFIER", options_.amplifiers, "Names of amplifiers; all without any");
     auto *config = sub->add_flag("--config", options_.config_only, "Settings only");
     sub->add_flag("--state", options_.state_only, "State only")->excludes(config);
-    sub->add_option_function<std::string>(
-           "-f,--format", [this](const std::string &word) { options_.format = formats.at(word); },
-           "text, xml or json")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(formats).description(""));
+    add_format(sub, true);
     sub->add_option("--watch", options_.watch, "Read again every so many seconds, until interrupted")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.1, 86400.0).description(""));
@@ -235,15 +253,46 @@ class Parser {
   }
 
   void add_map() {
-    add(Options::Command::map, "map", "Show the mapping, leaf by leaf", kMapExamples, [this](CLI::App *sub) {
-      static const std::map<std::string, Options::Format> formats = {{"text", Options::Format::text},
-                                                                     {"json", Options::Format::json}};
-      sub->add_option_function<std::string>(
-             "-f,--format", [this](const std::string &word) { options_.format = formats.at(word); },
-             "text or json")
-          ->type_name("FORMAT")
-          ->check(CLI::IsMember(formats).description(""));
+    add(Options::Command::map, "map", "Show the mapping, leaf by leaf", kMapExamples,
+        [this](CLI::App *sub) { add_format(sub, false); });
+  }
+
+  void add_access() {
+    add(Options::Command::access, "access", "Show who may do what", kAccessExamples, [this](CLI::App *sub) {
+      auto *path = sub->add_option("PATH", options_.path, "A data node, or the name of an operation");
+      auto *user = sub->add_option("--as", options_.user, "What this user may do there, and by which rule")
+                       ->type_name("USER")
+                       ->check(not_empty());
+      path->needs(user);
+      user->needs(path);
     });
+  }
+
+  void add_log() {
+    add(Options::Command::log, "log", "Show the record: who changed what, and when", kLogExamples,
+        [this](CLI::App *sub) {
+          sub->add_option("AMPLIFIER", options_.amplifiers, "Names of amplifiers; all without any");
+          sub->add_option("--user", options_.user, "What this user did")
+              ->type_name("USER")
+              ->check(not_empty());
+          sub->add_option("--since", options_.since, "From then on")->type_name("TIME")->check(not_empty());
+          sub->add_option("--until", options_.until, "Before then")->type_name("TIME")->check(not_empty());
+          sub->add_flag("--follow", options_.follow, "Go on with what comes, until interrupted");
+          add_format(sub, false);
+        });
+  }
+
+  /// Text, JSON, and XML where that is one.
+  void add_format(CLI::App *sub, bool xml) {
+    static const std::map<std::string, Options::Format> all = {
+        {"text", Options::Format::text}, {"xml", Options::Format::xml}, {"json", Options::Format::json}};
+    static const std::map<std::string, Options::Format> without_xml = {{"text", Options::Format::text},
+                                                                       {"json", Options::Format::json}};
+    sub->add_option_function<std::string>(
+           "-f,--format", [this](const std::string &word) { options_.format = all.at(word); },
+           xml ? "text, xml or json" : "text or json")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(xml ? all : without_xml).description(""));
   }
 
   void add_completion() {

@@ -10,7 +10,7 @@
 namespace ymap {
 
 struct Options {
-  enum class Command { get, set, unset, rpc, translate, explain, map, netconf, completion };
+  enum class Command { get, set, unset, rpc, translate, explain, map, access, log, netconf, completion };
   enum class Format { text, xml, json };
 
   Command command = Command::get;
@@ -31,6 +31,13 @@ struct Options {
   std::vector<std::string> arguments;  ///< set: LEAF=VALUE; unset: LEAF
 
   bool test_only = false;  ///< tried, not stored
+
+  std::string user;                 ///< access: of whom, empty for the rules; log: whose, empty for all
+  std::string path;                 ///< access: data node or operation
+  std::string since, until;         ///< log: times, empty for none
+  bool follow = false;              ///< log: go on with what comes
+  bool records_reads = false;       ///< reads too stand in the record
+  bool record_is_required = false;  ///< what cannot be recorded is not done
 
   bool native = false;     ///< netconf: the device's own models in the place of OpenConfig's
   bool candidate = false;  ///< netconf: with a candidate datastore

@@ -3,6 +3,7 @@
 
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <cstdlib>
 #include <iostream>
@@ -31,6 +32,21 @@ Terminal Terminal::of_standard_output() {
   winsize size = {};
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) terminal.width = size.ws_col;
   return terminal;
+}
+
+std::string Terminal::columns(const std::vector<Row> &rows) const {
+  std::vector<std::size_t> widths(rows.front().size());
+  for (const auto &row : rows)
+    for (std::size_t at = 0; at < row.size(); ++at) widths[at] = std::max(widths[at], row[at].size());
+  std::string text;
+  for (const auto &row : rows) {
+    std::string line;
+    for (std::size_t at = 0; at + 1 < row.size(); ++at)
+      line += row[at] + std::string(widths[at] - row[at].size() + 2, ' ');
+    line += row.back();
+    text += "  " + (&row == &rows.front() ? dim(line) : line) + "\n";
+  }
+  return text;
 }
 
 std::string Terminal::bold(std::string_view text) const {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ymap {
 
@@ -16,6 +17,10 @@ struct Terminal {
 
   /// The properties of standard output.
   static Terminal of_standard_output();
+
+  using Row = std::vector<std::string>;
+  /// Rows of as many cells each, indented; the first row is the heading. Texts are ASCII where that matters.
+  std::string columns(const std::vector<Row> &rows) const;
 
   std::string bold(std::string_view text) const;
   std::string dim(std::string_view text) const;

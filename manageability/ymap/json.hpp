@@ -1,0 +1,20 @@
+/// \file
+/// JSON that the tool writes of its own data.
+#pragma once
+
+#include <string>
+
+namespace ymap {
+
+/// A string; `text` is UTF-8.
+std::string quoted(const std::string &text);
+
+/// An array of what `text` makes of the items.
+template <typename List, typename Text>
+std::string json_list(const List &list, Text text) {
+  std::string json;
+  for (const auto &item : list) json += (json.empty() ? "" : ", ") + text(item);
+  return "[" + json + "]";
+}
+
+}  // namespace ymap
