@@ -35,6 +35,12 @@ def data(*entries):
                  "</interface-configurations></data>")
 
 
+def native_gain(value):
+    change = (f'<interface-configurations xmlns="{NATIVE}ifmgr-cfg">'
+              f'{entry(f"<ots-egress-amplifier-gain>{value}</ots-egress-amplifier-gain>")}</interface-configurations>')
+    return edit(change)
+
+
 def egress(**leaves):
     return "".join(f"<ots-egress-{name.replace('_', '-')}>{value}</ots-egress-{name.replace('_', '-')}>"
                    for name, value in leaves.items())
@@ -96,8 +102,8 @@ class ForeignDevice(ForeignTest):
         two = ["target-gain=9", "enabled=true"]
         for capabilities, arguments, status, road in (
                 ((CANDIDATE, VALIDATE, RUNNING, ROLLBACK), two, 0,
-                 "lock candidate edit-config candidate rollback-on-error validate candidate commit unlock candidate "
-                 "close-session"),
+                 "lock candidate lock running edit-config candidate rollback-on-error validate candidate commit "
+                 "unlock running unlock candidate close-session"),
                 ((CANDIDATE,), two, 0, "lock candidate edit-config candidate commit unlock candidate close-session"),
                 ((RUNNING, ROLLBACK), two, 0, "edit-config running rollback-on-error close-session"),
                 ((RUNNING,), two, 1, "close-session"),
@@ -112,6 +118,31 @@ class ForeignDevice(ForeignTest):
                 self.assertEqual((found, heard), (status, road), err)
                 self.assertIn("operation-not-supported: the device" if status else "", err)
 
+    def test_what_cannot_be_taken_back_ends_with_the_session(self):
+        no = reply(error("operation-failed", "not now"))
+        for replies, road in (
+                ([OK, no, no, OK], "lock candidate edit-config candidate discard-changes close-session"),
+                ([OK, no, OK, no], "lock candidate edit-config candidate discard-changes unlock candidate close-session")):
+            with self.subTest(road):
+                status, err, heard = self.edit((CANDIDATE,), replies, "target-gain=9")
+                self.assertEqual((status, heard), (1, road))
+                self.assertRegex(err, "not now; (discard-changes|unlock) at the device failed: not now")
+
+    def test_running_is_locked_with_the_candidate(self):
+        held = reply(error("lock-denied", "held", more="<error-info><session-id>77</session-id></error-info>"))
+        both = (CANDIDATE, RUNNING)
+        road = "lock candidate lock running"
+        for replies, status, first in (([OK, held, OK, *[OK] * 9], 0, road + " lock running edit-config"),
+                                       ([held, OK, OK, OK, *[OK] * 9], 0, road + " unlock running " + road + " edit-config"),
+                                       ([held, held, OK, OK, *[OK] * 9], 0, road + " " + road + " edit-config"),
+                                       ([OK, *[held] * 200], 1, road + " lock running")):
+            with self.subTest(first):
+                found, err, heard = self.edit(both, replies, "target-gain=9")
+                self.assertEqual(found, status, err)
+                self.assertTrue(heard.startswith(first), heard)
+        self.assertIn("in-use: held", err)
+        self.assertNotIn("edit-config", heard)
+
     def test_errors_come_home(self):
         native = "/a1:interface-configurations/a1:interface-configuration[a1:active='act'][a1:interface-name='Ots0/0/0/2']"
         ots = native + "/controller-ots-cfg:ots/controller-ots-cfg:"
@@ -124,7 +155,9 @@ class ForeignDevice(ForeignTest):
                  f" at {module}[interface-name='Ots0/0/0/2']/Velm-NALTO-controller-ots-cfg:ots/ots-raman-osri"),
                 (path % native.replace("0/2", "0/7"), "access-denied", f" at {module}[interface-name='Ots0/0/0/7']"),
                 (path % "/x:y/x:z[1]", "operation-failed", " at /x:y/x:z[1]"), (path % "broken [", "operation-failed", None),
-                ("", "resource-denied", ""), ("<error-info><session-id>77</session-id></error-info>", "in-use", "")):
+                ("", "resource-denied", ""),
+                ("<error-info><bad-element>ots-egress-osri</bad-element></error-info>", "bad-element", f" at {LEAF}enabled"),
+                ("<error-info><bad-element>interface-name</bad-element></error-info>", "bad-element", None), ("<error-info><session-id>77</session-id></error-info>", "in-use", "")):
             with self.subTest(more):
                 refusal = reply(error(tag, "the device's words", more=more))
                 status, err, _ = self.edit((RUNNING, ROLLBACK), [refusal], "target-gain=9", "enabled=true")
@@ -230,6 +263,37 @@ class OwnDevice(PipedTest):
         self.assertIn("<data", session.receive())  # which asks nothing of the device
         self.assertRegex(errors(session.receive())["message"], "the lock on running")
         self.assertRegex(errors(session.receive())["message"], "the lock on running")
+
+    def test_a_session_that_fails_frees_what_it_held(self):
+        for options in ((), ("--candidate",)):
+            with self.subTest(options):
+                session, other = self.session(*options), self.session(*options)
+                self.ok(session, LOCK)
+                device = self.device_of(session)
+                os.kill(device, signal.SIGSTOP)
+                session.send(get_config())
+                self.assertIn("does not answer", errors(session.receive())["message"])
+                session.process.wait(20)
+                self.end(device)  # which ssh's end would reach in its place
+                status, said = session.end(close=False)
+                self.assertEqual(status, 2)
+                self.assertIn("with it the lock on running", said)
+                self.ok(other, LOCK)
+                self.ok(other, UNLOCK)
+
+    def test_others_edits_stay(self):
+        session, native = self.session("--candidate"), Piped(self.folder, "1.1", ("--native", "--candidate"))
+        self.addCleanup(native.end)
+        begun = native_gain(100).replace("running", "candidate")
+        self.ok(native, begun)
+        self.ok(session, edit(gain("9")))
+        commit = rpc("<commit/>")
+        self.refused(native, commit, type="application", tag="operation-failed", message="discard the changes")
+        self.ok(native, rpc("<discard-changes/>"))
+        self.assertEqual(self.gain(session), ["9.0"])
+        self.ok(native, begun)
+        self.ok(native, commit)
+        self.assertEqual(self.gain(session), ["10.0"])
 
     def test_full(self):
         for options in ((), ("--candidate",)):

@@ -16,6 +16,7 @@ from piped import eventually
 from served import ServedTest
 from tool import AMPLIFIERS, BST0, BST2, CHAIN, NC, NETCONF, OC, OPENCONFIG, PRE0, config, entries, entry, top
 
+ACCESS = "urn:ietf:params:xml:ns:yang:ietf-netconf-acm"
 MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 LIBRARY = "urn:ietf:params:xml:ns:yang:ietf-yang-library"
 CAPABILITY = "urn:ietf:params:netconf:capability:"
@@ -98,7 +99,7 @@ class Reading(ClientTest):
         self.assertEqual(read[PRE0, "config", "target-gain"], read[PRE0, "state", "target-gain"])
         self.assertIn((PRE0, "state", "actual-gain"), read)
         whole = ElementTree.fromstring(session.get().data_xml)
-        self.assertEqual({child.tag.split("}")[0][1:] for child in whole}, {OPENCONFIG, MONITORING, LIBRARY})
+        self.assertEqual({child.tag.split("}")[0][1:] for child in whole}, {OPENCONFIG, ACCESS, MONITORING, LIBRARY})
         listed = {name.text for name in whole.iter(f"{{{LIBRARY}}}name")}
         self.assertLessEqual({"openconfig-optical-amplifier", "ietf-netconf", "ietf-netconf-monitoring"}, listed)
 

@@ -30,7 +30,8 @@ class Piped:
 
     def __init__(self, folder, version="1.1", options=(), **settings):
         environment = device_environment(folder, settings.pop("env", None))
-        self.process = subprocess.Popen([YMAP, "netconf", *device_options(folder), *options], bufsize=0, env=environment,
+        command = settings.pop("command", [YMAP])
+        self.process = subprocess.Popen([*command, "netconf", *device_options(folder), *options], bufsize=0, env=environment,
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, **settings)
         self.unread = b""
         self.version = version

@@ -120,13 +120,13 @@ class AnswerTest(PipedTest):
         session.send(rpc("<get/>"))
         data = session.receive().split("<data>")[1].split("</data>")[0]
         self.assertEqual([child.tag.split("}")[1] for child in ElementTree.fromstring(f"<data>{data}</data>")],
-                         ["optical-amplifier", "netconf-state", "yang-library", "modules-state"])
+                         ["optical-amplifier", "nacm", "netconf-state", "yang-library", "modules-state"])
         answer = os.path.join(self.folder, "answer.xml")
         with open(answer, "w", encoding="utf-8") as file:
             file.write(data)
         models = os.path.join(os.path.dirname(os.path.dirname(os.environ["YMAP"])), "share/ymap/models")
         modules = [f"{IETF}/ietf-netconf{each}.yang" for each in
-                   ("@2011-06-01", "-monitoring@2010-10-04", "-with-defaults@2011-06-01")]
+                   ("@2011-06-01", "-monitoring@2010-10-04", "-with-defaults@2011-06-01", "-acm@2018-02-14")]
         modules.append(f"{models}/openconfig-optical-amplifier@2019-12-06.yang")
         checked = subprocess.run(["yanglint", "-y", "-t", "data", "-p", IETF, *modules, answer], capture_output=True,
                                  check=False)
