@@ -138,7 +138,7 @@ class Manual(Case):
         described = {None: set()}
         command = None
         for line in self.MANUAL.read_text().splitlines():
-            if line.startswith(".S"):
+            if line.startswith((".Sh", ".Ss")):
                 command = None
             elif match := re.match(r"\.It Cm (\S+)", line):
                 command = match[1]
@@ -154,7 +154,8 @@ class Manual(Case):
         text, everywhere = options()
         shown = {name: options(name)[1] - everywhere
                  for name in re.findall(r"(?m)^  ([a-z]+) ", text.split("Subcommands:")[1])}
-        self.assertEqual(described, {None: everywhere, **shown})
+        self.assertEqual({name: sorted(words) for name, words in described.items()},
+                         {None: sorted(everywhere), **{name: sorted(words) for name, words in shown.items()}})
 
 
 class SshServer(Case):
