@@ -11,6 +11,9 @@ import unittest
 from tool import BST0, BST2, PRE0, YMAP, DeviceTest
 
 
+ROUNDS = 15 if "YMAP_SPARSE" in os.environ else 50
+
+
 class BrokenFolder(DeviceTest):
     def test_every_command_says_what_is_wrong(self):
         self.ok("get")
@@ -77,7 +80,7 @@ class Processes(DeviceTest):
                                 stderr=subprocess.DEVNULL)
 
     def test_edits_at_the_same_time_all_count(self):
-        for tenth in range(100, 130):
+        for tenth in range(100, 100 + ROUNDS):
             gain = f"{tenth / 10:.2f}"
             calls = [self.start_set(name, "target-gain=" + gain) for name in (PRE0, BST0, BST2)]
             self.assertEqual([call.wait(60) for call in calls], [0, 0, 0])
@@ -90,8 +93,8 @@ class Processes(DeviceTest):
         self.ok("set", BST2, "target-gain=10")
         duration = time.monotonic() - begin
         stored = 0
-        for round_ in range(100):
-            new = f"{8 + round_ * 0.3:.1f}"
+        for round_ in range(ROUNDS):
+            new = f"{8 + round_ * 0.6:.1f}"
             old = self.settings(BST2)
             call = self.start_set(BST2, "target-gain=" + new, f"target-gain-tilt={round_ % 50 / 10}")
             time.sleep(random.uniform(0, 1.5 * duration))
@@ -103,7 +106,7 @@ class Processes(DeviceTest):
                 self.assertEqual(now[BST2, "config/target-gain"], f"{float(new):.2f} dB")
                 self.assertEqual(now[BST2, "config/target-gain-tilt"], f"{round_ % 50 / 10:.2f} dB")
         self.assertGreater(stored, 0)
-        self.assertLess(stored, 100)
+        self.assertLess(stored, ROUNDS)
         self.ok("set", BST2, "target-gain=15.5")
 
 
