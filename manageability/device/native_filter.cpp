@@ -2,6 +2,9 @@
 #include "native_filter.hpp"
 
 #include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "libyang_versions.hpp"
 #include "subtree_filter.hpp"
@@ -79,9 +82,48 @@ struct TreeAdapter : FilterAdapter {
   bool is_leaf(Data node) const { return (node->schema->nodetype & LYD_NODE_TERM) != 0; }
   bool is_key(Data, Data child) const { return lysc_is_key(child->schema); }
 
+  /// Of a long list the entry whose keys the filter gives is found by them.
+  std::optional<std::vector<Data>> only_children(Data parent, const std::vector<Filter> &filters) const {
+    if (filters.size() != 1 || parent->schema->nodetype != LYS_CONTAINER || !is_long(parent))
+      return std::nullopt;
+    const auto keys = keys_in(*filters.front());
+    if (!keys) return std::nullopt;
+    lyd_node *found = nullptr;
+    const LY_ERR result =
+        lyd_find_sibling_val(lyd_child(parent), filters.front()->schema, keys->c_str(), keys->size(), &found);
+    if (result == LY_ENOTFOUND) return std::vector<Data>();
+    if (result != LY_SUCCESS) return std::nullopt;
+    return std::vector<Data>{found};
+  }
+
   static const char *name(Data node) { return node->schema->name; }
   const char *ns(Data node) const { return node->schema->module->ns; }
   static const char *value(Data node) { return lyd_get_value(node); }
+
+ private:
+  static bool is_long(Data parent) {
+    int count = 0;
+    for (const lyd_node *child = lyd_child(parent); child != nullptr && count < kLong; child = child->next)
+      ++count;
+    return count == kLong;
+  }
+
+  /// A predicate of all keys of the list; nothing if the filter does not give them all, once each.
+  static std::optional<std::string> keys_in(const FilterNode &filter) {
+    if (filter.schema == nullptr || filter.schema->nodetype != LYS_LIST) return std::nullopt;
+    std::string predicate;
+    for (const lysc_node *key = lysc_node_child(filter.schema); key != nullptr && lysc_is_key(key);
+         key = key->next) {
+      const auto is_key = [&](const FilterNode &child) { return child.schema == key; };
+      if (std::ranges::count_if(filter.children, is_key) != 1) return std::nullopt;
+      const auto &value = std::ranges::find_if(filter.children, is_key)->value;
+      if (!value || value->find('\'') != std::string::npos) return std::nullopt;
+      predicate.append("[").append(key->name).append("='").append(*value).append("']");
+    }
+    return predicate.empty() ? std::nullopt : std::optional(predicate);
+  }
+
+  static constexpr int kLong = 32;
 };
 
 struct LiveAdapter : FilterAdapter {

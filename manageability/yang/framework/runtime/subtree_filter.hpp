@@ -28,6 +28,12 @@ struct Selected {
 ///     bool is_leaf(Data)
 ///     bool is_key(Data entry, Data child)  the child is a key leaf of its list entry
 ///
+/// and may answer, where that is faster than to look at all children:
+///
+///     optional<vector<Data>> only_children(Data, vector<Filter>)  those that one of the filters names, in
+///     the
+///                                                                 order of the data; nothing: look at all
+///
 /// Filter siblings of one name are alternatives: the answer is their union, and each data node is visited
 /// once, whatever number of them applies to it.
 template <class Adapter>
@@ -80,6 +86,9 @@ class SubtreeFilter {
 
   /// The keys of an entry come along with whatever is selected, but alone only if they were asked for.
   Selection select_children(const std::vector<Filter> &filters, Data parent) const {
+    if constexpr (requires { adapter_.only_children(parent, filters); }) {
+      if (const auto only = adapter_.only_children(parent, filters)) return select(filters, *only);
+    }
     Selection selection;
     bool asked = false;
     for (Data child : adapter_.data_children(parent)) {
