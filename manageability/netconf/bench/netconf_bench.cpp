@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <regex>
 #include <stdexcept>
 #include <string>
 
@@ -156,16 +157,23 @@ double processor_time_of(SessionProcess &session, const std::string &message, in
   return (session.processor_time() - before) / static_cast<double>(requests);
 }
 
-std::size_t count(const std::filesystem::path &file, const std::string &word) {
-  std::ifstream stream(file, std::ios::binary);
+/// How often the device was waited for: once for locks that follow each other, which go out together.
+std::size_t round_trips(const std::filesystem::path &heard) {
+  std::ifstream stream(heard, std::ios::binary);
   const std::string text(std::istreambuf_iterator<char>(stream), {});
-  std::size_t found = 0;
-  for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) ++found;
-  return found;
+  static const std::regex request("<rpc [^>]*><([a-z-]+)");
+  std::size_t trips = 0;
+  std::string before;
+  for (std::sregex_iterator found(text.begin(), text.end(), request), end; found != end; ++found) {
+    const auto operation = (*found)[1].str();
+    trips += operation != before || !operation.ends_with("lock") ? 1U : 0U;
+    before = operation;
+  }
+  return trips;
 }
 
 /// The same in front of a device elsewhere: what this process takes of a processor beside what it takes in
-/// front of a folder, and how many messages a request is to the device. `options` are of the device's server.
+/// front of a folder, and how often a request waits for the device. `options` are of the device's server.
 void in_front_of_a_device(benchmark::State &state, std::string (*message_for)(const std::string &amplifier),
                           const char *options) {
   const auto heard = device_folder().parent_path() / (device_folder().filename().string() + ".heard");
@@ -177,10 +185,10 @@ void in_front_of_a_device(benchmark::State &state, std::string (*message_for)(co
     SessionProcess session(YMAP_TOOL, "ssh://device");
     if (session.exchange(message).find("<rpc-error>") != std::string::npos)
       return state.SkipWithError("the request was refused");
-    const auto before = count(heard, "<rpc ");
+    const auto before = round_trips(heard);
     for (auto _ : state) session.exchange(message);
     const auto requests = static_cast<double>(state.iterations());
-    state.counters["round_trips"] = static_cast<double>(count(heard, "<rpc ") - before) / requests;
+    state.counters["round_trips"] = static_cast<double>(round_trips(heard) - before) / requests;
     state.counters["cpu_us"] = 1e6 * processor_time_of(session, message, state.iterations());
   }
   SessionProcess folder(YMAP_TOOL, device_folder());
