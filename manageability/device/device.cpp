@@ -5,15 +5,11 @@
 #include <chrono>
 #include <utility>
 
-#include "edit.hpp"
+#include "device_impl.hpp"
 #include "factory.hpp"
-#include "folder.hpp"
 #include "hash.hpp"
 #include "live.hpp"
 #include "native_filter.hpp"
-#include "running_text.hpp"
-#include "sessions.hpp"
-#include "yang.hpp"
 
 namespace device {
 
@@ -63,40 +59,16 @@ void TreeDeleter::operator()(lyd_node *tree) const {
   lyd_free_all(tree);
 }
 
-struct Device::Impl {
-  Impl(std::filesystem::path path, const std::filesystem::path &models, std::optional<uint64_t> fixed_clock,
-       Guest kept)
-      : guest(std::move(kept)), schema(models, guest), folder(std::move(path)), clock(fixed_clock) {}
+std::shared_ptr<const Descriptor> Device::Impl::lock() {
+  if (auto mine = held.lock()) return mine;
+  auto made = std::make_shared<const Descriptor>(folder.lock());
+  held = made;
+  return made;
+}
 
-  /// Brings `running` up to date with the folder.
-  void refresh();
-  void check_not_locked() const;
-  /// Stores what `edited` leaves, under the folder's lock; `text` is its text, if that is known.
-  void store(const Descriptor &lock, Edited &edited, std::optional<RunningText> text);
-  const Tree &candidate_or_running() const { return candidate ? *candidate : running; }
-  /// `is_valid`: it was validated before.
-  Tree parse(const std::string &text, bool is_valid) const;
-  uint64_t label_of(const std::vector<std::string_view> &parts) const;
-  uint64_t now() const { return clock.value_or(nanoseconds_now()); }
-
-  /// The request, behind what an edit of the guest's container begins with where none is stored: then it is
-  /// made in `room`.
-  const std::vector<RequestNode> &begun(const std::vector<RequestNode> &request,
-                                        std::vector<RequestNode> &room) const;
-
-  const Guest guest;
-  Schema schema;  // outlives the trees
-  Folder folder;
-  std::optional<uint64_t> clock;
-  Tree running;
-  std::optional<Version> version;     ///< of `running`, if the file can be told by it
-  std::optional<std::string> loaded;  ///< what `running` was read from, if it cannot
-  std::optional<RunningText> pieces;  ///< the text of `running`; made by the first edit
-  std::optional<Tree> candidate;      ///< once it is edited
-  Tree candidate_base;                ///< what ran when it was begun
-  std::shared_ptr<const std::vector<PlainNode>> guest_data;  ///< of `running`, once it was asked for
-  uint32_t session = 0;
-};
+std::shared_ptr<const void> Device::transaction() {
+  return impl_->lock();
+}
 
 void Device::Impl::refresh() {
   if (version && *version == folder.version()) return;
@@ -105,6 +77,7 @@ void Device::Impl::refresh() {
     running = parse(found.text, found.label != 0 && found.label == label_of({std::string_view(found.text)}));
     pieces.reset();
     guest_data.reset();
+    ++changes;
   }
   const auto &stamp = found.version.stamp;
   const auto age = static_cast<int64_t>(nanoseconds_now()) - std::max(stamp.modified, stamp.changed);
@@ -129,11 +102,12 @@ uint64_t Device::Impl::label_of(const std::vector<std::string_view> &parts) cons
   return text_hash(whole, schema.hash());
 }
 
-void Device::Impl::check_not_locked() const {
-  const auto lock = Sessions::lock_state(folder.path());
+void Device::Impl::check_not_locked(Datastore datastore) const {
+  const auto lock = Sessions::lock_state(folder.path(), datastore);
   if (!lock || lock->holder == session) return;
-  throw EditError("the running datastore is locked by session " + std::to_string(lock->holder), "in-use", {},
-                  nullptr);
+  throw EditError("the " + std::string(name_of(datastore)) + " datastore is locked by session " +
+                      std::to_string(lock->holder),
+                  "in-use", {}, nullptr);
 }
 
 Tree Device::Impl::parse(const std::string &text, bool is_valid) const {
@@ -194,12 +168,12 @@ std::vector<RequestNode> request_nodes(const std::vector<PlainNode> &nodes, std:
 
 }  // namespace
 
-const std::vector<RequestNode> &Device::Impl::begun(const std::vector<RequestNode> &request,
+const std::vector<RequestNode> &Device::Impl::begun(const std::vector<RequestNode> &request, const Tree &tree,
                                                     std::vector<RequestNode> &room) const {
   const bool is_meant = !guest.factory.empty() && std::ranges::any_of(request, [&](const RequestNode &node) {
     return node.name == guest.top && node.ns == guest.ns;
   });
-  if (!is_meant || schema.find_guest(running.get()) != nullptr) return request;
+  if (!is_meant || schema.find_guest(tree.get()) != nullptr) return request;
   room.resize(1);
   room.front().name = guest.top;
   room.front().ns = guest.ns;
@@ -222,10 +196,20 @@ std::shared_ptr<const std::vector<PlainNode>> Device::guest() const {
 std::vector<PlainNode> Device::guest_after(const std::vector<RequestNode> &request) const {
   const LogScope log;
   impl_->refresh();
+  return impl_->guest_after(impl_->running, request, Edited::Check::the_whole);
+}
+
+std::vector<PlainNode> Device::candidate_guest(const std::vector<RequestNode> &request) const {
+  const LogScope log;
+  return impl_->guest_after(impl_->candidate_or_running(), request, Edited::Check::each_node);
+}
+
+std::vector<PlainNode> Device::Impl::guest_after(const Tree &tree, const std::vector<RequestNode> &request,
+                                                 Edited::Check check) const {
   std::vector<RequestNode> room;
-  const Edited edited(impl_->schema, impl_->running, impl_->begun(request, room), Edited::Scope::everything);
-  const lyd_node *found = impl_->schema.find_guest(edited.all());
-  return found == nullptr ? impl_->guest.factory : plain_children(found);
+  const Edited edited(schema, tree, begun(request, tree, room), Edited::Scope::everything, check);
+  const lyd_node *found = schema.find_guest(edited.all());
+  return found == nullptr ? guest.factory : plain_children(found);
 }
 
 Device::Device(std::filesystem::path folder, const std::filesystem::path &models,
@@ -242,6 +226,12 @@ Device::Device(std::filesystem::path folder, const std::filesystem::path &models
 
 Device::~Device() = default;
 
+uint64_t Device::version() const {
+  const LogScope log;
+  impl_->refresh();
+  return impl_->changes;
+}
+
 ReadCount Device::read(const std::vector<RequestNode> &filter, AnswerSink &sink, Content content) const {
   const LogScope log;
   impl_->refresh();
@@ -253,26 +243,31 @@ ReadCount Device::read(const std::vector<RequestNode> &filter, AnswerSink &sink,
   if (all) give_selected(bound, operating_values(impl_->schema, running, bound), kOtsOperNs, sink, count);
   give_selected(bound, running, sink, count);
   if (all)
-    give_selected(bound, histories(impl_->schema, running, impl_->now(), bound), kPmengineNs, sink, count);
+    give_selected(bound, histories(impl_->schema, running, impl_->clock.value_or(nanoseconds_now()), bound),
+                  kPmengineNs, sink, count);
   return count;
 }
 
 void Device::edit(const std::vector<RequestNode> &request) {
   const LogScope log;
   // Read under the lock: the edit applies to what the writer before this one has left.
-  const Descriptor lock = impl_->folder.lock();
+  const auto lock = impl_->lock();
   impl_->refresh();
-  impl_->check_not_locked();
+  impl_->check_not_locked(Datastore::running);
+  impl_->edit(*lock, request);
+}
+
+void Device::Impl::edit(const Descriptor &lock, const std::vector<RequestNode> &request) {
   std::vector<RequestNode> room;
-  const std::vector<RequestNode> &whole = impl_->begun(request, room);
-  std::optional<Edited> edited(std::in_place, impl_->schema, impl_->running, whole);
+  const std::vector<RequestNode> &whole = begun(request, running, room);
+  std::optional<Edited> edited(std::in_place, schema, running, whole);
   std::optional<RunningText> text;
   if (edited->is_by_entry()) {
-    if (!impl_->pieces) impl_->pieces.emplace(impl_->schema, impl_->running.get());
-    text = impl_->pieces->after(*edited);
-    if (!text) edited.emplace(impl_->schema, impl_->running, whole, Edited::Scope::everything);
+    if (!pieces) pieces.emplace(schema, running.get());
+    text = pieces->after(*edited);
+    if (!text) edited.emplace(schema, running, whole, Edited::Scope::everything);
   }
-  impl_->store(lock, *edited, std::move(text));
+  store(lock, *edited, std::move(text));
 }
 
 void Device::Impl::store(const Descriptor &lock, Edited &edited, std::optional<RunningText> text) {
@@ -282,6 +277,7 @@ void Device::Impl::store(const Descriptor &lock, Edited &edited, std::optional<R
   const Version stored = folder.store(lock, parts, label_of(parts));
   if (!edited.is_by_entry()) guest_data.reset();
   edited.commit(running);
+  ++changes;
   text->settle();
   pieces = std::move(text);
   loaded.reset();
@@ -292,56 +288,7 @@ void Device::test(const std::vector<RequestNode> &request) const {
   const LogScope log;
   impl_->refresh();
   std::vector<RequestNode> room;
-  const Edited edited(impl_->schema, impl_->running, impl_->begun(request, room));
-}
-
-void Device::edit_candidate(const std::vector<RequestNode> &request) {
-  const LogScope log;
-  if (!impl_->candidate) impl_->refresh();
-  Edited edited(impl_->schema, impl_->candidate_or_running(), request, Edited::Scope::everything,
-                Edited::Check::each_node);
-  if (!impl_->candidate) impl_->candidate_base = copy_of(impl_->running.get());
-  edited.commit(impl_->candidate.emplace());
-}
-
-bool Device::candidate_is_edited() const {
-  return impl_->candidate.has_value();
-}
-
-ReadCount Device::read_candidate(const std::vector<RequestNode> &filter, AnswerSink &sink) const {
-  const LogScope log;
-  if (!impl_->candidate) impl_->refresh();
-  ReadCount count;
-  give_selected(bind_filter(impl_->schema, filter), impl_->candidate_or_running().get(), sink, count);
-  return count;
-}
-
-void Device::validate_candidate(const std::vector<RequestNode> &request) const {
-  const LogScope log;
-  if (!impl_->candidate) impl_->refresh();
-  const Edited edited(impl_->schema, impl_->candidate_or_running(), request, Edited::Scope::everything);
-}
-
-void Device::commit_candidate() {
-  const LogScope log;
-  if (!impl_->candidate) return;
-  const Descriptor lock = impl_->folder.lock();
-  impl_->refresh();
-  impl_->check_not_locked();
-  if (lyd_compare_siblings(impl_->candidate_base.get(), impl_->running.get(), LYD_COMPARE_FULL_RECURSION) !=
-      LY_SUCCESS)
-    throw EditError(
-        "what runs was changed after this candidate was begun, and a commit would take that back; discard "
-        "the "
-        "changes and edit again",
-        "operation-failed", {}, nullptr);
-  Edited edited(impl_->schema, *impl_->candidate, {}, Edited::Scope::everything);
-  impl_->store(lock, edited, std::nullopt);
-  impl_->candidate.reset();
-}
-
-void Device::discard_candidate() {
-  impl_->candidate.reset();
+  const Edited edited(impl_->schema, impl_->running, impl_->begun(request, impl_->running, room));
 }
 
 void Device::act_for(uint32_t session) {

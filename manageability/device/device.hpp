@@ -2,8 +2,10 @@
 /// The emulated amplifier device: native configuration and live values in one folder.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -58,6 +60,47 @@ struct EditError : std::runtime_error {
   const void *origin;     ///< of the request node at fault
 };
 
+/// That a commit is to be confirmed (RFC 6241, section 8.4).
+struct Confirmation {
+  std::chrono::seconds timeout{600};
+  /// Then whoever knows it may confirm from another session; else only that of the commit, as long as it
+  /// lives.
+  std::optional<std::string> persist = {};
+};
+
+/// What a commit says.
+struct Commit {
+  std::optional<Confirmation> to_confirm = {};
+  std::optional<std::string> persist_id = {};  ///< of the commit that this one confirms or goes on with
+  std::string user = {};                       ///< who makes it
+  /// Called when a way back is prepared, before anything is changed: somebody must be there to take it. May
+  /// throw.
+  std::function<void()> watch = {};
+};
+
+/// What a commit was to one that is to be confirmed.
+enum class CommitEvent : uint8_t { none, start, extend, complete };
+
+/// A commit that waits to be confirmed.
+struct PendingCommit {
+  uint32_t session = 0;  ///< that alone may confirm; 0 with `persist`
+  std::string user = {};
+  std::optional<std::string> persist = {};
+  std::chrono::seconds timeout{0};
+  std::chrono::nanoseconds deadline{0};  ///< since the start of the machine
+  std::string boot = {};                 ///< which start that was
+  uint64_t inode = 0;                    ///< with `modified`, of the file of what ran before
+  int64_t modified = 0;
+  std::chrono::nanoseconds time_left() const;
+};
+
+/// What became of a commit that waited.
+struct TakenBack {
+  enum class Why : uint8_t { not_yet, never_made, timeout, session_end, restart, cancelled, half_way };
+  Why why = Why::not_yet;
+  PendingCommit commit = {};
+};
+
 /// What a read cost.
 struct ReadCount {
   size_t leaves = 0;  ///< native leaves given out
@@ -99,6 +142,9 @@ struct Guest {
   std::vector<PlainNode> factory = {};  ///< children of `top`
 };
 
+/// Whether a commit may wait to be confirmed in the folder: to ask costs nothing that counts.
+bool commit_may_wait(const std::filesystem::path &folder);
+
 class Device {
  public:
   /// Opens the folder, which must exist; an empty one is filled with factory data. `models` is the folder of
@@ -112,6 +158,9 @@ class Device {
   std::shared_ptr<const std::vector<PlainNode>> guest() const;
   /// What they would be after an edit. Throws as edit().
   std::vector<PlainNode> guest_after(const std::vector<RequestNode> &request) const;
+
+  /// A number that is another one, in this object, whenever what runs may be.
+  uint64_t version() const;
 
   enum class Content { all, configuration };
   /// Gives out the selected data of all native modules, configuration and live values.
@@ -131,8 +180,9 @@ class Device {
   /// in the way.
   void test(const std::vector<RequestNode> &request) const;
 
-  // The candidate configuration (RFC 6241, section 8.3): this object's own, in memory. It is what runs until
-  // it is edited, and again when its edits are committed or discarded.
+  // The candidate configuration (RFC 6241, section 8.3) of all sessions: it is what runs until it is edited,
+  // and again when its edits are committed or discarded, or when the session goes that had it locked. All
+  // that change it throw EditError, "in-use" while a session that this device does not act for has it locked.
 
   /// Applies the edit if each of its nodes may stand there; whether they go together is for later. Throws
   /// EditError.
@@ -142,10 +192,34 @@ class Device {
   ReadCount read_candidate(const std::vector<RequestNode> &filter, AnswerSink &sink) const;
   /// Throws EditError where the candidate, with `request` applied to it, is not valid.
   void validate_candidate(const std::vector<RequestNode> &request = {}) const;
-  /// Puts the candidate in the place of what runs, unless that has changed meanwhile. Throws as edit(); the
-  /// candidate is then as it was.
-  void commit_candidate();
   void discard_candidate();
+  /// See guest() and guest_after().
+  std::vector<PlainNode> candidate_guest(const std::vector<RequestNode> &request = {}) const;
+
+  /// Puts the candidate in the place of what runs, unless that has changed meanwhile, and with it confirms
+  /// the commit that waits. Throws as edit(); the candidate is then as it was.
+  CommitEvent commit_candidate(const Commit &commit = {});
+  /// An edit of what runs that is to be confirmed as a commit is.
+  CommitEvent edit(const std::vector<RequestNode> &request, const Commit &commit);
+
+  std::optional<PendingCommit> pending_commit() const;
+  /// Whether the commit that waits is no longer to be waited for.
+  bool commit_is_overdue() const;
+  /// Takes it back then. Throws FolderError.
+  TakenBack take_back_overdue();
+  /// What waits stays, if it is this session's or of this id; nothing else is committed.
+  void confirm_commit(const std::optional<std::string> &persist_id);
+  /// Waits until the commit that waits may be overdue, or is no longer the one that it was. Throws
+  /// FolderError.
+  void wait_for_commit() const;
+  /// Takes back the commit that waits, where who asks could confirm it. Throws EditError.
+  TakenBack cancel_commit(const std::optional<std::string> &persist_id);
+
+  /// While the result lives nobody else edits, and this object's edits are under the same lock. Throws
+  /// FolderError.
+  std::shared_ptr<const void> transaction();
+  /// Nodes at the top, name and namespace, of which the candidate is other than what runs.
+  std::vector<std::pair<std::string, std::string>> candidate_differences() const;
 
  private:
   struct Impl;

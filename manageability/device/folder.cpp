@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -212,8 +213,8 @@ void Folder::check_nothing_foreign() const {
   auto entry = std::filesystem::directory_iterator(path_, error);
   for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
     const std::string name = entry->path().filename().string();
-    if (name == kLock || name == kTemporary || name == kRunning || name == kSessions ||
-        name.starts_with(kRecord))
+    if (name.starts_with(kRunning) || name == kLock || name == kSessions || name.starts_with(kRecord) ||
+        name.starts_with(kCandidate) || name.starts_with(kUnconfirmed))
       continue;
     throw FolderError("the folder " + path_.string() + " holds no " + kRunning + " but other things (" +
                       name + "); restore " + kRunning + " from a backup, or use an empty folder");
@@ -236,22 +237,17 @@ Version Folder::version() const {
   return version;
 }
 
-Folder::Loaded Folder::load() const {
-  Loaded loaded;
-  const auto before = mark();
-  const std::filesystem::path file = running_file();
-  // Not blocking: whatever stands there instead of a file must not stop the reader.
-  const Descriptor input(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (input.get() < 0 || ::fstat(input.get(), &status) != 0) fail_to_read(file, errno);
+namespace {
+
+/// As much as `most` bytes of an open file. Throws FolderError.
+std::string read_all(const Descriptor &input, const std::filesystem::path &file, const struct stat &status,
+                     size_t most) {
   if (!S_ISREG(status.st_mode)) throw FolderError(file.string() + " is not a plain file; restore it");
   if (status.st_size > kLargestFile) {
     throw FolderError(file.string() + " is too large for a configuration; restore it from a backup");
   }
-  loaded.version.stamp = stamp_of(status);
-
-  std::string &text = loaded.text;
-  text.resize(static_cast<size_t>(status.st_size));
+  std::string text;
+  text.resize(std::min(static_cast<size_t>(status.st_size), most));
   size_t filled = 0;
   while (filled < text.size()) {
     const ssize_t count = ::read(input.get(), text.data() + filled, text.size() - filled);
@@ -261,12 +257,40 @@ Folder::Loaded Folder::load() const {
     filled += static_cast<size_t>(count);
   }
   text.resize(filled);
+  return text;
+}
+
+/// Not blocking: whatever stands there instead of a file must not stop the reader.
+Descriptor open_to_read(const std::filesystem::path &file, int flags = 0) {
+  return Descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | flags));
+}
+
+}  // namespace
+
+Folder::Loaded Folder::load() const {
+  Loaded loaded;
+  const auto before = mark();
+  const std::filesystem::path file = running_file();
+  const Descriptor input = open_to_read(file);
+  struct stat status {};
+  if (input.get() < 0 || ::fstat(input.get(), &status) != 0) fail_to_read(file, errno);
+  loaded.version.stamp = stamp_of(status);
+  loaded.text = read_all(input, file, status, std::string::npos);
   // Read before and after: a writer in between has another one by now.
   const auto after = mark();
   if (before && after && before->generation == after->generation)
     loaded.version.generation = after->settled();
   if (after) loaded.label = after->label;
   return loaded;
+}
+
+std::optional<std::string> Folder::text_of(const char *name, size_t most) const {
+  const auto file = path_ / name;
+  const Descriptor input = open_to_read(file, O_NOFOLLOW);
+  if (input.get() < 0 && errno == ENOENT) return std::nullopt;
+  struct stat status {};
+  if (input.get() < 0 || ::fstat(input.get(), &status) != 0) fail_to_read(file, errno);
+  return read_all(input, file, status, most);
 }
 
 // A file of its own: the running configuration is replaced, and a lock on it would go with the old one.
@@ -294,25 +318,16 @@ Descriptor Folder::lock() const {
 // Order matters: the data reaches the disk before the name does, and the name before the caller is told. The
 // mark is odd while the name may be that of the old version or of the new. A new folder is marked when it is
 // in use.
-Version Folder::store(const Descriptor &lock, const std::vector<std::string_view> &pieces,
-                      uint64_t label) const {
-  const std::filesystem::path temporary = path_ / kTemporary;
+Version Folder::take_in(const Descriptor &lock, const std::filesystem::path &file, uint64_t label) const {
   const bool is_new = is_empty(lock.get());
   const Mark before = Mark::read(lock).value_or(Mark());
   const Mark during = {before.generation + 1 + before.generation % 2, before.label};
   const Mark after = {during.generation + 1, label};
+  if (const int error = is_new ? 0 : during.write(lock); error != 0)
+    folder_failure("cannot write", lock_, error, remedy_for_writing(error));
+  if (::rename(file.c_str(), running_file().c_str()) != 0)
+    folder_failure("cannot replace", running_file(), errno, remedy_for_writing(errno));
   Version version;
-  try {
-    write_temporary(pieces);
-    if (const int error = is_new ? 0 : during.write(lock); error != 0)
-      folder_failure("cannot write", lock_, error, remedy_for_writing(error));
-    if (::rename(temporary.c_str(), running_file().c_str()) != 0) {
-      folder_failure("cannot replace", running_file(), errno, remedy_for_writing(errno));
-    }
-  } catch (const FolderError &) {
-    ::unlink(temporary.c_str());
-    throw;
-  }
   if (after.write(lock) == 0) version.generation = after.generation;
   // The name has changed the inode's time.
   struct stat status {};
@@ -321,8 +336,67 @@ Version Folder::store(const Descriptor &lock, const std::vector<std::string_view
   return version;
 }
 
-void Folder::write_temporary(const std::vector<std::string_view> &pieces) const {
-  const std::filesystem::path file = path_ / kTemporary;
+Version Folder::store(const Descriptor &lock, const std::vector<std::string_view> &pieces,
+                      uint64_t label) const {
+  const std::filesystem::path temporary = path_ / kTemporary;
+  try {
+    write(temporary, pieces, Durability::of_machine);
+    return take_in(lock, temporary, label);
+  } catch (const FolderError &) {
+    ::unlink(temporary.c_str());
+    throw;
+  }
+}
+
+void Folder::replace(const char *name, const std::vector<std::string_view> &pieces,
+                     Durability durability) const {
+  const auto file = path_ / name;
+  const auto temporary = path_ / (std::string(name) + ".new");
+  try {
+    write(temporary, pieces, durability);
+    if (::rename(temporary.c_str(), file.c_str()) != 0)
+      folder_failure("cannot replace", file, errno, remedy_for_writing(errno));
+  } catch (const FolderError &) {
+    ::unlink(temporary.c_str());
+    throw;
+  }
+  if (durability == Durability::of_machine) sync();
+}
+
+void Folder::remove(const char *name) const {
+  const auto file = path_ / name;
+  if (::unlink(file.c_str()) != 0 && errno != ENOENT)
+    folder_failure("cannot remove", file, errno, remedy_for_writing(errno));
+}
+
+// A second name of the same file: that needs no room, then or when it is taken back. Edits replace the file
+// and leave it as it is.
+void Folder::keep_running() const {
+  remove(kBefore);
+  const auto before = path_ / kBefore;
+  if (::link(running_file().c_str(), before.c_str()) == 0) return;
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK)
+    folder_failure("cannot write", before, errno, remedy_for_writing(errno));
+  const auto loaded = load();
+  replace(kBefore, {loaded.text}, Durability::of_machine);
+}
+
+bool Folder::has_kept() const {
+  struct stat status {};
+  return ::lstat((path_ / kBefore).c_str(), &status) == 0 || errno != ENOENT;
+}
+
+Stamp Folder::stamp() const {
+  struct stat status {};
+  return ::stat(running_file().c_str(), &status) == 0 ? stamp_of(status) : Stamp();
+}
+
+void Folder::restore(const Descriptor &lock) const {
+  if (has_kept()) take_in(lock, path_ / kBefore, 0);
+}
+
+void Folder::write(const std::filesystem::path &file, const std::vector<std::string_view> &pieces,
+                   Durability durability) const {
   const auto refuse = [&file](int error) {
     folder_failure("cannot write", file, error, remedy_for_writing(error));
   };
@@ -340,7 +414,7 @@ void Folder::write_temporary(const std::vector<std::string_view> &pieces) const 
   for (const std::string_view piece : pieces) {
     if (const int error = write_all(output.get(), piece); error != 0) refuse(error);
   }
-  if (::fsync(output.get()) != 0) refuse(errno);
+  if (durability == Durability::of_machine && ::fsync(output.get()) != 0) refuse(errno);
   if (!output.close()) refuse(errno);
 }
 

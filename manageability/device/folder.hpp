@@ -91,6 +91,11 @@ class Folder {
   static constexpr const char *kSessions = "sessions";
   /// Names of files that others keep here begin with this.
   static constexpr const char *kRecord = "record";
+  /// Of the candidate configuration, while it is edited.
+  static constexpr const char *kCandidate = "candidate";
+  /// What is known of a commit that waits to be confirmed, and what ran before it.
+  static constexpr const char *kUnconfirmed = "unconfirmed";
+  static constexpr const char *kBefore = "running.json.before";
 
   /// The folder must exist. Reads and writes nothing yet.
   explicit Folder(std::filesystem::path path);
@@ -125,12 +130,32 @@ class Folder {
   /// The `label` is kept in the mark.
   Version store(const Descriptor &lock, const std::vector<std::string_view> &pieces, uint64_t label) const;
 
+  /// The file of that name, up to the size of a configuration; nothing if it is not there.
+  std::optional<std::string> text_of(const char *name, size_t most = std::string::npos) const;
+  enum class Durability { of_process, of_machine };
+  /// Replaces the file of that name as a whole, under the lock. It survives the end of the process at any
+  /// moment, or also that of the machine.
+  void replace(const char *name, const std::vector<std::string_view> &pieces, Durability durability) const;
+  void remove(const char *name) const;
+  /// Has the file kBefore hold what runs now, for restore().
+  void keep_running() const;
+  bool has_kept() const;
+  /// The stamp of what runs.
+  Stamp stamp() const;
+  /// Puts the file kBefore in the place of what runs, under the lock; a full disk does not hinder it. Does
+  /// nothing if there is none.
+  void restore(const Descriptor &lock) const;
+
+  /// Has the names in the folder outlive the machine.
+  void sync() const;
+
  private:
   struct Mark;
   std::optional<Mark> mark() const;
-  void write_temporary(const std::vector<std::string_view> &pieces) const;
+  Version take_in(const Descriptor &lock, const std::filesystem::path &file, uint64_t label) const;
+  void write(const std::filesystem::path &file, const std::vector<std::string_view> &pieces,
+             Durability durability) const;
   void check_nothing_foreign() const;
-  void sync() const;
 
   std::filesystem::path path_;
   std::filesystem::path running_;

@@ -2,6 +2,7 @@
 #include "session_register.hpp"
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -69,6 +70,11 @@ struct flock whole_file(short type) {
   return range;
 }
 
+// The C library's own declaration of this, and of its like, cannot be linked from C++.
+Descriptor open_process(pid_t process) {
+  return Descriptor(process <= 0 ? -1 : static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
 std::string printable_ascii(std::string text) {
   text.resize(std::min(text.size(), kLongestText));
   for (char &c : text) {
@@ -126,6 +132,8 @@ std::vector<std::string> SessionRegister::names() const {
 std::optional<pid_t> SessionRegister::process(uint32_t id, SessionRecord *record) const {
   const Descriptor entry = open_to_read(std::to_string(id));
   struct stat status {};
+  // One that cannot be looked at now may well live.
+  if (entry.get() < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == EACCES)) return 0;
   if (entry.get() < 0 || ::fstat(entry.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   auto lock = whole_file(F_WRLCK);
   if (::fcntl(entry.get(), F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) return std::nullopt;

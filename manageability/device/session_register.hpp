@@ -20,6 +20,9 @@ namespace device {
 /// A lock on all of a file, F_WRLCK or F_RDLCK.
 struct flock whole_file(short type);
 
+/// A handle that becomes readable when the process ends; -1 if there is none.
+Descriptor open_process(pid_t process);
+
 /// What a record may hold: printable ASCII, up to a limit.
 std::string printable_ascii(std::string text);
 

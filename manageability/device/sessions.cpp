@@ -14,7 +14,9 @@
 #include <ctime>
 #include <utility>
 
+#include "candidate_file.hpp"
 #include "device.hpp"
+#include "pending_commit.hpp"
 #include "session_register.hpp"
 
 namespace device {
@@ -67,16 +69,22 @@ bool has_ended(const Descriptor &process, int milliseconds) {
   }
 }
 
-// The C library's own declarations of these two cannot be linked from C++.
-Descriptor open_process(pid_t process) {
-  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-}
-
-bool send(const Descriptor &process, int signal) {
-  return ::syscall(SYS_pidfd_send_signal, process.get(), signal, nullptr, 0) == 0;
+/// The process that gets it can see which session sends it.
+bool send(const Descriptor &process, int signal, uint32_t session) {
+  siginfo_t info{};
+  info.si_signo = signal;
+  info.si_code = SI_QUEUE;
+  info.si_pid = ::getpid();
+  info.si_uid = ::getuid();
+  info.si_value.sival_int = static_cast<int>(session);
+  return ::syscall(SYS_pidfd_send_signal, process.get(), signal, &info, 0) == 0;
 }
 
 }  // namespace
+
+const char *name_of(Datastore datastore) {
+  return datastore == Datastore::running ? "running" : "candidate";
+}
 
 struct Sessions::Impl {
   Impl(const std::filesystem::path &path, SessionRecord session)
@@ -116,6 +124,8 @@ struct Sessions::Impl {
   SessionRegister sessions;
   SessionRecord self;
   std::optional<Descriptor> entry;  ///< the file of this session, locked; none in a folder that is only read
+  std::optional<Denial> denial(Datastore datastore) const;
+
   struct Held {
     Descriptor file;
     Lock lock;
@@ -131,6 +141,11 @@ Sessions::Sessions(const std::filesystem::path &folder, std::string user, std::s
                                                        .login_time = std::time(nullptr)})) {}
 
 Sessions::~Sessions() {
+  try {
+    unlock(Datastore::candidate);
+  } catch (const FolderError &) {
+    // Nobody takes the edits for his without this session's lock.
+  }
   impl_->sessions.remove(std::to_string(impl_->self.id));
 }
 
@@ -148,19 +163,37 @@ std::optional<Sessions::Lock> Sessions::lock_state(Datastore datastore) const {
   return probe_lock(impl_->sessions.open_to_read(kLockFiles[index_of(datastore)]));
 }
 
-std::optional<Sessions::Lock> Sessions::lock_state(const std::filesystem::path &folder) {
+std::optional<Sessions::Lock> Sessions::lock_state(const std::filesystem::path &folder, Datastore datastore) {
   const SessionRegister sessions(folder, false);
-  return sessions.exists() ? probe_lock(sessions.open_to_read(kLockFiles.front())) : std::nullopt;
+  return sessions.exists() ? probe_lock(sessions.open_to_read(kLockFiles[index_of(datastore)]))
+                           : std::nullopt;
+}
+
+/// What stands against a lock, apart from another one.
+std::optional<Sessions::Denial> Sessions::Impl::denial(Datastore datastore) const {
+  using Why = Denial::Why;
+  if (datastore == Datastore::candidate) {
+    if (CandidateFile(folder).find()) return Denial{Why::candidate_is_edited};
+    return std::nullopt;
+  }
+  const PendingCommits commits(folder);
+  const auto waiting = commits.may_wait() ? commits.find() : std::nullopt;
+  if (!waiting || commits.due(*waiting, self.id) != TakenBack::Why::not_yet ||
+      (waiting->session == self.id && self.id != 0))
+    return std::nullopt;
+  return Denial{Why::commit_waits, waiting->session};
 }
 
 // An open file description's lock, for it holds against the rest of this process too: the device, which asks
 // who has it before an edit, may be in the same one.
-std::optional<Sessions::Lock> Sessions::lock(Datastore datastore) {
+std::optional<Sessions::Denial> Sessions::lock(Datastore datastore) {
   auto &held = impl_->held[index_of(datastore)];
-  if (held) return held->lock;
+  if (held) return Denial{Denial::Why::held, held->lock.holder};
   const char *name = kLockFiles[index_of(datastore)];
   const Descriptor no_edit = impl_->folder.lock();
   Descriptor file = impl_->sessions.open_to_write(name);
+  if (const auto other = probe_lock(file)) return Denial{Denial::Why::held, other->holder};
+  if (const auto denial = impl_->denial(datastore)) return denial;
   const Lock own = {impl_->self.id, std::max<int64_t>(std::time(nullptr), 0)};
   for (;;) {
     auto range = lock_range(own.holder, own.since);
@@ -169,15 +202,20 @@ std::optional<Sessions::Lock> Sessions::lock(Datastore datastore) {
       folder_failure("cannot lock", impl_->sessions.file(name), errno, "use a file system with file locks");
     }
     // Released in between: try again.
-    if (const auto other = probe_lock(file)) return other;
+    if (const auto other = probe_lock(file)) return Denial{Denial::Why::held, other->holder};
   }
   held.emplace(Impl::Held{std::move(file), own});
   return std::nullopt;
 }
 
+// The edits go before the lock does: others shall not see them without (RFC 6241, section 8.3.5.2).
 bool Sessions::unlock(Datastore datastore) {
   auto &held = impl_->held[index_of(datastore)];
   const bool was_held = held.has_value();
+  if (was_held && datastore == Datastore::candidate) {
+    const Descriptor no_edit = impl_->folder.lock();
+    CandidateFile(impl_->folder).remove();
+  }
   held.reset();
   return was_held;
 }
@@ -191,9 +229,9 @@ Sessions::Kill Sessions::kill(uint32_t id) {
   const Descriptor handle = open_process(*process);
   // Asked again now that the handle keeps the process' number from passing to another one.
   if (handle.get() < 0 || impl_->sessions.process(id) != process) return Kill::no_such_session;
-  if (!send(handle, SIGTERM)) return errno == EPERM ? Kill::denied : Kill::no_such_session;
+  if (!send(handle, SIGTERM, impl_->self.id)) return errno == EPERM ? Kill::denied : Kill::no_such_session;
   if (!has_ended(handle, kPatience)) {
-    send(handle, SIGKILL);
+    send(handle, SIGKILL, impl_->self.id);
     has_ended(handle, kPatience);
   }
   impl_->sessions.remove(std::to_string(id));

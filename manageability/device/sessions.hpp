@@ -15,6 +15,8 @@ namespace device {
 
 /// A datastore of configuration (RFC 6241, section 5.1), which can be locked.
 enum class Datastore { running, candidate };
+/// As elements have it.
+const char *name_of(Datastore datastore);
 
 /// One NETCONF session of a device folder.
 struct SessionRecord {
@@ -37,7 +39,7 @@ class Sessions {
   /// and sees the others, which do not see it. Throws FolderError. `user` and `source_host` are kept as
   /// printable ASCII.
   Sessions(const std::filesystem::path &folder, std::string user, std::string source_host);
-  /// Leaves, and releases the lock.
+  /// Leaves, and releases the locks.
   ~Sessions();
   Sessions(const Sessions &) = delete;
   Sessions &operator=(const Sessions &) = delete;
@@ -53,16 +55,23 @@ class Sessions {
   };
   /// Whoever holds it.
   std::optional<Lock> lock_state(Datastore datastore = Datastore::running) const;
-  /// Of running, without being a session.
-  static std::optional<Lock> lock_state(const std::filesystem::path &folder);
-  /// Nothing: it is ours now. Else who has it, perhaps we ourselves. Waits for an edit in course.
-  std::optional<Lock> lock(Datastore datastore = Datastore::running);
-  /// False: it was not ours.
+  /// Without being a session.
+  static std::optional<Lock> lock_state(const std::filesystem::path &folder, Datastore datastore);
+  /// Why a lock is not given (RFC 6241, section 7.5).
+  struct Denial {
+    enum class Why : uint8_t { held, candidate_is_edited, commit_waits };
+    Why why = Why::held;
+    uint32_t session = 0;  ///< that holds it, perhaps this one, or whose commit waits; 0: not known
+  };
+  /// Nothing: it is ours now. Waits for an edit in course.
+  std::optional<Denial> lock(Datastore datastore = Datastore::running);
+  /// False: it was not ours. With the lock on the candidate go its edits.
   bool unlock(Datastore datastore = Datastore::running);
 
   enum class Kill { done, no_such_session, denied };
-  /// Ends the process of another session and waits until it is gone, with what it held: SIGTERM, and after
-  /// two seconds SIGKILL. `denied` where this user may not, and for the session itself.
+  /// Ends the process of another session and waits until it is gone, with what it held: SIGTERM, which
+  /// carries this session's id, and after two seconds SIGKILL. `denied` where this user may not, and for the
+  /// session itself.
   Kill kill(uint32_t id);
 
  private:

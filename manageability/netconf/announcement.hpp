@@ -40,9 +40,12 @@ struct BuiltInAnnouncement {
   std::span<const std::string_view> capabilities = {};
 };
 // By announcement_generator.cpp.
-/// Of the OpenConfig model.
+// The protocol's own module is announced with its features.
+/// Of the OpenConfig model, its device being here or elsewhere.
 extern const BuiltInAnnouncement kBuiltInAnnouncement;
-/// Of the device's own modules.
+extern const BuiltInAnnouncement kRemoteAnnouncement;
+/// Of the device's own modules, without a candidate datastore and with one.
 extern const BuiltInAnnouncement kNativeAnnouncement;
+extern const BuiltInAnnouncement kNativeCandidateAnnouncement;
 
 }  // namespace ymap::netconf

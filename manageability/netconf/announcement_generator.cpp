@@ -34,8 +34,11 @@ void write_announcement(const std::filesystem::path &models, const std::vector<s
 void generate(const std::filesystem::path &models, const std::string &module, const char *file) {
   std::ofstream out(file);
   out << "#include \"announcement.hpp\"\n\nnamespace ymap::netconf {\n\n";
-  write_announcement(models, {module}, managed_modules(), "kBuiltInAnnouncement", out);
-  write_announcement(models, native_modules(), protocol_modules(), "kNativeAnnouncement", out);
+  write_announcement(models, {module}, managed_modules(managed_features(true)), "kBuiltInAnnouncement", out);
+  write_announcement(models, {module}, managed_modules({}), "kRemoteAnnouncement", out);
+  write_announcement(models, native_modules(), protocol_modules({}), "kNativeAnnouncement", out);
+  write_announcement(models, native_modules(), protocol_modules({.candidate = Candidate::present}),
+                     "kNativeCandidateAnnouncement", out);
   out << "}  // namespace ymap::netconf\n";
   if (!out.flush()) throw UsageError(std::string(file) + " cannot be written");
 }

@@ -46,28 +46,34 @@ void remove_locations(lyd_node *tree) {
 
 }  // namespace
 
-PublishedModules openconfig_modules(const Schema &schema) {
+PublishedModules openconfig_modules(const Schema &schema, const Features &features) {
   return {schema.companions().folders(schema.models()),
-          [&schema]() -> const CompiledSchema & { return schema.yang(); }, &kBuiltInAnnouncement};
+          [&schema]() -> const CompiledSchema & { return schema.yang(); },
+          features == Features() ? &kRemoteAnnouncement : &kBuiltInAnnouncement, features};
 }
 
-PublishedModules device_modules(const std::filesystem::path &models, Candidate candidate) {
-  const auto companions = protocol_modules(candidate);
+PublishedModules device_modules(const std::filesystem::path &models, const Features &features) {
+  const auto companions = protocol_modules(features);
   auto compiled = std::make_shared<std::optional<CompiledSchema>>();
   const auto yang = [=]() -> const CompiledSchema & {
     if (!*compiled) compiled->emplace(models, native_modules(), companions);
     return **compiled;
   };
-  // The protocol's own module is announced with its features, and the candidate is one.
-  const auto *known = candidate == Candidate::absent ? &kNativeAnnouncement : nullptr;
-  return {companions.folders(models), yang, known, candidate};
+  const auto *known = features == Features() ? &kNativeAnnouncement : &kNativeCandidateAnnouncement;
+  return {companions.folders(models), yang, known, features};
 }
 
 Catalogue::Catalogue(PublishedModules modules) : modules_(std::move(modules)) {
   capabilities_ = base_capabilities();
   capabilities_.insert(capabilities_.end(), kProtocolCapabilities.begin(), kProtocolCapabilities.end());
-  if (modules_.candidate == Candidate::present)
+  const auto &features = modules_.features;
+  if (features.candidate == Candidate::present)
     capabilities_.emplace_back("urn:ietf:params:netconf:capability:candidate:1.0");
+  if (features.confirmed_commit)
+    capabilities_.emplace_back("urn:ietf:params:netconf:capability:confirmed-commit:1.1");
+  if (features.notifications)
+    for (const char *name : {"notification", "interleave"})
+      capabilities_.push_back(std::string("urn:ietf:params:netconf:capability:") + name + ":1.0");
   const auto *known = modules_.announcement;
   if (known != nullptr &&
       fingerprint(modules_.folders, known->modules) == std::optional(known->fingerprint)) {
@@ -84,6 +90,11 @@ const lys_module *Catalogue::monitoring() const {
   return ly_ctx_get_module_implemented(context(), "ietf-netconf-monitoring");
 }
 
+const lys_module *Catalogue::streams() const {
+  if (!modules_.features.notifications) return nullptr;
+  return ly_ctx_get_module_implemented(context(), kStreamModule.name.data());
+}
+
 std::vector<const lys_module *> Catalogue::modules() const {
   std::vector<const lys_module *> found;
   uint32_t at = 0;
@@ -98,7 +109,9 @@ const lyd_node *Catalogue::library() const {
     throw UsageError("the list of YANG modules cannot be made");
   library_.reset(tree);
   remove_locations(tree);
-  for (const char *datastore : {"ietf-datastores:running", "ietf-datastores:operational"}) {
+  std::vector<const char *> datastores = {"ietf-datastores:running", "ietf-datastores:operational"};
+  if (modules_.features.candidate == Candidate::present) datastores.push_back("ietf-datastores:candidate");
+  for (const char *datastore : datastores) {
     lyd_node *entry = nullptr;
     lyd_new_list(tree, nullptr, "datastore", 0, &entry, datastore);
     lyd_new_term(entry, nullptr, "schema", "complete", 0, nullptr);

@@ -25,14 +25,15 @@ struct PublishedModules {
   /// Has them compiled, once; must outlive what is made of this.
   std::function<const CompiledSchema &()> yang;
   const BuiltInAnnouncement *announcement = nullptr;  ///< of their usual form; null if there is none
-  Candidate candidate = Candidate::absent;
+  Features features = {};
 };
 
-/// The OpenConfig model; `schema` has protocol_modules() as companions and must outlive the result.
-PublishedModules openconfig_modules(const Schema &schema);
+/// The OpenConfig model; `schema` has managed_modules() of these features as companions and must outlive the
+/// result.
+PublishedModules openconfig_modules(const Schema &schema, const Features &features);
 
 /// The device's own modules, in the folder `models`. Throws UsageError.
-PublishedModules device_modules(const std::filesystem::path &models, Candidate candidate);
+PublishedModules device_modules(const std::filesystem::path &models, const Features &features);
 
 class Catalogue {
  public:
@@ -47,6 +48,8 @@ class Catalogue {
   ly_ctx *context() const { return modules_.yang().context(); }
   /// ietf-netconf-monitoring (RFC 6022).
   const lys_module *monitoring() const;
+  /// nc-notifications (RFC 5277); null for a server without.
+  const lys_module *streams() const;
   /// In the order in which they were loaded.
   std::vector<const lys_module *> modules() const;
 

@@ -31,4 +31,8 @@ void Channel::send(std::string_view message, Stream::End end) {
   if (!stream_.write(framed(message, framing_), end)) throw TooLate();
 }
 
+void Channel::send(std::string_view message, Stream::Clock::duration patience) {
+  if (!stream_.write(framed(message, framing_), patience)) throw TooLate();
+}
+
 }  // namespace ymap::netconf

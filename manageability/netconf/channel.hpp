@@ -35,8 +35,9 @@ class Channel {
   void use(Framing framing);
   Framing framing() const { return framing_; }
 
-  /// See Stream.
+  // See Stream.
   void watch(int lifeline) { stream_.watch(lifeline); }
+  void attend(Attention *attention) { stream_.attend(attention); }
 
   /// The next message; nothing if the peer ends its stream before one begins. Throws TooLate, MessageCutOff,
   /// FramingError, std::system_error.
@@ -44,6 +45,8 @@ class Channel {
 
   /// All of `message`, at the peer's speed. Throws TooLate, std::system_error.
   void send(std::string_view message, Stream::End end);
+  /// The same, unless the peer takes nothing for so long.
+  void send(std::string_view message, Stream::Clock::duration patience);
 
  private:
   Stream stream_;

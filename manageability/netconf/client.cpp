@@ -62,7 +62,7 @@ void Client::write_operation(const Request &request, XmlWriter &xml) const {
   xml.open(edit ? "edit-config" : request.kind == Request::Kind::get ? "get" : "get-config");
   if (request.kind != Request::Kind::get) {
     xml.open(edit ? "target" : "source");
-    xml.leaf("running", {});
+    xml.leaf(request.commit ? "candidate" : "running", {});
     xml.close();
   }
   if (request.test_only) xml.leaf("test-option", "test-only");
@@ -76,24 +76,93 @@ void Client::write_operation(const Request &request, XmlWriter &xml) const {
 
 Answer Client::run(const Request &request) {
   if (request.kind != Request::Kind::edit) return exchange(request);
-  if (!session_.offers("writable-running:1.0"))
-    throw RpcError({.type = "protocol",
-                    .tag = "operation-not-supported",
-                    .message = "the server does not let clients edit its running datastore (no capability "
-                               "writable-running)"});
-  if (request.test_only && !session_.offers("validate:1.1"))
-    throw RpcError(
-        {.type = "protocol",
-         .tag = "operation-not-supported",
-         .message = "the server cannot try an edit without making it (no capability validate:1.1)"});
+  if (!request.commit) require("writable-running:1.0", "does not let clients edit its running datastore");
+  if (request.test_only) require("validate:1.1", "cannot try an edit without making it");
   try {
-    return exchange(request);
+    return request.commit ? edit_to_confirm(request) : exchange(request);
   } catch (const RpcError &error) {
     if (session_.offers(kRollback)) throw;
     auto fault = error.fault();
     fault.message += " (the server does not promise to undo what came before the error)";
     throw RpcError(std::move(fault));
   }
+}
+
+void Client::require(const char *capability, const char *what) const {
+  if (session_.offers(capability)) return;
+  throw RpcError({.type = "protocol",
+                  .tag = "operation-not-supported",
+                  .message = std::string("the server ") + what + " (no capability " + capability + ")"});
+}
+
+namespace {
+
+ClientSession::Write lock_of_candidate(const char *operation) {
+  return [=](XmlWriter &xml) {
+    xml.open(operation);
+    xml.open("target");
+    xml.leaf("candidate", {});
+    xml.close();
+    xml.close();
+  };
+}
+
+}  // namespace
+
+/// A commit of the candidate; running alone has none.
+Answer Client::edit_to_confirm(const Request &request) {
+  require("candidate:1.0", "has no edits that are to be confirmed");
+  require("confirmed-commit:1.1", "has no edits that are to be confirmed");
+  const auto &confirmation = *request.commit->to_confirm;
+  exchange(lock_of_candidate("lock"));
+  try {
+    auto answer = exchange(request);
+    const auto commit = [&](bool follows_up) {
+      return exchange([&](XmlWriter &xml) {
+        xml.open("commit");
+        xml.leaf("confirmed", {});
+        xml.leaf("confirm-timeout", std::to_string(confirmation.timeout.count()));
+        xml.leaf("persist", *confirmation.persist);
+        if (follows_up) xml.leaf("persist-id", *confirmation.persist);
+        xml.close();
+      });
+    };
+    Answer committed;
+    try {
+      committed = commit(false);
+    } catch (const RpcError &refusal) {
+      // Perhaps the one before waits still, which only its id tells.
+      try {
+        committed = commit(true);
+      } catch (const RpcError &) {
+        throw refusal;
+      }
+    }
+    answer.warnings.insert(answer.warnings.end(), committed.warnings.begin(), committed.warnings.end());
+    exchange(lock_of_candidate("unlock"));
+    return answer;
+  } catch (const RpcError &) {
+    // With its lock go the candidate's changes (RFC 6241, section 8.3.5.2).
+    exchange(lock_of_candidate("unlock"));
+    throw;
+  }
+}
+
+Answer Client::end_commit(const std::string &persist_id, bool cancels) {
+  require("confirmed-commit:1.1", "has no commits that are to be confirmed");
+  return exchange([&](XmlWriter &xml) {
+    xml.open(cancels ? "cancel-commit" : "commit");
+    xml.leaf("persist-id", persist_id);
+    xml.close();
+  });
+}
+
+Answer Client::exchange(const ClientSession::Write &write) {
+  const auto reply = session_.call(write);
+  std::vector<std::string> warnings;
+  if (auto fault = read_errors(reply->root().children(), warnings, openconfig_paths(schema_)))
+    throw RpcError(std::move(*fault));
+  return {{}, std::move(warnings), {}};
 }
 
 Answer Client::exchange(const Request &request) {

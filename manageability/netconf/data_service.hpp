@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "guard.hpp"
 #include "rpc_parameters.hpp"
@@ -21,14 +22,18 @@ class DataService {
   virtual ~DataService() = default;
 
   /// get, get-config, edit-config or validate, checked and ready to run; with a candidate also commit and
-  /// discard-changes. The operation's document must outlive the action; contents are compact. Throws
-  /// RpcError.
+  /// discard-changes, and where commits can be confirmed cancel-commit. The operation's document must outlive
+  /// the action; contents are compact. Throws RpcError.
   virtual DataAction parse(const XmlElement &operation, const std::string &path) = 0;
 
-  virtual Candidate candidate() const { return Candidate::absent; }
-  /// Throws RpcError where the datastore is in a state in which it must not be locked (RFC 6241,
-  /// section 7.5).
-  virtual void check_lockable(device::Datastore /*datastore*/) const {}
+  virtual Features features() const { return {}; }
+  /// Takes back a commit that has waited for its confirmation in vain. Throws device::FolderError.
+  virtual void settle() {}
+  /// The session that it acts for has ended.
+  virtual void end_session() {}
+
+  /// What the last action changed of what runs, where that is not recorded by its own way; at most once.
+  virtual std::vector<Change> take_changes() { return {}; }
 
   /// The session that later requests are of, and who asks in it; both outlive them.
   virtual void act_for(SessionControl &session, const Requester &who) = 0;

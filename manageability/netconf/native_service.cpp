@@ -11,6 +11,7 @@
 #include "operation_parameters.hpp"
 #include "rpc_error.hpp"
 #include "schema.hpp"
+#include "session.hpp"
 #include "xpath.hpp"
 #include "yang.hpp"
 
@@ -72,9 +73,9 @@ ReplyContent elements(XmlAnswer &answer) {
 }  // namespace
 
 NativeService::NativeService(const std::filesystem::path &folder, const std::filesystem::path &models,
-                             Candidate candidate)
+                             Candidate candidate, Record::Options record)
     : rules_(folder, models),
-      guard_(rules_, {}),
+      guard_(rules_, record),
       device_(folder, models, std::nullopt, access_guest()),
       candidate_(candidate) {}
 
@@ -86,13 +87,17 @@ DataPath path_of_top(const RequestNode &node) {
   return {{module_of_namespace(node.ns), node.name}};
 }
 
-void NativeService::check_writes(const std::vector<RequestNode> &request) {
+std::vector<Change> NativeService::changes_of(const std::vector<RequestNode> &request) const {
   std::vector<Change> changes;
   for (const auto &node : request) {
     const auto path = path_of_top(node);
     changes.push_back({step({}, path.front().module, path.front().name)});
   }
-  guard_.judge(*who_, guard_.rights(*who_), changes);
+  return changes;
+}
+
+void NativeService::check_writes(const std::vector<RequestNode> &request) {
+  guard_.judge(*who_, guard_.rights(*who_), changes_of(request));
 }
 
 std::vector<RequestNode> NativeService::readable(std::vector<RequestNode> filter) {
@@ -102,7 +107,6 @@ std::vector<RequestNode> NativeService::readable(std::vector<RequestNode> filter
 }
 
 void NativeService::act_for(SessionControl &session, const Requester &who) {
-  session_ = &session;
   who_ = &who;
   device_.act_for(session.id());
 }
@@ -166,9 +170,13 @@ DataAction NativeService::parse_edit_config(const XmlElement &operation, const s
   const auto request = edit_of(parameters.config, parameters.default_operation);
   return edit([this, request, target = parameters.target, test_only = parameters.test_only] {
     check_writes(*request);
-    if (target == Datastore::running) return test_only ? device_.test(*request) : device_.edit(*request);
+    if (target == Datastore::running) {
+      if (test_only) return device_.test(*request);
+      device_.edit(*request);
+      changes_ = changes_of(*request);
+      return;
+    }
     if (test_only) return device_.validate_candidate(*request);
-    check_candidate_not_locked();
     device_.edit_candidate(*request);
   });
 }
@@ -187,30 +195,33 @@ DataAction NativeService::parse_validate(const XmlElement &operation, const std:
 DataAction NativeService::parse_commit(const XmlElement &operation, const std::string &path) {
   const Parameters none(operation, path, {});
   return edit([this] {
-    check_candidate_not_locked();
+    const auto transaction = device_.transaction();
+    std::vector<Change> changes;
+    for (const auto &[name, ns] : device_.candidate_differences())
+      changes.push_back({step({}, module_of_namespace(ns), name)});
+    guard_.judge(*who_, guard_.rights(*who_), changes);
     device_.commit_candidate();
+    changes_ = std::move(changes);
   });
 }
 
 DataAction NativeService::parse_discard(const XmlElement &operation, const std::string &path) {
   const Parameters none(operation, path, {});
-  return edit([this] {
-    check_candidate_not_locked();
-    device_.discard_candidate();
-  });
+  return edit([this] { device_.discard_candidate(); });
 }
 
-void NativeService::check_candidate_not_locked() const {
-  const auto locks = session_->state().locks;
-  const auto lock = locks.find(Datastore::candidate);
-  if (lock == locks.end() || lock->second.holder == session_->id()) return;
-  refuse("in-use", "the candidate datastore is locked by session " + std::to_string(lock->second.holder), {});
-}
-
-void NativeService::check_lockable(Datastore datastore) const {
-  if (datastore != Datastore::candidate || !device_.candidate_is_edited()) return;
-  refuse("lock-denied",
-         "the candidate datastore has changes of this session that are neither committed nor discarded", {});
+/// Whoever may only read leaves it to the others.
+void NativeService::settle() {
+  if (!device_.commit_is_overdue()) return;
+  try {
+    const auto taken = device_.take_back_overdue();
+    if (taken.why == device::TakenBack::Why::not_yet || taken.why == device::TakenBack::Why::never_made)
+      return;
+    const auto &top = device::kTopNodes[1];
+    note_taken_back(guard_, taken, {{step({}, module_of_namespace(top.ns), top.name)}});
+  } catch (const device::FolderError &error) {
+    if (!error.no_rights) throw;
+  }
 }
 
 }  // namespace ymap::netconf

@@ -2,6 +2,7 @@
 /// The OpenConfig model as a server's data.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <utility>
 
@@ -12,7 +13,7 @@ namespace ymap::netconf {
 
 class OpenConfigService : public DataService {
  public:
-  /// `requests` must outlive the object. `act_for` tells its device whose requests it runs.
+  /// `requests` must outlive the object. `act_for` tells its device whose requests it runs, 0 for nobody's.
   OpenConfigService(Session &requests, std::function<void(uint32_t session)> act_for)
       : requests_(requests), act_for_(std::move(act_for)) {}
 
@@ -21,6 +22,9 @@ class OpenConfigService : public DataService {
     who_ = &who;
     if (act_for_) act_for_(session.id());
   }
+  Features features() const override;
+  void settle() override { requests_.settle(); }
+  void end_session() override;
   Guard &guard() override { return requests_.guard(); }
   bool judges_requests() const override { return true; }
 

@@ -24,7 +24,11 @@ struct Parsed {
 
 /// What the service alone does.
 Parsed parse_data(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  return {[action = parts.data.parse(operation, path)]() -> Result { return {action()}; }};
+  Parsed parsed = {[action = parts.data.parse(operation, path)]() -> Result { return {action()}; }};
+  for (const auto &parameter : operation.children())
+    if ((parameter.name() == "target" || parameter.name() == "source") && !parameter.children().empty())
+      parsed.target = parameter.children().front().name();
+  return parsed;
 }
 
 /// The data of the device and that of the server.
@@ -42,13 +46,12 @@ Parsed parse_get(const XmlElement &operation, const std::string &path, SessionPa
 }
 
 device::Datastore target_of(const XmlElement &operation, const std::string &path, const SessionParts &parts) {
-  return Parameters(operation, path, {"target"}).datastore("target", parts.data.candidate());
+  return Parameters(operation, path, {"target"}).datastore("target", parts.data.features().candidate);
 }
 
 Parsed parse_lock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
   const auto target = target_of(operation, path, parts);
   return {[target, &parts]() -> Result {
-            parts.data.check_lockable(target);
             parts.sessions.lock(target);
             return {};
           },
@@ -102,31 +105,46 @@ Parsed parse_get_schema(const XmlElement &operation, const std::string &path, Se
           identifier};
 }
 
+Parsed parse_create_subscription(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+  return {[wanted = parse_subscription(operation, path), &parts]() -> Result {
+    parts.subscriber.begin(wanted, parts.message, parts.data.guard().folder());
+    return {};
+  }};
+}
+
 struct Operation {
   using Weight = Asked::Weight;
   std::string_view ns, name;
   Parsed (*parse)(const XmlElement &operation, const std::string &path, SessionParts &parts);
   Weight weight = Weight::change;
   bool is_of_data = false;
-  bool of_candidate = false;  ///< only where there is a candidate datastore
+  bool (*is_there)(const Features &) = nullptr;  ///< null: always
 };
-constexpr std::array<Operation, 11> kOperations = {{
+constexpr auto kWithCandidate = [](const Features &features) {
+  return features.candidate == Candidate::present;
+};
+constexpr auto kWithNotifications = [](const Features &features) { return features.notifications; };
+constexpr auto kWithConfirmedCommit = [](const Features &features) { return features.confirmed_commit; };
+constexpr std::array<Operation, 13> kOperations = {{
     {kNetconfNs, "get", parse_get, Operation::Weight::read, true},
     {kNetconfNs, "get-config", parse_data, Operation::Weight::read, true},
     {kNetconfNs, "edit-config", parse_data, Operation::Weight::change, true},
     {kNetconfNs, "validate", parse_data, Operation::Weight::none, true},
-    {kNetconfNs, "commit", parse_data, Operation::Weight::change, true, true},
-    {kNetconfNs, "discard-changes", parse_data, Operation::Weight::change, true, true},
+    {kNetconfNs, "commit", parse_data, Operation::Weight::change, true, kWithCandidate},
+    {kNetconfNs, "discard-changes", parse_data, Operation::Weight::change, true, kWithCandidate},
+    {kNetconfNs, "cancel-commit", parse_data, Operation::Weight::change, true, kWithConfirmedCommit},
     {kNetconfNs, "lock", parse_lock},
     {kNetconfNs, "unlock", parse_unlock},
     // The end of the session is recorded.
     {kNetconfNs, "close-session", parse_close, Operation::Weight::none},
     {kNetconfNs, "kill-session", parse_kill},
     {kMonitoringNs, "get-schema", parse_get_schema, Operation::Weight::read},
+    {kNotificationNs, "create-subscription", parse_create_subscription, Operation::Weight::read, false,
+     kWithNotifications},
 }};
 
 bool is_there(const Operation &row, const SessionParts &parts) {
-  return !row.of_candidate || parts.data.candidate() == Candidate::present;
+  return row.is_there == nullptr || row.is_there(parts.data.features());
 }
 
 [[noreturn]] void refuse_unknown(const XmlElement &operation, const std::string &path,
@@ -142,8 +160,8 @@ bool is_there(const Operation &row, const SessionParts &parts) {
 
 }  // namespace
 
-Action parse_operation(const RpcMessage &message, SessionParts &parts) {
-  const auto operation = message.operation();
+Action parse_operation(SessionParts &parts) {
+  const auto operation = parts.message->operation();
   const auto path = step({}, kProtocolModule, "rpc");
   const auto row = std::ranges::find_if(kOperations, [&](const Operation &one) {
     return one.name == operation.name() && one.ns == operation.ns() && is_there(one, parts);
@@ -153,8 +171,12 @@ Action parse_operation(const RpcMessage &message, SessionParts &parts) {
   if (row->is_of_data && parts.data.judges_requests()) return std::move(parsed.action);
   Asked asked = {row->name, row->weight, std::move(parsed.target), module_of_namespace(row->ns)};
   return [asked = std::move(asked), action = std::move(parsed.action), &parts] {
-    return parts.data.guard().run(parts.who, asked,
-                                  [&](std::vector<Change> & /*changes*/) { return action(); });
+    return parts.data.guard().run(parts.who, asked, [&](Outcome &outcome) {
+      parts.data.settle();
+      auto result = action();
+      outcome.changes = parts.data.take_changes();
+      return result;
+    });
   };
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "catalogue.hpp"
 #include "data_service.hpp"
@@ -10,6 +11,7 @@
 #include "rpc_reply.hpp"
 #include "server_data.hpp"
 #include "session_control.hpp"
+#include "subscription.hpp"
 
 namespace ymap::netconf {
 
@@ -21,6 +23,8 @@ struct SessionParts {
   const ServerData &server_data;
   const Counters &counters;
   const Requester &who;
+  Subscriber &subscriber;
+  std::shared_ptr<const RpcMessage> message = {};  ///< whose operation is next
 };
 
 /// What a request that was done has as its answer.
@@ -31,7 +35,8 @@ struct Result {
 /// Runs a request. Throws RpcError, device::FolderError.
 using Action = std::function<Result()>;
 
-/// The operation of `message`, checked and ready to run; both must outlive the action. Throws RpcError.
-Action parse_operation(const RpcMessage &message, SessionParts &parts);
+/// The operation of the next message, checked and ready to run; `parts` must outlive the action, and keep the
+/// message. Throws RpcError.
+Action parse_operation(SessionParts &parts);
 
 }  // namespace ymap::netconf

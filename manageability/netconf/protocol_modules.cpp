@@ -11,22 +11,31 @@
 
 namespace ymap::netconf {
 
-Companions protocol_modules(Candidate candidate) {
+Companions protocol_modules(const Features &offered) {
   const auto folder = ietf_models();
   std::error_code error;
   if (!std::filesystem::is_directory(folder, error))
     throw UsageError("folder of IETF modules " + folder.string() +
                      " does not exist; install the package libyuma-base or name it in YMAP_IETF_MODULES");
   std::vector<const char *> features = {"writable-running", "rollback-on-error", "validate"};
-  if (candidate == Candidate::present) features.push_back("candidate");
+  if (offered.candidate == Candidate::present) features.push_back("candidate");
+  if (offered.confirmed_commit) features.push_back("confirmed-commit");
   return {
       folder,
       {{"ietf-netconf", std::move(features)}, {"ietf-netconf-monitoring"}, {"ietf-netconf-with-defaults"}}};
 }
 
-Companions managed_modules() {
-  auto companions = protocol_modules();
+Features managed_features(bool is_near) {
+  if (!is_near) return {};
+  return {.candidate = Candidate::present, .confirmed_commit = true, .notifications = true};
+}
+
+Companions managed_modules(const Features &features) {
+  auto companions = protocol_modules(features);
   companions.modules.push_back({kAccessModule.data()});
+  if (features.notifications)
+    for (const std::string_view name : {kProtocolModules[3].name, kStreamModule.name, kEventModule.name})
+      companions.modules.push_back({name.data()});
   return companions;
 }
 

@@ -106,7 +106,7 @@ void RemoteDevice::check_modules() const {
 ClientSession &RemoteDevice::session() {
   if (session_) return *session_;
   if (holds_lock_) {
-    yfw::NativeRefusal refusal(std::string(kLockLost) + "; unlock, lock and read before you go on");
+    yfw::NativeRefusal refusal(std::string(kLockLost).append("; unlock, lock and read before you go on"));
     refusal.error_tag = "operation-failed";
     refusal.path.emplace();
     refusal.type = "protocol";

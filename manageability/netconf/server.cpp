@@ -15,12 +15,15 @@
 #include "rpc_error.hpp"
 #include "rpc_reply.hpp"
 #include "server_data.hpp"
+#include "subscription.hpp"
 #include "transport.hpp"
 
 namespace ymap::netconf {
 namespace {
 
 constexpr std::chrono::seconds kHelloPatience{60};
+/// A notification is read within this, or the session ends.
+constexpr std::chrono::seconds kReadingPatience{5};
 
 /// SSH_CONNECTION is "client port server port".
 std::string client_host() {
@@ -56,25 +59,34 @@ class Server {
       : who_(requester()),
         session_(service.enter({who_.user(), who_.peer})),
         catalogue_(service.modules),
-        server_data_(catalogue_, *session_, datastores(service.data)),
-        parts_{service.data, *session_, catalogue_, server_data_, counters_, who_} {
+        server_data_(catalogue_, *session_, datastores(service.data), service.data.guard().folder()),
+        subscriber_(service.data.guard(), who_, [this](const std::string &message) { notify(message); }),
+        parts_{service.data, *session_, catalogue_, server_data_, counters_, who_, subscriber_} {
     who_.session = session_->id();
     service.data.act_for(*session_, who_);
     note("session-start");
   }
-  ~Server() { note("session-end"); }
+  ~Server() {
+    end();
+    note("session-end", ended_by_);
+  }
   Server(const Server &) = delete;
   Server &operator=(const Server &) = delete;
 
+  /// Throws what ends the session out of order.
   void run() {
-    transport_.send(write_hello(catalogue_.capabilities(), session_->id()));
-    if (!open()) return;
-    while (const auto message = next_message()) {
-      const auto reply = answer(*message);
-      // Its lock and its place are free before the client hears so (RFC 6241, section 7.8).
-      if (reply.last) session_.reset();
-      transport_.send(reply.text);
-      if (reply.last) return;
+    try {
+      serve();
+    } catch (const SessionKilled &killed) {
+      ended_by_ = "killed" + (killed.by == 0 ? std::string() : " " + std::to_string(killed.by));
+      throw;
+    } catch (const TransportError &error) {
+      if (error.kind == TransportError::Kind::timeout) ended_by_ = "timeout";
+      if (error.kind == TransportError::Kind::bad_hello) ended_by_ = "bad-hello";
+      throw;
+    } catch (...) {
+      ended_by_ = "other";
+      throw;
     }
   }
 
@@ -84,9 +96,36 @@ class Server {
     bool last = false;  ///< of the session
   };
 
+  void serve() {
+    transport_.send(write_hello(catalogue_.capabilities(), session_->id()));
+    if (!open()) return;
+    transport_.attend(&subscriber_);
+    while (const auto message = next_message()) {
+      const auto reply = answer(*message);
+      // Its lock and its place are free before the client hears so (RFC 6241, section 7.8).
+      if (reply.last) end();
+      transport_.send(reply.text);
+      if (!reply.last) continue;
+      ended_by_ = "closed";
+      return;
+    }
+  }
+
+  void notify(const std::string &message) {
+    transport_.send(message, kReadingPatience);
+    ++counters_.out_notifications;
+  }
+
+  /// Of the session among those of its device.
+  void end() {
+    if (!session_) return;
+    session_.reset();
+    parts_.data.end_session();
+  }
+
   static std::vector<device::Datastore> datastores(const DataService &data) {
     std::vector<device::Datastore> all = {device::Datastore::running};
-    if (data.candidate() == Candidate::present) all.push_back(device::Datastore::candidate);
+    if (data.features().candidate == Candidate::present) all.push_back(device::Datastore::candidate);
     return all;
   }
 
@@ -94,13 +133,15 @@ class Server {
   bool open() {
     const auto message = transport_.receive(kHelloPatience);
     if (!message) return false;
-    if (message->cut) throw TransportError("the client's <hello> is too big");
+    if (message->cut)
+      throw TransportError("the client's <hello> is too big", TransportError::Kind::bad_hello);
     try {
       transport_.use(check_hello(read_hello(XmlDocument(message->text).root())));
     } catch (const BadHello &error) {
-      throw TransportError(std::string("the client's ") + error.what());
+      throw TransportError(std::string("the client's ") + error.what(), TransportError::Kind::bad_hello);
     } catch (const RpcError &error) {
-      throw TransportError("the client's <hello> is not in order: " + error.fault().message);
+      throw TransportError("the client's <hello> is not in order: " + error.fault().message,
+                           TransportError::Kind::bad_hello);
     }
     return true;
   }
@@ -111,13 +152,13 @@ class Server {
   }
 
   Reply answer(const Deframer::Message &message) {
-    std::optional<RpcMessage> rpc;
+    std::shared_ptr<const RpcMessage> rpc;
     bool understood = false;
     Reply answered;
     try {
-      rpc.emplace(message.text);
+      rpc = parts_.message = std::make_shared<const RpcMessage>(message.text);
       if (message.cut) refuse_size();
-      const auto action = parse_operation(*rpc, parts_);
+      const auto action = parse_operation(parts_);
       understood = true;
       const auto result = action();
       answered = {reply(rpc->attributes(), result.content, Layout::compact), result.closes};
@@ -151,7 +192,9 @@ class Server {
   }
 
   /// A session that is killed without warning leaves no word of its end.
-  void note(const char *what) const { parts_.data.guard().note(who_, {what, Asked::Weight::change}); }
+  void note(const char *what, const std::string &how = {}) const {
+    parts_.data.guard().note(who_, {what, Asked::Weight::change, how});
+  }
 
   Requester who_;
   Transport transport_{STDIN_FILENO, STDOUT_FILENO};
@@ -159,7 +202,9 @@ class Server {
   Catalogue catalogue_;
   Counters counters_;
   ServerData server_data_;
+  Subscriber subscriber_;
   SessionParts parts_;
+  std::string ended_by_ = "dropped";  ///< see RecordEntry
 };
 
 }  // namespace

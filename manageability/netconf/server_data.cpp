@@ -3,10 +3,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <initializer_list>
 #include <utility>
 
+#include "change_record.hpp"
 #include "data_filter.hpp"
+#include "date_and_time.hpp"
 #include "libyang_versions.hpp"
 #include "rpc_parameters.hpp"
 #include "state_writer.hpp"
@@ -15,17 +18,10 @@ namespace ymap::netconf {
 namespace {
 
 constexpr const char *kState = "netconf-state";
+constexpr const char *kStreams = "netconf";
 
 constexpr std::string_view kLibraryNs = "urn:ietf:params:xml:ns:yang:ietf-yang-library";
 constexpr std::array<const char *, 2> kLibraryTops = {"yang-library", "modules-state"};
-
-std::string date_and_time(std::time_t when) {
-  std::array<char, 32> text{};
-  std::tm utc{};
-  gmtime_r(&when, &utc);
-  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
-  return text.data();
-}
 
 void add_capabilities(StateWriter &state, const Catalogue &catalogue) {
   state.open("capabilities");
@@ -42,7 +38,7 @@ void add_datastore(StateWriter &state, device::Datastore datastore, const Sessio
     state.open("locks");
     state.open("global-lock");
     state.leaf("locked-by-session", lock->second.holder);
-    state.leaf("locked-time", date_and_time(lock->second.since));
+    state.leaf("locked-time", date_and_time_of_second(lock->second.since));
     state.close();
     state.close();
   }
@@ -67,7 +63,7 @@ void add_counters(StateWriter &state, const Counters &counters) {
   state.leaf("in-rpcs", counters.in_rpcs);
   state.leaf("in-bad-rpcs", counters.in_bad_rpcs);
   state.leaf("out-rpc-errors", counters.out_rpc_errors);
-  state.leaf("out-notifications", 0);
+  state.leaf("out-notifications", counters.out_notifications);
 }
 
 /// The counters of other sessions are in their processes only.
@@ -77,14 +73,14 @@ void add_session(StateWriter &state, const device::SessionRecord &record, const 
   state.leaf("transport", "netconf-ssh");
   state.leaf("username", record.user);
   if (!record.source_host.empty()) state.leaf("source-host", record.source_host);
-  state.leaf("login-time", date_and_time(record.login_time));
+  state.leaf("login-time", date_and_time_of_second(record.login_time));
   if (counters != nullptr) add_counters(state, *counters);
   state.close();
 }
 
 void add_statistics(StateWriter &state, std::time_t started, const Counters &counters) {
   state.open("statistics");
-  state.leaf("netconf-start-time", date_and_time(started));
+  state.leaf("netconf-start-time", date_and_time_of_second(started));
   state.leaf("in-bad-hellos", 0);
   state.leaf("in-sessions", 1);
   state.leaf("dropped-sessions", 0);
@@ -101,10 +97,11 @@ const lysc_node *node_at(const lys_module *module, std::initializer_list<const c
 }  // namespace
 
 ServerData::ServerData(const Catalogue &catalogue, SessionControl &sessions,
-                       std::vector<device::Datastore> datastores)
+                       std::vector<device::Datastore> datastores, std::filesystem::path folder)
     : catalogue_(catalogue),
       sessions_(sessions),
       datastores_(std::move(datastores)),
+      folder_(std::move(folder)),
       started_(std::time(nullptr)) {}
 
 const std::string &ServerData::session_text(const device::SessionRecord &record) const {
@@ -153,15 +150,35 @@ std::string ServerData::netconf_state(const Counters &counters) const {
   return xml.take();
 }
 
+/// There is one, and the record is its log. Empty for a server without notifications.
+std::string ServerData::streams() const {
+  const auto *module = catalogue_.streams();
+  if (module == nullptr) return {};
+  const auto first = RecordReader::first_time(folder_);
+  XmlWriter xml(Layout::compact);
+  StateWriter state(module, nullptr, xml);
+  state.open(kStreams);
+  state.open("streams");
+  state.open("stream");
+  state.leaf("name", "NETCONF");
+  state.leaf("description", "Changes of the configuration, commits that wait, and sessions (RFC 6470)");
+  state.leaf("replaySupport", "true");
+  state.leaf("replayLogCreationTime", first ? date_and_time(*first) : date_and_time_of_second(started_));
+  for (int open = 0; open < 3; ++open) state.close();
+  return xml.take();
+}
+
 std::string ServerData::read(const std::optional<XmlElements> &filter, const Counters &counters) const {
-  if (!filter) return netconf_state(counters) + catalogue_.library_text();
+  if (!filter) return netconf_state(counters) + streams() + catalogue_.library_text();
   std::string text;
-  if (selects_top(*filter, kMonitoringNs, kState)) {
+  const auto add = [&](std::string_view ns, const char *top, const auto &made) {
+    if (!selects_top(*filter, ns, top)) return;
     lyd_node *state = nullptr;
-    lyd_parse_data_mem(catalogue_.context(), netconf_state(counters).c_str(), LYD_XML, LYD_PARSE_ONLY, 0,
-                       &state);
-    text = select(*filter, Tree(state).get());
-  }
+    lyd_parse_data_mem(catalogue_.context(), made().c_str(), LYD_XML, LYD_PARSE_ONLY, 0, &state);
+    text += select(*filter, Tree(state).get());
+  };
+  add(kMonitoringNs, kState, [&] { return netconf_state(counters); });
+  add(kStreamModule.ns, kStreams, [&] { return streams(); });
   const bool wants_library = std::ranges::any_of(
       kLibraryTops, [&](const char *top) { return selects_top(*filter, kLibraryNs, top); });
   if (wants_library) text += select(*filter, catalogue_.library());

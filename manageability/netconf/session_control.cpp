@@ -11,10 +11,6 @@ std::string kill_session_path() {
   return step(step(step({}, kProtocolModule, "rpc"), {}, "kill-session"), {}, "session-id");
 }
 
-const char *name_of(device::Datastore datastore) {
-  return datastore == device::Datastore::running ? "running" : "candidate";
-}
-
 SessionControl::State FolderSessions::state() {
   State state{sessions_.live(), {}};
   for (const auto datastore : {device::Datastore::running, device::Datastore::candidate})
@@ -23,15 +19,25 @@ SessionControl::State FolderSessions::state() {
 }
 
 void FolderSessions::lock(device::Datastore datastore) {
-  const auto held = sessions_.lock(datastore);
-  if (!held) return;
-  const auto holder = std::to_string(held->holder);
-  const std::string holds = std::string("holds the lock on ") + name_of(datastore);
-  throw RpcError({.type = "protocol",
-                  .tag = "lock-denied",
-                  .message = held->holder == id() ? "this session, " + holder + ", " + holds + " already"
-                                                  : "session " + holder + " " + holds,
-                  .session_id = held->holder});
+  using Why = device::Sessions::Denial::Why;
+  const auto denial = sessions_.lock(datastore);
+  if (!denial) return;
+  const auto other = std::to_string(denial->session);
+  const std::string name = name_of(datastore);
+  std::string message;
+  switch (denial->why) {
+    case Why::held:
+      message = (denial->session == id() ? "this session, " + other + "," : "session " + other) +
+                " holds the lock on " + name + (denial->session == id() ? " already" : "");
+      break;
+    case Why::candidate_is_edited:
+      message = "the candidate datastore has changes that are neither committed nor discarded";
+      break;
+    case Why::commit_waits:
+      message = "a commit" + (denial->session == 0 ? "" : " of session " + other) + " waits to be confirmed";
+  }
+  throw RpcError(
+      {.type = "protocol", .tag = "lock-denied", .message = message, .session_id = denial->session});
 }
 
 void FolderSessions::unlock(device::Datastore datastore) {

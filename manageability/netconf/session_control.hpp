@@ -42,8 +42,6 @@ class SessionControl {
 /// Of the parameter session-id, as faults have it.
 std::string kill_session_path();
 
-const char *name_of(device::Datastore datastore);
-
 /// A session of a device folder. Others see it, unless its user may only read the folder.
 class FolderSessions : public SessionControl {
  public:

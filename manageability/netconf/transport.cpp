@@ -13,13 +13,16 @@ namespace {
 constexpr std::array<int, 3> kEndSignals = {SIGTERM, SIGINT, SIGHUP};
 
 volatile std::sig_atomic_t ended_by = 0;
+volatile std::sig_atomic_t ended_by_session = 0;
 
-void note_signal(int signal) {
+void note_signal(int signal, siginfo_t *info, void * /*context*/) {
   ended_by = signal;
+  if (info != nullptr && info->si_code == SI_QUEUE) ended_by_session = info->si_value.sival_int;
 }
 
 void throw_if_ended() {
-  if (ended_by != 0) throw SessionKilled("ended by signal " + std::to_string(ended_by));
+  if (ended_by == 0) return;
+  throw SessionKilled("ended by signal " + std::to_string(ended_by), static_cast<uint32_t>(ended_by_session));
 }
 
 }  // namespace
@@ -29,6 +32,7 @@ Transport::Transport(int in, int out) : channel_(in, out, Channel::TooBig::to_it
   for (const int descriptor : {in, out})
     if (fcntl(descriptor, F_GETFD) < 0) throw TransportError("standard input or output is closed");
   ended_by = 0;
+  ended_by_session = 0;
   signals_.check = throw_if_ended;
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);  // a limit on file sizes shall be an error of the write
@@ -37,7 +41,8 @@ Transport::Transport(int in, int out) : channel_(in, out, Channel::TooBig::to_it
   for (const int signal : kEndSignals) sigaddset(&ends, signal);
   pthread_sigmask(SIG_BLOCK, &ends, &signals_.mask);
   struct sigaction action = {};
-  action.sa_handler = note_signal;
+  action.sa_sigaction = note_signal;
+  action.sa_flags = SA_SIGINFO;
   for (const int signal : kEndSignals) {
     sigdelset(&signals_.mask, signal);
     sigaction(signal, &action, nullptr);
@@ -55,7 +60,7 @@ std::optional<Deframer::Message> Transport::receive(std::optional<std::chrono::m
   try {
     return channel_.receive(end);
   } catch (const TooLate &) {
-    throw TransportError("the client sends nothing");
+    throw TransportError("the client sends nothing", TransportError::Kind::timeout);
   } catch (const LifelineCut &) {
     throw TransportError("the device has ended its session, and with it the lock on running");
   } catch (const MessageCutOff &) {
@@ -65,9 +70,11 @@ std::optional<Deframer::Message> Transport::receive(std::optional<std::chrono::m
   }
 }
 
-void Transport::send(std::string_view message) {
+void Transport::send(std::string_view message, std::optional<std::chrono::milliseconds> patience) {
   try {
-    channel_.send(message, std::nullopt);
+    patience ? channel_.send(message, *patience) : channel_.send(message, std::nullopt);
+  } catch (const TooLate &) {
+    throw TransportError("the client does not read what it subscribed to");
   } catch (const std::system_error &error) {
     if (error.code() == std::errc::broken_pipe)
       throw TransportError("the client went away before it had its answer");

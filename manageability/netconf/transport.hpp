@@ -3,8 +3,10 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "channel.hpp"
@@ -13,12 +15,18 @@ namespace ymap::netconf {
 
 /// A signal asked the session to end.
 struct SessionKilled : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  explicit SessionKilled(const std::string &what, uint32_t killer = 0)
+      : std::runtime_error(what), by(killer) {}
+  uint32_t by;  ///< session that sent it; 0 for none
 };
 
 /// The client is gone, or does not behave; the session cannot go on.
 struct TransportError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  /// Why a session ends (RFC 6470).
+  enum class Kind : uint8_t { dropped, timeout, bad_hello };
+  explicit TransportError(const std::string &what, Kind why = Kind::dropped)
+      : std::runtime_error(what), kind(why) {}
+  Kind kind;
 };
 
 /// Only while it waits for the client do SIGTERM, SIGINT and SIGHUP reach the process: what a request does on
@@ -41,8 +49,12 @@ class Transport {
   /// messages. Throws SessionKilled, FramingError, and TransportError, also when `patience` is over.
   std::optional<Deframer::Message> receive(std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
-  /// All of it, at the client's speed. Throws SessionKilled, TransportError.
-  void send(std::string_view message);
+  /// While it waits for the client it sees to this too; may be null.
+  void attend(Attention *attention) { channel_.attend(attention); }
+
+  /// All of it, at the client's speed, unless it takes nothing for as long as `patience`. Throws
+  /// SessionKilled, TransportError.
+  void send(std::string_view message, std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
  private:
   Stream::Signals signals_;

@@ -13,10 +13,10 @@
 #include <charconv>
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <thread>
 #include <utility>
 
+#include "date_and_time.hpp"
 #include "journal.hpp"
 #include "printable.hpp"
 
@@ -91,18 +91,6 @@ bool read_number(std::string_view text, Number &number) {
   return read.ec == std::errc() && read.ptr == text.data() + text.size();
 }
 
-/// Of "2026-11-23T23:30:00.123456Z".
-std::optional<int64_t> nanoseconds_of(const std::string &text) {
-  std::tm utc{};
-  const char *rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &utc);
-  if (rest == nullptr || *rest != '.') return std::nullopt;
-  int64_t microseconds = 0;
-  if (text.size() != 27 || !text.ends_with('Z') ||
-      !read_number(std::string_view(text).substr(20, 6), microseconds))
-    return std::nullopt;
-  return timegm(&utc) * kSecond + microseconds * 1000;
-}
-
 std::string seconds_of(int64_t nanoseconds) {
   std::array<char, 32> text{};
   std::snprintf(text.data(), text.size(), "%.6f",
@@ -115,12 +103,13 @@ struct TextField {
   std::string_view name;
   std::string RecordEntry::*text;
 };
-constexpr std::array<TextField, 8> kTextFields = {{
+constexpr std::array<TextField, 9> kTextFields = {{
     {"user", &RecordEntry::user},
     {"peer", &RecordEntry::peer},
     {"front", &RecordEntry::front},
     {"operation", &RecordEntry::operation},
     {"target", &RecordEntry::target},
+    {"confirm", &RecordEntry::confirm},
     {"result", &RecordEntry::result},
     {"message", &RecordEntry::message},
     {"path", &RecordEntry::path},
@@ -135,8 +124,9 @@ void read_parameter(std::string_view name, const std::string &value, RecordEntry
   if (name == "session") read_number(value, entry.session);
   if (name == "group") entry.groups.push_back(value);
   if (name != "duration") return;
+  constexpr double longest = 1e9;
   double seconds = 0;
-  if (read_number(value, seconds))
+  if (read_number(value, seconds) && seconds >= 0 && seconds < longest)
     entry.duration = static_cast<int64_t>(seconds * static_cast<double>(kSecond));
 }
 
@@ -190,17 +180,6 @@ void rotate(const fs::path &folder) {
 
 }  // namespace
 
-std::string date_and_time(int64_t nanoseconds) {
-  const std::time_t seconds = nanoseconds / kSecond;
-  std::tm utc{};
-  gmtime_r(&seconds, &utc);
-  std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &utc);
-  std::array<char, 16> fraction{};
-  std::snprintf(fraction.data(), fraction.size(), ".%06dZ", static_cast<int>(nanoseconds % kSecond / 1000));
-  return std::string(text.data()) + fraction.data();
-}
-
 std::string line_of(const RecordEntry &entry) {
   auto line = date_and_time(entry.time).append(" [").append(kEntryId);
   const auto add_texts = [&](std::size_t first, std::size_t last) {
@@ -226,7 +205,7 @@ std::string line_of(const RecordEntry &entry) {
 std::optional<RecordEntry> read_line(std::string_view line) {
   const auto space = line.find(' ');
   if (space == std::string_view::npos) return std::nullopt;
-  const auto time = nanoseconds_of(std::string(line.substr(0, space)));
+  const auto time = read_date_and_time(line.substr(0, space));
   Elements elements(line.substr(space + 1));
   if (!time || elements.next() != kEntryId) return std::nullopt;
   RecordEntry entry;
@@ -235,7 +214,9 @@ std::optional<RecordEntry> read_line(std::string_view line) {
   while (elements.next() == kChangeId) {
     auto &change = entry.changes.emplace_back();
     while (auto parameter = elements.parameter()) read_parameter(parameter->first, parameter->second, change);
-    change.access = !change.before ? Access::create : !change.after ? Access::remove : Access::update;
+    // Without values something below is another.
+    if (change.before.has_value() != change.after.has_value())
+      change.access = change.after ? Access::create : Access::remove;
   }
   if (!elements.is_whole() || entry.operation.empty()) return std::nullopt;
   return entry;
@@ -266,19 +247,24 @@ RecordReader::RecordReader(fs::path folder) : folder_(std::move(folder)) {
   open_files();
 }
 
+/// From the newest on, as files are moved the other way meanwhile: none is met twice, and none is missed
+/// unless the record is moved as a whole, which shows at the end.
 void RecordReader::open_files() {
   std::vector<File> found;
-  for (int old = Record::kOldFiles; old >= 0; --old) {
+  const auto has = [](const std::vector<File> &files, uint64_t inode) {
+    return std::ranges::find(files, inode, &File::inode) != files.end();
+  };
+  for (int old = 0; old <= Record::kOldFiles; ++old) {
     device::Descriptor file(
         ::open((folder_ / file_name(old)).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (file.get() < 0 && errno == EACCES)
+      device::folder_failure("cannot read", folder_ / file_name(old), errno,
+                             "ask the device's owner for the right to");
     struct stat status {};
-    if (!is_plain(file.get(), status)) continue;
-    const auto is_known = [&](const File &one) { return one.inode == status.st_ino; };
+    if (!is_plain(file.get(), status) || has(found, status.st_ino)) continue;
     // What is older than a file that was read, was read.
-    if (std::ranges::any_of(files_, is_known))
-      found.clear();
-    else if (std::ranges::none_of(found, is_known))
-      found.push_back({std::move(file), status.st_ino, {}});
+    if (has(files_, status.st_ino)) break;
+    found.insert(found.begin(), File{std::move(file), status.st_ino, {}});
   }
   std::ranges::move(found, std::back_inserter(files_));
 }
@@ -308,8 +294,25 @@ void RecordReader::read(const Take &take) {
   if (files_.size() > 1) files_.erase(files_.begin(), files_.end() - 1);
 }
 
+std::optional<int64_t> RecordReader::first_time(const fs::path &folder) {
+  constexpr std::size_t longest = 40;  // a time, and a bit
+  for (int old = Record::kOldFiles; old >= 0; --old) {
+    const device::Descriptor file(
+        ::open((folder / file_name(old)).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    std::string begin(longest, '\0');
+    if (file.get() < 0 || ::read(file.get(), begin.data(), begin.size()) <= 0) continue;
+    return read_date_and_time(std::string_view(begin).substr(0, begin.find(' ')));
+  }
+  return std::nullopt;
+}
+
 void RecordReader::skip() {
-  read([](const RecordEntry &) {});
+  open_files();
+  if (files_.size() > 1) files_.erase(files_.begin(), files_.end() - 1);
+  for (auto &file : files_) {
+    file.rest.clear();
+    ::lseek(file.descriptor.get(), 0, SEEK_END);
+  }
 }
 
 int RecordReader::descriptor() {

@@ -24,7 +24,12 @@ struct RecordEntry {
   std::string peer, front;
   uint32_t session = 0;
   std::string operation;  ///< of the protocol, or session-start, session-end
-  std::string target;     ///< what the operation was about: a datastore, another session
+  /// What the operation was about: a datastore, another session. Of session-end the reason (RFC 6470), with
+  /// "killed" the session that did it, if that is known.
+  std::string target;
+  /// What it was to a commit that is to be confirmed: "start" or "extend" and the seconds that it may wait,
+  /// "complete", "cancel", "timeout".
+  std::string confirm;
   std::vector<Change> changes;
   std::string result;    ///< "done", or an error-tag (RFC 6241, appendix A)
   std::string message;   ///< of a refusal
@@ -37,9 +42,6 @@ struct RecordEntry {
 std::string line_of(const RecordEntry &entry);
 /// Nothing if the line is none of line_of(), or cut.
 std::optional<RecordEntry> read_line(std::string_view line);
-
-/// "2026-11-23T23:30:00.123456Z".
-std::string date_and_time(int64_t nanoseconds);
 
 class Record {
  public:
@@ -75,6 +77,9 @@ class RecordReader {
 
   /// Throws device::FolderError.
   explicit RecordReader(std::filesystem::path folder);
+
+  /// When the oldest entry that is kept begins; nothing for none.
+  static std::optional<int64_t> first_time(const std::filesystem::path &folder);
 
   /// The entries that there are and were not taken yet, the oldest first; at first all that are kept.
   void read(const Take &take);

@@ -85,8 +85,10 @@ void Guard::judge(const Requester &who, const Rights &rights, const std::vector<
   }
 }
 
-void Guard::note(const Requester &who, const Asked &asked) {
-  Recording(*this, who, asked).end(nullptr);
+void Guard::note(const Requester &who, const Asked &asked, Outcome outcome) {
+  Recording recording(*this, who, asked);
+  recording.outcome() = std::move(outcome);
+  recording.end(nullptr);
 }
 
 RecordEntry Guard::Recording::entry() const {
@@ -119,7 +121,8 @@ void Guard::Recording::end(const std::exception *error) {
                            (asked_.weight == Asked::Weight::read && guard_.record_.options().reads);
   if (!is_recorded) return;
   auto done = entry();
-  done.changes = std::move(changes_);
+  done.changes = std::move(outcome_.changes);
+  done.confirm = std::move(outcome_.confirm);
   done.result = fault.tag;
   done.message = fault.message;
   done.path = fault.path;

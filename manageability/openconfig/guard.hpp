@@ -29,6 +29,12 @@ struct Asked {
   std::string_view module = "ietf-netconf";
 };
 
+/// What work tells of itself, for the record.
+struct Outcome {
+  std::vector<Change> changes = {};
+  std::string confirm = {};  ///< see RecordEntry
+};
+
 /// How often access was denied at a device (RFC 8341, section 3.4.1).
 struct DeniedCounts {
   uint32_t operations = 0, data_writes = 0, notifications = 0;
@@ -43,7 +49,7 @@ class Guard {
   /// Of whoever asks, by the rules as they are now; valid until the next call.
   const Rights &rights(const Requester &who);
 
-  /// Judges the action, does `work`, and records what became of it. `work` may fill in what it changes.
+  /// Judges the action, does `work`, and records what became of it. `work` may fill in what it did.
   /// Throws RpcError: access-denied, or operation-failed where it cannot be recorded but must be; and as
   /// `work`.
   template <typename Work>
@@ -52,12 +58,12 @@ class Guard {
     try {
       judge(who, asked);
       recording.begin();
-      using Result = std::invoke_result_t<Work, std::vector<Change> &>;
+      using Result = std::invoke_result_t<Work, Outcome &>;
       if constexpr (std::is_void_v<Result>) {
-        work(recording.changes());
+        work(recording.outcome());
         recording.end(nullptr);
       } else {
-        auto result = work(recording.changes());
+        auto result = work(recording.outcome());
         recording.end(nullptr);
         return result;
       }
@@ -67,12 +73,14 @@ class Guard {
     }
   }
 
-  /// Records something that is not asked for: a session that begins or ends.
-  void note(const Requester &who, const Asked &asked);
+  /// Records something that is not asked for, such as a session that begins or ends.
+  void note(const Requester &who, const Asked &asked, Outcome outcome = {});
 
   /// Throws RpcError: access-denied at the first change that the user may not make.
   void judge(const Requester &who, const Rights &rights, const std::vector<Change> &changes) const;
 
+  /// Where the record and the counters are; empty for nowhere.
+  const std::filesystem::path &folder() const { return folder_; }
   DeniedCounts denied() const;
   void count_denied_notification() const { count(&DeniedCounts::notifications); }
 
@@ -81,7 +89,7 @@ class Guard {
    public:
     Recording(Guard &guard, const Requester &who, const Asked &asked)
         : guard_(guard), who_(who), asked_(asked) {}
-    std::vector<Change> &changes() { return changes_; }
+    Outcome &outcome() { return outcome_; }
     void begin();
     void end(const std::exception *error);
 
@@ -91,7 +99,7 @@ class Guard {
     Guard &guard_;
     const Requester &who_;
     const Asked &asked_;
-    std::vector<Change> changes_;
+    Outcome outcome_;
     int64_t started_ = now();
   };
 

@@ -30,6 +30,7 @@ Send journal() {
 std::string summary_of(const RecordEntry &entry) {
   auto text = entry.user + ": " + entry.operation;
   if (!entry.target.empty()) text += " " + entry.target;
+  if (!entry.confirm.empty()) text += " (confirmed commit: " + entry.confirm + ")";
   for (const auto &change : entry.changes)
     text += " " + change.path + " " + change.before.value_or("-") + " -> " + change.after.value_or("-");
   text += ": " + entry.result;
@@ -54,6 +55,7 @@ void send_to_journal(const RecordEntry &entry, const std::string &line) {
         "YMAP_FRONT=" + entry.front,
         "YMAP_SESSION=" + std::to_string(entry.session),
         "YMAP_OPERATION=" + entry.operation,
+        "YMAP_CONFIRM=" + entry.confirm,
         "YMAP_RESULT=" + entry.result,
         "YMAP_RECORD=" + line,
     };

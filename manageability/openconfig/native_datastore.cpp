@@ -53,9 +53,9 @@ std::string words(const device::EditError &error) {
 }
 
 template <typename Work>
-void passing_refusals_on(const Work &work) {
+auto passing_refusals_on(const Work &work) {
   try {
-    work();
+    return work();
   } catch (const device::EditError &error) {
     yfw::NativeRefusal refusal(words(error));
     refusal.error_tag = error.error_tag;
@@ -93,9 +93,45 @@ std::shared_ptr<const NativeDevice::Rules> FolderDevice::access_rules() {
 }
 
 NativeDevice::Rules FolderDevice::access_rules_after(const RulesEdit &edit) {
-  Rules rules;
-  passing_refusals_on([&] { rules = opened().guest_after(edit); });
-  return rules;
+  return passing_refusals_on([&] { return opened().guest_after(edit); });
+}
+
+device::CommitEvent FolderDevice::edit(const yfw::Datatree &request, const RulesEdit &rules,
+                                       const device::Commit &commit) {
+  return passing_refusals_on([&] { return opened().edit(device_nodes(request.root(), rules), commit); });
+}
+
+device::CommitEvent FolderDevice::commit_candidate(const device::Commit &commit) {
+  return passing_refusals_on([&] { return opened().commit_candidate(commit); });
+}
+
+device::TakenBack FolderDevice::cancel_commit(const std::optional<std::string> &persist_id) {
+  return passing_refusals_on([&] { return opened().cancel_commit(persist_id); });
+}
+
+void FolderDevice::confirm_commit(const std::optional<std::string> &persist_id) {
+  passing_refusals_on([&] { opened().confirm_commit(persist_id); });
+}
+
+void FolderDevice::edit_candidate(const yfw::Datatree &request, const RulesEdit &rules) {
+  passing_refusals_on([&] { opened().edit_candidate(device_nodes(request.root(), rules)); });
+}
+
+void FolderDevice::test_candidate(const yfw::Datatree &request, const RulesEdit &rules) {
+  passing_refusals_on([&] { opened().validate_candidate(device_nodes(request.root(), rules)); });
+}
+
+void FolderDevice::discard_candidate() {
+  passing_refusals_on([&] { opened().discard_candidate(); });
+}
+
+NativeDevice::Rules FolderDevice::candidate_rules(const RulesEdit &edit) {
+  return passing_refusals_on([&] { return opened().candidate_guest(edit); });
+}
+
+void FolderDevice::read_candidate(const yfw::Datatree &request, yfw::Datatree &answer) {
+  AnswerTree sink(answer);
+  passing_refusals_on([&] { opened().read_candidate(device_nodes(request.root()), sink); });
 }
 
 bool FolderDevice::belongs_to(uid_t user) {
@@ -106,6 +142,26 @@ bool FolderDevice::belongs_to(uid_t user) {
 void FolderDevice::act_for(uint32_t session) {
   session_ = session;
   if (device_) device_->act_for(session);
+}
+
+void RequestDatastore::read_config(const yfw::Datatree &request, yfw::Datatree &answer) {
+  if (manner_.datastore == device::Datastore::candidate)
+    device_.near()->read_candidate(request, answer);
+  else
+    device_.read_config(request, answer);
+}
+
+void RequestDatastore::edit(const yfw::Datatree &request) {
+  if (manner_.datastore == device::Datastore::candidate) {
+    auto &near = *device_.near();
+    manner_.test_only ? near.test_candidate(request, *rules_) : near.edit_candidate(request, *rules_);
+  } else if (manner_.test_only) {
+    device_.test(request, *rules_);
+  } else if (manner_.commit != nullptr) {
+    event_ = device_.near()->edit(request, *rules_, *manner_.commit);
+  } else {
+    device_.edit(request, *rules_);
+  }
 }
 
 }  // namespace ymap

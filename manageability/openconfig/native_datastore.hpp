@@ -14,8 +14,11 @@
 
 #include "device.hpp"
 #include "mapper.hpp"
+#include "sessions.hpp"
 
 namespace ymap {
+
+class FolderDevice;
 
 /// A device that speaks the native models, wherever it is.
 class NativeDevice : public yfw::NativeDatastore {
@@ -38,8 +41,9 @@ class NativeDevice : public yfw::NativeDatastore {
   virtual bool belongs_to(uid_t user) = 0;
   /// Where more is kept about the device; empty for a device elsewhere.
   virtual std::filesystem::path folder() const = 0;
-  /// A read beside a request costs nothing that counts.
-  bool is_near() const { return !folder().empty(); }
+  /// Itself, where it is in a folder here: then a read beside a request costs nothing that counts, and there
+  /// is a candidate configuration. Else null.
+  virtual FolderDevice *near() { return nullptr; }
 
   /// What was wrong with the answers since the last call, and no reason to refuse the request.
   virtual std::vector<std::string> take_warnings() { return {}; }
@@ -82,6 +86,25 @@ class FolderDevice : public NativeDevice {
   void act_for(uint32_t session);
 
   std::filesystem::path folder() const override { return folder_; }
+  FolderDevice *near() override { return this; }
+
+  /// An edit of what runs that is to be confirmed as a commit is. Throw as edit().
+  device::CommitEvent edit(const yfw::Datatree &request, const RulesEdit &rules,
+                           const device::Commit &commit);
+  device::CommitEvent commit_candidate(const device::Commit &commit);
+  device::TakenBack cancel_commit(const std::optional<std::string> &persist_id);
+  void confirm_commit(const std::optional<std::string> &persist_id);
+  void edit_candidate(const yfw::Datatree &request, const RulesEdit &rules);
+  void test_candidate(const yfw::Datatree &request, const RulesEdit &rules);
+  void discard_candidate();
+  /// What an edit makes of the candidate's access rules; nothing of them without one.
+  Rules candidate_rules(const RulesEdit &edit = {});
+  /// Throws device::FolderError.
+  void read_candidate(const yfw::Datatree &request, yfw::Datatree &answer);
+  const device::Device &state() { return opened(); }
+  bool commit_is_overdue() { return device::commit_may_wait(folder_) && opened().commit_is_overdue(); }
+  device::TakenBack take_back_overdue() { return opened().take_back_overdue(); }
+  std::shared_ptr<const void> transaction() { return opened().transaction(); }
 
  private:
   device::Device &opened();
@@ -92,29 +115,33 @@ class FolderDevice : public NativeDevice {
   uint32_t session_ = 0;
 };
 
-/// The same device for one request: its edits take the rules along that the request edits, and are only tried
-/// where it says so.
+/// The same device for one request: what that says beside the data goes along.
 class RequestDatastore : public yfw::NativeDatastore {
  public:
+  struct Manner {
+    device::Datastore datastore = device::Datastore::running;  ///< candidate: of a device that is near
+    bool test_only = false;
+    const device::Commit *commit = nullptr;  ///< of an edit that is to be confirmed, likewise
+  };
+  /// For reads. The device must outlive it.
+  RequestDatastore(NativeDevice &device, device::Datastore datastore)
+      : device_(device), manner_{.datastore = datastore} {}
   /// All must outlive it.
-  RequestDatastore(NativeDevice &device, const NativeDevice::RulesEdit &rules, bool test_only)
-      : device_(device), rules_(rules), test_only_(test_only) {}
+  RequestDatastore(NativeDevice &device, const NativeDevice::RulesEdit &rules, Manner manner)
+      : device_(device), rules_(&rules), manner_(manner) {}
 
   void read(const yfw::Datatree &request, yfw::Datatree &answer) override { device_.read(request, answer); }
-  void read_config(const yfw::Datatree &request, yfw::Datatree &answer) override {
-    device_.read_config(request, answer);
-  }
-  void edit(const yfw::Datatree &request) override {
-    if (test_only_)
-      device_.test(request, rules_);
-    else
-      device_.edit(request, rules_);
-  }
+  void read_config(const yfw::Datatree &request, yfw::Datatree &answer) override;
+  void edit(const yfw::Datatree &request) override;
+
+  /// What the edit was to a commit.
+  device::CommitEvent event() const { return event_; }
 
  private:
   NativeDevice &device_;
-  const NativeDevice::RulesEdit &rules_;
-  bool test_only_;
+  const NativeDevice::RulesEdit *rules_ = nullptr;
+  Manner manner_;
+  device::CommitEvent event_ = device::CommitEvent::none;
 };
 
 }  // namespace ymap

@@ -13,7 +13,9 @@
 #include "datatree.hpp"
 #include "device.hpp"
 #include "rpc_error.hpp"
+#include "rpc_parameters.hpp"
 #include "schema.hpp"
+#include "sessions.hpp"
 #include "xml_document.hpp"
 
 namespace ymap {
@@ -23,9 +25,11 @@ struct Request {
   Kind kind = Kind::get;
   bool state_only = false;
   bool selects_nothing = false;  ///< a filter that no data can match: the answer is empty
-  bool test_only = false;        ///< an edit that is tried and not stored; a <validate> is one
-  bool is_validation = false;    ///< that
-  yfw::Datatree tree;            ///< subtree filter (empty: everything) or edit
+  device::Datastore datastore = device::Datastore::running;
+  std::optional<device::Commit> commit;  ///< of an edit of running that is to be confirmed
+  bool test_only = false;                ///< an edit that is tried and not stored; a <validate> is one
+  bool is_validation = false;            ///< that
+  yfw::Datatree tree;                    ///< subtree filter (empty: everything) or edit
   /// What it selects of the access rules, or does to them: texts of the message, and of `texts`.
   std::vector<device::RequestNode> rules;
   bool selects_all_rules = false;
@@ -38,7 +42,8 @@ struct Request {
 /// The operation element of an <rpc>: get, get-config, edit-config or validate (RFC 6241, sections 7
 /// and 8.6), at `path`. It is checked against the schema: elements, values, operations. List keys are the
 /// plug-in's to judge. Throws RpcError.
-Request parse_operation(const XmlElement &operation, const std::string &path, const Schema &schema);
+Request parse_operation(const XmlElement &operation, const std::string &path, const Schema &schema,
+                        Candidate candidate = Candidate::absent);
 
 /// A NETCONF <rpc>.
 class RpcMessage {

@@ -1,6 +1,7 @@
 // Checks the parameters of operations on data.
 #include "operation_parameters.hpp"
 
+#include <charconv>
 #include <iterator>
 
 #include "printable.hpp"
@@ -88,6 +89,53 @@ ValidateParameters::ValidateParameters(const XmlElement &operation, const std::s
   config = children.front();
   config_path = parameters.path_of("source") + "/config";
   check_config(*config, config_path);
+}
+
+namespace {
+
+/// A text of any kind; white space around it is part of it.
+std::optional<std::string> persist_text(const Parameters &parameters, const std::string &name) {
+  const auto *element = parameters.find(name);
+  if (element == nullptr) return std::nullopt;
+  parameters.text(name);  // no elements in it
+  return std::string(element->text());
+}
+
+}  // namespace
+
+device::Commit parse_commit(const XmlElement &operation, const std::string &path) {
+  const Parameters parameters(operation, path, {"confirmed", "confirm-timeout", "persist", "persist-id"});
+  device::Commit commit;
+  commit.persist_id = persist_text(parameters, "persist-id");
+  if (parameters.find("confirmed") != nullptr) {
+    if (!parameters.text("confirmed").empty())
+      refuse("bad-element", "confirmed is empty; it holds nothing", parameters.path_of("confirmed"),
+             "confirmed");
+    commit.to_confirm.emplace();
+    commit.to_confirm->persist = persist_text(parameters, "persist");
+  }
+  for (const char *name : {"confirm-timeout", "persist"}) {
+    if (parameters.find(name) == nullptr) continue;
+    if (!commit.to_confirm)
+      refuse("missing-element",
+             std::string(name) + " is of a commit that is to be confirmed; confirmed is missing",
+             parameters.path(), "confirmed");
+  }
+  if (parameters.find("confirm-timeout") != nullptr) {
+    const auto text = parameters.text("confirm-timeout");
+    uint32_t seconds = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || seconds == 0)
+      refuse("invalid-value",
+             "confirm-timeout \"" + shortened(text) + "\" is no number of seconds from 1 to 4294967295",
+             parameters.path_of("confirm-timeout"));
+    commit.to_confirm->timeout = std::chrono::seconds(seconds);
+  }
+  return commit;
+}
+
+std::optional<std::string> parse_cancel_commit(const XmlElement &operation, const std::string &path) {
+  return persist_text(Parameters(operation, path, {"persist-id"}), "persist-id");
 }
 
 }  // namespace ymap

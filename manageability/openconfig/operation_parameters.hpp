@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "device.hpp"
 #include "rpc_parameters.hpp"
 #include "xml_document.hpp"
 
@@ -40,5 +41,10 @@ struct ValidateParameters {
   std::optional<XmlElement> config;
   std::string config_path;
 };
+
+/// Of <commit> (RFC 6241, sections 8.3.4.1 and 8.4.5).
+device::Commit parse_commit(const XmlElement &operation, const std::string &path);
+/// The persist-id of <cancel-commit>, if there is one (RFC 6241, section 8.4.4.1).
+std::optional<std::string> parse_cancel_commit(const XmlElement &operation, const std::string &path);
 
 }  // namespace ymap

@@ -22,7 +22,8 @@ void read_filter(const Parameters &parameters, const Schema &schema, Request &re
   request.rules = rules_filter(filter->children(), request.texts);
 }
 
-Request parse_get(const XmlElement &operation, const std::string &path, const Schema &schema) {
+Request parse_get(const XmlElement &operation, const std::string &path, const Schema &schema,
+                  Candidate /*candidate*/) {
   Request request;
   request.kind = Request::Kind::get;
   const Parameters parameters(operation, path, {"filter", "with-defaults"});
@@ -31,11 +32,12 @@ Request parse_get(const XmlElement &operation, const std::string &path, const Sc
   return request;
 }
 
-Request parse_get_config(const XmlElement &operation, const std::string &path, const Schema &schema) {
+Request parse_get_config(const XmlElement &operation, const std::string &path, const Schema &schema,
+                         Candidate candidate) {
   Request request;
   request.kind = Request::Kind::get_config;
   const Parameters parameters(operation, path, {"source", "filter", "with-defaults"});
-  parameters.datastore("source", Candidate::absent);
+  request.datastore = parameters.datastore("source", candidate);
   check_with_defaults(parameters);
   read_filter(parameters, schema, request);
   return request;
@@ -43,10 +45,12 @@ Request parse_get_config(const XmlElement &operation, const std::string &path, c
 
 // Every edit is atomic, so all three error options hold: nothing is done after the first error, as there is
 // nothing left to do.
-Request parse_edit_config(const XmlElement &operation, const std::string &path, const Schema &schema) {
+Request parse_edit_config(const XmlElement &operation, const std::string &path, const Schema &schema,
+                          Candidate candidate) {
   Request request;
   request.kind = Request::Kind::edit;
-  const EditParameters edit(operation, path, Candidate::absent);
+  const EditParameters edit(operation, path, candidate);
+  request.datastore = edit.target;
   request.test_only = edit.test_only;
   parse_edit(schema, edit.config, edit.config_path, edit.default_operation, request.tree, request.stated);
   request.rules = rules_edit(edit.config.children(), edit.default_operation, request.texts);
@@ -55,12 +59,14 @@ Request parse_edit_config(const XmlElement &operation, const std::string &path, 
 
 /// What is stored is valid, so running is tried by an edit of nothing; a configuration in the request by one
 /// that would put it in the place of running (RFC 6241, section 8.6.4.1).
-Request parse_validate(const XmlElement &operation, const std::string &path, const Schema &schema) {
+Request parse_validate(const XmlElement &operation, const std::string &path, const Schema &schema,
+                       Candidate candidate) {
   Request request;
   request.kind = Request::Kind::edit;
   request.test_only = true;
   request.is_validation = true;
-  const ValidateParameters validate(operation, path, Candidate::absent);
+  const ValidateParameters validate(operation, path, candidate);
+  request.datastore = validate.source;
   if (!validate.config) return request;
   parse_edit(schema, *validate.config, validate.config_path, DefaultOperation::replace, request.tree,
              request.stated);
@@ -70,7 +76,8 @@ Request parse_validate(const XmlElement &operation, const std::string &path, con
 
 struct Operation {
   std::string_view name;
-  Request (*parse)(const XmlElement &operation, const std::string &path, const Schema &schema);
+  Request (*parse)(const XmlElement &operation, const std::string &path, const Schema &schema,
+                   Candidate candidate);
 };
 constexpr std::array<Operation, 4> kOperations = {{
     {"get", parse_get},
@@ -144,14 +151,15 @@ Request RpcMessage::request(const Schema &schema) const {
   return parse_operation(operation(), step({}, kProtocolModule, "rpc"), schema);
 }
 
-Request parse_operation(const XmlElement &operation, const std::string &path, const Schema &schema) {
+Request parse_operation(const XmlElement &operation, const std::string &path, const Schema &schema,
+                        Candidate candidate) {
   const auto row = std::ranges::find(kOperations, operation.name(), &Operation::name);
   if (row == kOperations.end() || operation.ns() != kNetconfNs) {
     not_supported("operation " + shortened(operation.name()) + " of namespace \"" +
                       shortened(operation.ns()) + "\" is none of get, get-config, edit-config, validate",
                   path);
   }
-  return row->parse(operation, path, schema);
+  return row->parse(operation, path, schema, candidate);
 }
 
 }  // namespace ymap

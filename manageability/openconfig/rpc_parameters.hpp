@@ -18,18 +18,33 @@ namespace ymap {
 struct ProtocolModule {
   std::string_view name, prefix, ns;
 };
-inline constexpr std::array<ProtocolModule, 3> kProtocolModules = {{
+inline constexpr std::array<ProtocolModule, 6> kProtocolModules = {{
     {"ietf-netconf", "nc", kNetconfNs},
     {"ietf-netconf-monitoring", "ncm", "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"},
     {"ietf-netconf-with-defaults", "ncwd", "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"},
+    {"notifications", "ncEvent", "urn:ietf:params:xml:ns:netconf:notification:1.0"},
+    {"nc-notifications", "manageEvent", "urn:ietf:params:xml:ns:netmod:notification"},
+    {"ietf-netconf-notifications", "ncn", "urn:ietf:params:xml:ns:yang:ietf-netconf-notifications"},
 }};
 /// Of the base protocol, first step of the paths of its elements.
 inline constexpr std::string_view kProtocolModule = kProtocolModules[0].name;
 inline constexpr std::string_view kMonitoringNs = kProtocolModules[1].ns;
 inline constexpr std::string_view kWithDefaultsNs = kProtocolModules[2].ns;
+inline constexpr std::string_view kNotificationNs = kProtocolModules[3].ns;
+/// Of what a server tells of its streams, and of their course; and of the base protocol's events.
+inline constexpr ProtocolModule kStreamModule = kProtocolModules[4];
+inline constexpr ProtocolModule kEventModule = kProtocolModules[5];
 
 /// Whether there is a candidate datastore beside the running one.
 enum class Candidate { absent, present };
+
+/// What a server may lack.
+struct Features {
+  Candidate candidate = Candidate::absent;
+  bool confirmed_commit = false;  ///< needs a candidate
+  bool notifications = false;
+  bool operator==(const Features &) const = default;
+};
 
 /// Throws RpcError: a fault of the layer "protocol" unless said otherwise.
 [[noreturn]] void refuse(const char *tag, const std::string &message, const std::string &path,

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "native_refusal.hpp"
 #include "printable.hpp"
 #include "rpc_error.hpp"
 #include "rules_answer.hpp"
@@ -82,15 +83,6 @@ RpcError rpc_error(const yfw::Refusal &refusal, const Request &request, const Sc
   return RpcError(std::move(fault));
 }
 
-/// Of the access rules, which no mapping stands before.
-RpcError rpc_error(const yfw::NativeRefusal &refusal) {
-  Fault fault = {.tag = refusal.error_tag, .message = refusal.what(), .path = refusal.path.value_or("")};
-  if (!refusal.type.empty()) fault.type = refusal.type;
-  if (fault.tag == "in-use") fault = {.type = "protocol", .tag = fault.tag, .message = fault.message};
-  fault.session_id = refusal.session_id;
-  return RpcError(std::move(fault));
-}
-
 yfw::Read read_of(const Request &request) {
   return {&request.tree, request.kind == Request::Kind::get ? YMAP_REQ_GET : YMAP_REQ_GET_CONFIG,
           request.state_only ? YMAP_CONTENT_STATE_ONLY : 0};
@@ -101,12 +93,13 @@ Asked asked_by(const Request &request) {
     case Request::Kind::get:
       return {"get"};
     case Request::Kind::get_config:
-      return {"get-config", Asked::Weight::read, "running"};
+      return {"get-config", Asked::Weight::read, name_of(request.datastore)};
     case Request::Kind::edit:
       break;
   }
   if (request.is_validation) return {"validate", Asked::Weight::none};
-  return {"edit-config", request.test_only ? Asked::Weight::none : Asked::Weight::change, "running"};
+  return {"edit-config", request.test_only ? Asked::Weight::none : Asked::Weight::change,
+          name_of(request.datastore)};
 }
 
 /// The amplifiers that an edit names; nothing if it may concern all.
@@ -162,14 +155,16 @@ Session::Session(const Parts &parts, std::filesystem::path folder)
     : Session(parts, std::make_unique<FolderDevice>(std::move(folder), parts.models)) {}
 
 Answer Session::run(const Requester &who, const Request &request) {
-  return guard_.run(who, asked_by(request), [&](std::vector<Change> &changes) {
+  settle();
+  return guard_.run(who, asked_by(request), [&](Outcome &outcome) {
     const auto &rights = guard_.rights(who);
-    return request.kind == Request::Kind::edit ? edit(who, rights, request, changes) : read(rights, request);
+    return request.kind == Request::Kind::edit ? edit(who, rights, request, outcome) : read(rights, request);
   });
 }
 
 Answer Session::read(const Rights &rights, const Request &request) {
-  auto answer = run(request, *device_);
+  RequestDatastore datastore(*device_, request.datastore);
+  auto answer = run(request, datastore);
   if (!rights.can_read_all_of(schema_.module_name())) {
     drop_secret_matches(schema_, rights, request.tree, answer.data);
     prune(schema_, rights, answer.data);
@@ -178,65 +173,106 @@ Answer Session::read(const Rights &rights, const Request &request) {
   }
   if (request.selects_all_rules || !request.rules.empty()) {
     const bool with_counts = request.kind == Request::Kind::get;
-    answer.rules = rules_answer(*device_->access_rules(), rights,
-                                with_counts ? std::optional(guard_.denied()) : std::nullopt,
+    const auto rules = request.datastore == device::Datastore::candidate
+                           ? std::make_shared<const NativeDevice::Rules>(device_->near()->candidate_rules())
+                           : device_->access_rules();
+    answer.rules = rules_answer(*rules, rights, with_counts ? std::optional(guard_.denied()) : std::nullopt,
                                 request.selects_all_rules ? nullptr : &request.rules);
   }
   return answer;
 }
 
-Leaves Session::configuration_touched_by(const Request &request) {
-  if (!vidl_yfw_datatree_has_subtrees(request.tree.root())) return {};
-  const auto leaves = [&](const std::vector<std::string> &amplifiers) {
-    const auto read = read_request(schema_, Request::Kind::get_config, false, amplifiers);
-    return leaves_of(schema_, run(read, *device_).data);
-  };
-  if (const auto names = amplifiers_of(schema_, request.tree.root())) {
-    try {
-      return leaves(*names);
-    } catch (const RpcError &) {
-      // One of them is not there, which is for the edit to say.
-    }
+Leaves Session::configuration(device::Datastore datastore, const std::vector<std::string> &amplifiers) {
+  auto read = read_request(schema_, Request::Kind::get_config, false, amplifiers);
+  RequestDatastore source(*device_, datastore);
+  return leaves_of(schema_, run(read, source).data);
+}
+
+std::shared_ptr<const Leaves> Session::configuration_touched_by(const Request &request) {
+  if (!vidl_yfw_datatree_has_subtrees(request.tree.root())) return std::make_shared<Leaves>();
+  const auto names = amplifiers_of(schema_, request.tree.root()).value_or(std::vector<std::string>());
+  auto *near = device_->near();
+  const bool is_kept = near != nullptr && request.datastore == device::Datastore::running;
+  const auto version = is_kept ? near->state().version() : 0;
+  if (is_kept && last_ && last_->amplifiers == names && last_->version == version) return last_->leaves;
+  try {
+    auto leaves = std::make_shared<const Leaves>(configuration(request.datastore, names));
+    // Of a change since then the next version tells.
+    if (is_kept) last_ = Reading{names, version, leaves};
+    return leaves;
+  } catch (const RpcError &) {
+    if (names.empty()) throw;
+    // One of them is not there, which is for the edit to say.
+    return std::make_shared<const Leaves>(configuration(request.datastore, {}));
   }
-  return leaves({});
 }
 
-Leaves Session::leaves_of_rules() {
-  return leaves_of(*device_->access_rules());
+Leaves Session::leaves_of_rules(device::Datastore datastore) {
+  return datastore == device::Datastore::running ? leaves_of(*device_->access_rules())
+                                                 : leaves_of(device_->near()->candidate_rules());
 }
 
-Answer Session::edit(const Requester &who, const Rights &rights, const Request &request,
-                     std::vector<Change> &changes) {
-  RequestDatastore datastore(*device_, request.rules, request.test_only);
+/// What the edit alters, as far as it says so.
+std::vector<Change> Session::changes_asked(const Request &request, const Leaves &before,
+                                           const Leaves &rules_before) {
+  auto changes = changes_between(before, after_edit(schema_, before, request.tree));
+  if (request.rules.empty()) return changes;
+  as_rpc_error([&] {
+    const auto rules_after = leaves_of(request.datastore == device::Datastore::candidate
+                                           ? device_->near()->candidate_rules(request.rules)
+                                           : device_->access_rules_after(request.rules));
+    std::ranges::move(changes_between(rules_before, rules_after), std::back_inserter(changes));
+  });
+  return changes;
+}
+
+Answer Session::edit(const Requester &who, const Rights &rights, const Request &request, Outcome &outcome) {
+  auto &changes = outcome.changes;
+  auto commit = request.commit;
+  if (commit) commit->watch = watch_commits_;
+  RequestDatastore datastore(*device_, request.rules,
+                             {request.datastore, request.test_only, commit ? &*commit : nullptr});
+  // What a <validate> says is its own; what an edit meets, also one that is only tried, is not.
+  const bool is_judged = !rights.are_unlimited() && !request.is_validation;
   // Elsewhere a read is a round trip, and is made where rights depend on it.
-  const bool looks = !request.test_only && (device_->is_near() || !rights.are_unlimited());
-  if (!looks) {
+  const bool is_compared = !request.test_only && device_->near() != nullptr;
+  if (!is_judged && !is_compared) {
     changes = changes_between({}, after_edit(schema_, {}, request.tree));
-    return run(request, datastore);
-  }
-  const bool edits_rules = !request.rules.empty();
-  const auto before = configuration_touched_by(request);
-  const auto rules_before = edits_rules ? leaves_of_rules() : Leaves();
-  const auto asked = after_edit(schema_, before, request.tree);
-  changes = changes_between(before, asked);
-  if (edits_rules) {
     try {
-      const auto rules_after = leaves_of(device_->access_rules_after(request.rules));
-      std::ranges::move(changes_between(rules_before, rules_after), std::back_inserter(changes));
-    } catch (const yfw::NativeRefusal &refusal) {
-      throw rpc_error(refusal);
+      return run(request, datastore);
+    } catch (const RpcError &error) {
+      const bool is_of_all = request.is_validation && !vidl_yfw_datatree_has_subtrees(request.tree.root());
+      throw is_of_all ? told_to(rights, error) : error;
     }
   }
-  if (!rights.are_unlimited()) {
+  // What is judged is what is edited: nobody else edits meanwhile.
+  const auto transaction = is_judged && is_compared ? device_->near()->transaction() : nullptr;
+  const bool edits_rules = !request.rules.empty();
+  if (edits_rules && is_compared && request.datastore == device::Datastore::running) check_rules_may_change();
+  const auto found = configuration_touched_by(request);
+  const auto &before = *found;
+  const auto rules_before = edits_rules ? leaves_of_rules(request.datastore) : Leaves();
+  if (is_judged) {
+    changes = changes_asked(request, before, rules_before);
     auto judged = changes;
     add_probes(rights, before, after_edit(schema_, {}, request.tree), judged);
     add_probes(rights, rules_before, leaves_of(request.rules), judged);
     guard_.judge(who, rights, judged);
   }
-  auto answer = run(request, datastore);
-  changes = changes_between(before, configuration_touched_by(request));
+  Answer answer;
+  try {
+    answer = run(request, datastore);
+  } catch (const RpcError &) {
+    if (!is_judged) changes = changes_asked(request, before, rules_before);
+    throw;
+  }
+  if (request.test_only) return answer;
+  if (request.commit) note_commit(datastore.event(), *request.commit, outcome);
+  if (!request.commit && request.datastore == device::Datastore::running) warn_of_commit(answer);
+  changes = changes_between(before, *configuration_touched_by(request));
   if (edits_rules)
-    std::ranges::move(changes_between(rules_before, leaves_of_rules()), std::back_inserter(changes));
+    std::ranges::move(changes_between(rules_before, leaves_of_rules(request.datastore)),
+                      std::back_inserter(changes));
   return answer;
 }
 
@@ -257,7 +293,7 @@ Answer Session::run(const Request &request, yfw::NativeDatastore &datastore) {
   } catch (const yfw::Refusal &refusal) {
     throw with_device_warnings(rpc_error(refusal, request, schema_));
   } catch (const yfw::NativeRefusal &refusal) {
-    throw with_device_warnings(rpc_error(refusal));
+    throw with_device_warnings(native_fault(refusal));
   }
 }
 

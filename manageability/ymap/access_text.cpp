@@ -13,6 +13,8 @@
 
 #include "printable.hpp"
 #include "rpc_error.hpp"
+#include "rpc_parameters.hpp"
+#include "xpath.hpp"
 
 namespace ymap {
 namespace {
@@ -75,7 +77,7 @@ std::string subject_of(const AccessRule &rule) {
 }
 
 std::shared_ptr<const NativeDevice::Rules> rules_of(NativeDevice &device) {
-  if (!device.is_near())
+  if (device.near() == nullptr)
     throw RpcError({.tag = "operation-not-supported",
                     .message = "a device elsewhere judges by its own rules; none are kept here"});
   return device.access_rules();
@@ -152,6 +154,18 @@ std::string rules_text(Session &session, const Requester &who, const Terminal &t
   return printable(text);
 }
 
+namespace {
+
+/// Those that are not of the base protocol.
+std::string_view module_of_operation(std::string_view name) {
+  const auto ns = name == "get-schema"            ? kMonitoringNs
+                  : name == "create-subscription" ? kNotificationNs
+                                                  : kNetconfNs;
+  return module_of_namespace(ns);
+}
+
+}  // namespace
+
 std::string verdicts_text(Session &session, const Requester &who, const std::string &user,
                           const std::string &path, const Terminal &terminal) {
   // Whoever asks of himself learns what he could try.
@@ -164,8 +178,11 @@ std::string verdicts_text(Session &session, const Requester &who, const std::str
   const auto add = [&](std::string_view operation, const Verdict &verdict, const std::string &by_default) {
     rows.push_back({std::string(operation), word_for(verdict.permits), reason_of(verdict, by_default)});
   };
-  if (!path.starts_with('/')) {
-    add("exec", rights.run(path == "get-schema" ? "ietf-netconf-monitoring" : "ietf-netconf", path),
+  if (path.starts_with("netconf-")) {
+    add("receive", rights.receive(kEventModule.name, path),
+        std::string("read-default is ") + word_for(rules.permits_reads));
+  } else if (!path.starts_with('/')) {
+    add("exec", rights.run(module_of_operation(path), path),
         std::string("exec-default is ") + word_for(rules.permits_operations));
   } else {
     // As people write it: without the model's name.

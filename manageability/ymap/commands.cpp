@@ -16,6 +16,7 @@
 
 #include "access_text.hpp"
 #include "client.hpp"
+#include "commit_watch.hpp"
 #include "completion.hpp"
 #include "data_writer.hpp"
 #include "devices.hpp"
@@ -116,10 +117,44 @@ std::vector<Assignment> assignments(const Options &options) {
   return list;
 }
 
-int edit(const Schema &schema, const Run &run, const Options &options) {
+/// Of the command line's own commits: whoever has a command line may confirm them.
+constexpr const char *kPersistId = "ymap";
+
+/// `waiting` is the commit that waits at the device, as far as that is known.
+int edit(const Schema &schema, const Run &run, const Options &options,
+         const std::optional<device::PendingCommit> &waiting = std::nullopt) {
   auto request = edit_request(schema, options.amplifier, assignments(options));
   request.test_only = options.test_only;
+  if (options.confirm && options.test_only)
+    throw UsageError("--test-only makes no edit, and --confirm is of one that is made");
+  if (options.confirm) {
+    request.commit.emplace();
+    request.commit->to_confirm = {std::chrono::seconds(*options.confirm), kPersistId};
+    request.commit->user = Requester::of_process("").user();
+    if (waiting && waiting->persist == kPersistId) request.commit->persist_id = kPersistId;
+  }
   print_warnings(run(request).warnings);
+  if (options.confirm)
+    print("In force now; what was before is back in " + std::to_string(*options.confirm) +
+          " seconds unless you run: ymap confirm\n" +
+          (waiting ? "With it goes the change of " + waiting->user + " that waited already.\n"
+                   : std::string()));
+  return kDone;
+}
+
+std::optional<device::PendingCommit> waiting_commit(Session &session) {
+  auto *near = session.device().near();
+  if (near == nullptr)
+    throw UsageError("commits wait to be confirmed in a device folder, or at a server of --connect");
+  session.settle();
+  return near->state().pending_commit();
+}
+
+int confirm(Session &session, const Requester &who, const Options &options) {
+  const auto waiting = waiting_commit(session);
+  std::optional<std::string> persist_id = options.persist_id;
+  if (options.persist_id.empty()) persist_id = waiting ? waiting->persist : std::nullopt;
+  options.cancel ? session.cancel_commit(who, persist_id) : session.confirm_commit(who, persist_id);
   return kDone;
 }
 
@@ -188,6 +223,10 @@ int log(Session &session, const Requester &who, const Options &options) {
     const auto &rights = session.guard().rights(who);
     std::erase_if(entry.changes,
                   [&](const Change &change) { return !rights.can_read(parse_path(change.path)); });
+    if (!entry.path.empty() && entry.user != who.user() && !rights.can_read(parse_path(entry.path))) {
+      entry.path.clear();
+      entry.message.clear();
+    }
     print(options.format == Options::Format::json ? entry_json(entry) : entry_text(entry));
   };
   if (options.follow) reader.descriptor();
@@ -207,7 +246,12 @@ int dispatch(Session &session, const NamedDevice &device, const Options &options
       return get(session.schema(), run, options);
     case Options::Command::set:
     case Options::Command::unset:
-      return edit(session.schema(), run, options);
+      return edit(session.schema(), run, options, options.confirm ? waiting_commit(session) : std::nullopt);
+    case Options::Command::confirm:
+      return confirm(session, who, options);
+    case Options::Command::watch_commit:
+      watch_commit(session);
+      return kDone;
     case Options::Command::rpc:
       return rpc(session, who, options);
     case Options::Command::translate:
@@ -254,8 +298,9 @@ class Tracing {
 int run_connected(const Options &options) {
   using Command = Options::Command;
   const bool read = options.command == Command::get;
-  if (!read && options.command != Command::set && options.command != Command::unset)
-    throw UsageError("--connect is for get, set and unset; the other commands run here");
+  const bool confirms = options.command == Command::confirm;
+  if (!read && !confirms && options.command != Command::set && options.command != Command::unset)
+    throw UsageError("--connect is for get, set, unset and confirm; the other commands run here");
   if (!options.device.empty())
     throw UsageError("--connect names a server and --device a device; give one of them");
   if (options.trace || options.light_trace)
@@ -264,13 +309,19 @@ int run_connected(const Options &options) {
   const Schema schema(find_parts().models, yfw::optical_amplifier().openconfig_module);
   // Opened by the first request, so that one which is wrong already here bothers no server.
   std::optional<netconf::Client> client;
-  const auto run = [&](const Request &request) {
+  const auto opened = [&]() -> netconf::Client & {
     if (!client) {
       client.emplace(schema, address);
       print_warnings(client->warnings());
     }
-    return client->run(request);
+    return *client;
   };
+  if (confirms) {
+    const auto id = options.persist_id.empty() ? std::string(kPersistId) : options.persist_id;
+    print_warnings(opened().end_commit(id, options.cancel).warnings);
+    return kDone;
+  }
+  const auto run = [&](const Request &request) { return opened().run(request); };
   return read ? get(schema, run, options) : edit(schema, run, options);
 }
 
@@ -286,8 +337,9 @@ int run_command(const Options &options) {
   }
   const auto parts = find_parts();
   auto named = named_device(options, parts);
+  const auto watch = [folder = named.device->folder()] { start_commit_watch(folder); };
   const auto make = [&] {
-    return new Session(parts, std::move(named.device), companions_of(options.command),
+    return new Session(parts, std::move(named.device), companions_of(options),
                        {options.records_reads, options.record_is_required});
   };
   const Tracing tracing(options);
@@ -298,6 +350,7 @@ int run_command(const Options &options) {
   }
   // Never taken down: the end of the process does that for nothing.
   static auto &session = *make();
+  session.watch_commits(watch);
   return dispatch(session, named, options);
 }
 

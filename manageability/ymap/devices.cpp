@@ -60,13 +60,14 @@ NamedDevice named_device(const Options &options, const Parts &parts) {
       [&device](uint32_t session) { device.act_for(session); }};
 }
 
-Companions companions_of(Options::Command command) {
-  return command == Options::Command::netconf ? netconf::managed_modules() : Companions();
+Companions companions_of(const Options &options) {
+  if (options.command != Options::Command::netconf) return {};
+  return netconf::managed_modules(netconf::managed_features(!is_remote(options)));
 }
 
 void serve(Session &session, const NamedDevice &device) {
   netconf::OpenConfigService data(session, device.act_for);
-  netconf::serve({data, netconf::openconfig_modules(session.schema()), device.enter});
+  netconf::serve({data, netconf::openconfig_modules(session.schema(), data.features()), device.enter});
 }
 
 void serve_native(const Options &options) {
@@ -75,8 +76,8 @@ void serve_native(const Options &options) {
   const auto folder = device_folder(options.device);
   const auto models = find_parts().models;
   const auto candidate = options.candidate ? Candidate::present : Candidate::absent;
-  netconf::NativeService data(folder, models, candidate);
-  netconf::serve({data, netconf::device_modules(models, candidate), [&](const netconf::Peer &peer) {
+  netconf::NativeService data(folder, models, candidate, {options.records_reads, options.record_is_required});
+  netconf::serve({data, netconf::device_modules(models, data.features()), [&](const netconf::Peer &peer) {
                     return std::make_unique<netconf::FolderSessions>(folder, peer);
                   }});
 }

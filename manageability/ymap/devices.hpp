@@ -32,7 +32,7 @@ struct NamedDevice {
 NamedDevice named_device(const Options &options, const Parts &parts);
 
 /// What the command needs beside the OpenConfig module. Throws UsageError.
-Companions companions_of(Options::Command command);
+Companions companions_of(const Options &options);
 
 /// Serves one NETCONF session: OpenConfig for the device behind, or the emulated device's own models. Throw
 /// as netconf::serve().

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "date_and_time.hpp"
 #include "json.hpp"
 #include "printable.hpp"
 #include "rpc_error.hpp"
@@ -56,6 +57,7 @@ std::string entry_text(const RecordEntry &entry) {
   if (!entry.peer.empty()) text += " from " + entry.peer;
   text += ") " + entry.operation;
   if (!entry.target.empty()) text += " " + entry.target;
+  if (!entry.confirm.empty()) text += " (confirmed commit: " + entry.confirm + ")";
   text += ": " + entry.result;
   if (!entry.path.empty()) text += " at " + shown(entry.path);
   if (!entry.message.empty()) text += ": " + entry.message;
@@ -85,6 +87,7 @@ std::string entry_json(const RecordEntry &entry) {
   if (entry.session != 0) add("session", std::to_string(entry.session));
   add_text("operation", entry.operation);
   add_text("target", entry.target);
+  add_text("confirm", entry.confirm);
   add_text("result", entry.result);
   add_text("path", entry.path);
   add_text("message", entry.message);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <memory>
 #include <span>
@@ -49,12 +50,21 @@ const char *const kSetExamples = R"(
 Examples:
   ymap set 0/0-AMP-BST2 target-gain=15.5
   ymap set 0/0-AMP-PRE0 target-gain=20 target-gain-tilt=-1.5 gain-range=MID_GAIN_RANGE enabled=true
+  ymap set 0/0-AMP-BST2 target-gain=15.5 --confirm 60    back after a minute without "ymap confirm"
 
 All leaves are set, or none.)";
 
 const char *const kUnsetExamples = R"(
 Examples:
   ymap unset 0/0-AMP-BST2 target-gain-tilt gain-range)";
+
+const char *const kConfirmExamples = R"(
+Examples:
+  ymap set 0/0-AMP-BST2 target-gain=15.5 --confirm 60
+  ymap confirm
+  ymap confirm --cancel                             back to what was, at once
+
+Unless it is confirmed in time, what was before is in force again: also if this machine was off meanwhile.)";
 
 const char *const kRpcExamples = R"(
 Examples:
@@ -187,6 +197,7 @@ class Parser {
     add_edit(Options::Command::set, "set", "Set leaves of an amplifier's config", kAssignment, kSetExamples);
     add_edit(Options::Command::unset, "unset", "Remove leaves of an amplifier's config", "LEAF",
              kUnsetExamples);
+    add_confirm();
     add_message(Options::Command::rpc, "rpc", "Run a NETCONF <rpc>: get, get-config, edit-config, validate",
                 kRpcExamples);
     add_message(Options::Command::translate, "translate", "Show the native requests of an <rpc>, run nothing",
@@ -213,6 +224,7 @@ class Parser {
     const auto is_name = [&](const char *word) { return std::string_view(word) == name; };
     if (!words_.empty() && std::ranges::none_of(words_, is_name)) return;
     auto *sub = app_.add_subcommand(name, description);
+    if (*description == '\0') sub->group("");  // not shown
     sub->fallthrough();
     sub->footer(examples);
     sub->final_callback([this, command] { options_.command = command; });
@@ -242,7 +254,21 @@ class Parser {
       sub->add_option("AMPLIFIER", options_.amplifier, "Name of the amplifier")->required();
       sub->add_option(argument, options_.arguments, "One or more, one transaction")->required();
       sub->add_flag("--test-only", options_.test_only, "Try it, and change nothing");
+      sub->add_option("--confirm", options_.confirm,
+                      "Take it back after so long, unless \"ymap confirm\" comes before")
+          ->type_name("SECONDS")
+          ->check(CLI::Range(uint32_t{1}, std::numeric_limits<uint32_t>::max()).description(""));
     });
+  }
+
+  void add_confirm() {
+    add(Options::Command::confirm, "confirm", "Confirm a change that is taken back otherwise",
+        kConfirmExamples, [this](CLI::App *sub) {
+          sub->add_option("ID", options_.persist_id, "persist-id of the commit; whichever waits without it");
+          sub->add_flag("--cancel", options_.cancel, "Take it back now");
+        });
+    // Of the tool's own processes.
+    add(Options::Command::watch_commit, "watch-commit", "", "");
   }
 
   void add_message(Options::Command command, const char *name, const char *description,
@@ -259,7 +285,8 @@ class Parser {
 
   void add_access() {
     add(Options::Command::access, "access", "Show who may do what", kAccessExamples, [this](CLI::App *sub) {
-      auto *path = sub->add_option("PATH", options_.path, "A data node, or the name of an operation");
+      auto *path =
+          sub->add_option("PATH", options_.path, "A data node, or the name of an operation or event");
       auto *user = sub->add_option("--as", options_.user, "What this user may do there, and by which rule")
                        ->type_name("USER")
                        ->check(not_empty());
@@ -346,7 +373,7 @@ std::vector<CommandWords> command_words() {
   std::vector<CommandWords> commands;
   collect(parser.app(), "", commands);
   for (const auto *sub : parser.app().get_subcommands([](const CLI::App *) { return true; }))
-    collect(*sub, sub->get_name(), commands);
+    if (!sub->get_group().empty()) collect(*sub, sub->get_name(), commands);
   return commands;
 }
 

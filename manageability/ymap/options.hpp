@@ -10,7 +10,21 @@
 namespace ymap {
 
 struct Options {
-  enum class Command { get, set, unset, rpc, translate, explain, map, access, log, netconf, completion };
+  enum class Command {
+    get,
+    set,
+    unset,
+    rpc,
+    translate,
+    explain,
+    map,
+    access,
+    log,
+    netconf,
+    confirm,
+    watch_commit,
+    completion
+  };
   enum class Format { text, xml, json };
 
   Command command = Command::get;
@@ -31,6 +45,10 @@ struct Options {
   std::vector<std::string> arguments;  ///< set: LEAF=VALUE; unset: LEAF
 
   bool test_only = false;  ///< tried, not stored
+
+  std::optional<uint32_t> confirm;  ///< set, unset: seconds after which it is taken back
+  std::string persist_id;           ///< confirm: of the commit; empty: whichever waits
+  bool cancel = false;              ///< confirm: take it back now
 
   std::string user;                 ///< access: of whom, empty for the rules; log: whose, empty for all
   std::string path;                 ///< access: data node or operation
