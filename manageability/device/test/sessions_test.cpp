@@ -38,7 +38,7 @@ class Peer {
       tell(sessions.id());
       for (char order = 0; ::read(to_[0], &order, 1) == 1 && order == 'l';) {
         const auto other = sessions.lock();
-        tell(other ? other->holder : 0);
+        tell(other ? other->session : 0);
       }
     });
     ::close(from_[1]);
@@ -238,18 +238,18 @@ TEST(Sessions, TheLockIsOneSessionsUntilItIsGone) {
   EXPECT_EQ(other.lock(), peer.id());
   const auto holder = own.lock();
   ASSERT_TRUE(holder);
-  EXPECT_EQ(holder->holder, peer.id());
-  EXPECT_NEAR(static_cast<double>(holder->since), static_cast<double>(std::time(nullptr)), 60);
+  EXPECT_EQ(holder->session, peer.id());
+  EXPECT_NEAR(static_cast<double>(own.lock_state()->since), static_cast<double>(std::time(nullptr)), 60);
   EXPECT_FALSE(own.unlock());
-  EXPECT_EQ(Sessions::lock_state(workplace.path())->holder, peer.id());
+  EXPECT_EQ(Sessions::lock_state(workplace.path(), Datastore::running)->holder, peer.id());
 
   EXPECT_EQ(peer.end(SIGKILL), SIGKILL);
   EXPECT_FALSE(own.lock_state());
   EXPECT_FALSE(own.lock());
   // Asked by the holder's own process too, which must not lose it by that.
-  EXPECT_EQ(Sessions::lock_state(workplace.path())->holder, own.id());
+  EXPECT_EQ(Sessions::lock_state(workplace.path(), Datastore::running)->holder, own.id());
   EXPECT_EQ(own.lock_state()->holder, own.id());
-  EXPECT_EQ(own.lock()->holder, own.id());
+  EXPECT_EQ(own.lock()->session, own.id());
   EXPECT_EQ(ids(own), (std::vector<uint32_t>{own.id(), other.id()}));
   EXPECT_EQ(other.lock(), own.id());
   EXPECT_TRUE(own.unlock());

@@ -1,6 +1,7 @@
 // What the tests of the device share; see support.hpp.
 #include "support.hpp"
 
+#include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -136,6 +137,12 @@ std::string read(const Device &device, const char *filter, ReadCount *count) {
   return notation.text;
 }
 
+std::string read_candidate(const Device &device, const char *filter) {
+  Notation notation;
+  device.read_candidate(request(filter), notation);
+  return notation.text;
+}
+
 Workplace::Workplace() {
   std::string name = (std::filesystem::temp_directory_path() / "device-test-XXXXXX").string();
   if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
@@ -185,6 +192,24 @@ pid_t in_process(const std::function<void()> &work) {
 int exit_status(pid_t child) {
   int status = -1;
   ::waitpid(child, &status, 0);
+  return status;
+}
+
+std::optional<int> killed_before_call(int call, const std::function<void()> &work) {
+  const pid_t child = in_process([&] {
+    if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) return;
+    ::raise(SIGSTOP);
+    work();
+  });
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  if (!WIFSTOPPED(status)) return std::nullopt;
+  // Each call stops the process twice, as it begins and as it ends.
+  for (int stop = 0; WIFSTOPPED(status); ++stop) {
+    if (stop == 2 * call + 1) ::kill(child, SIGKILL);
+    ::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    ::waitpid(child, &status, 0);
+  }
   return status;
 }
 

@@ -12,6 +12,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,9 @@ std::vector<RequestNode> request(const char *text);
 
 /// What the device answers to a filter, in the same notation.
 std::string read(const Device &device, const char *filter, ReadCount *count = nullptr);
+
+/// The same of the candidate configuration.
+std::string read_candidate(const Device &device, const char *filter);
 
 /// An empty folder that any user may enter; removed at the end.
 class Workplace {
@@ -57,6 +61,10 @@ pid_t in_process(const std::function<void()> &work);
 
 /// Waits for the process: its exit status, or the signal that ended it.
 int exit_status(pid_t child);
+
+/// Runs `work` in a process that is killed when it is about to make its system call number `call`: how the
+/// process ended, as exit_status(). Nothing where the system lets nobody follow a process.
+std::optional<int> killed_before_call(int call, const std::function<void()> &work);
 
 /// The message of the FolderError that `work` throws.
 std::string folder_error(const std::function<void()> &work);

@@ -13,7 +13,8 @@ import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from piped import Piped, errors
+from candidate_test import COMMIT, candidate
+from piped import Piped, errors, eventually
 from protocol_test import LOCK, UNLOCK, paths
 from tool import BST0, BST2, NC, OPENCONFIG, PRE0, YMAP, DeviceTest, config, edit, entries, get, get_config, rpc
 
@@ -187,7 +188,10 @@ class OutOfTheBox(UsersTest):
         self.assertRegex(out, "read +permit +no rule: read-default is permit\n.*\n +update +deny +no rule: write-default is deny")
         self.assertEqual(self.tool_as(USER, "access")[0], 1)
         self.assertEqual(self.tool_as(USER, "access", "--as", OTHER, gain)[0], 1)
-        self.assertRegex(self.ok("access", "--as", USER, "kill-session"), "exec +deny +no rule, and only one can permit this")
+        for name, said in (("kill-session", "exec +deny +no rule, and only one can permit this"),
+                           ("create-subscription", "exec +permit +no rule: exec-default"),
+                           ("netconf-session-end", "receive +permit +no rule: read-default")):
+            self.assertRegex(self.ok("access", "--as", USER, name), said)
 
 
 class Rules(UsersTest):
@@ -282,7 +286,108 @@ class Rules(UsersTest):
         self.reply(session, edit(change), "access-denied")
         self.configure(rule_list("native", rule("module", more="<module-name>Velm-NALTO-ifmgr-cfg</module-name>")))
         self.assertNotIn("interface-configuration", self.reply(session, rpc("<get/>")))
-        self.reply(self.session_as(OWNER, options=["--native"]), edit(change))
+        owner, session = (self.session_as(user, options=["--native", "--candidate"]) for user in (OWNER, USER))
+        self.reply(owner, edit(change))
+        self.reply(owner, candidate(edit(change.replace(">x<", ">y<"))))
+        before = self.stored()
+        self.reply(session, COMMIT, "access-denied")
+        self.assertEqual(self.stored(), before)
+        self.reply(owner, COMMIT)
+        self.assertNotEqual(self.stored(), before)
+
+
+class CandidateOfSeveral(UsersTest):
+    def test_a_commit_is_judged_by_what_it_changes(self):
+        self.configure(rule_list("some", rule("gain", "permit", leaf("target-gain", BST0)), groups=["testers"]))
+        owner, session = self.session_as(OWNER), self.session_as(USER, "testers")
+        before = self.stored()
+        self.reply(session, candidate(edit(config(PRE0, "<target-gain>21</target-gain>"))), "access-denied")
+        self.reply(session, candidate(edit(config(BST0, "<target-gain>21</target-gain>"))))
+        self.reply(owner, candidate(edit(config(PRE0, "<target-gain>21</target-gain>"))))
+        self.assertIn(PRE0, self.reply(session, COMMIT, "access-denied"))
+        self.assertEqual(self.stored(), before)
+        self.reply(owner, candidate(edit(config(PRE0, "<target-gain>17.2</target-gain>"))))
+        self.reply(session, COMMIT)
+        self.assertEqual(self.settings(BST0)[BST0, "config/target-gain"], "21.00 dB")
+        self.reply(session, edit(config(BST0, "<target-gain>9</target-gain>")))
+
+    def test_rules_in_it_are_in_force_when_they_are_committed(self):
+        owner, session = self.session_as(OWNER), self.session_as(USER, "ymap-operator")
+        secret = edit(nacm(rule_list("secret", rule("one", path=leaf("enabled", BST0), accesses="read"),
+                                     attributes='y:insert="first"')))
+        self.reply(session, candidate(secret), "access-denied")
+        self.reply(owner, candidate(secret))
+        self.assertNotEqual(self.enabled(session, candidate(ENABLED)), [])
+        self.assertIn("secret", self.reply(owner, candidate(RULES)))
+        self.assertNotIn("secret", self.reply(owner, RULES))
+        self.reply(owner, COMMIT)
+        self.assertEqual(self.enabled(session, candidate(ENABLED)), [])
+        self.assertEqual(self.enabled(session), [])
+
+    def test_they_are_not_changed_while_a_commit_waits(self):
+        """Else whoever made that commit would have his rights back with it."""
+        self.ok("set", BST0, "target-gain=21", "--confirm", "600")
+        session = self.session_as(OWNER)
+        self.reply(session, edit(nacm(rule_list("x"))), "in-use")
+        self.reply(session, candidate(edit(nacm(rule_list("x")))))
+        self.reply(session, edit(config(BST0, "<target-gain>22</target-gain>")))
+        self.ok("confirm")
+        self.reply(session, edit(nacm(rule_list("x"))))
+
+    def test_they_go_back_with_the_rest(self):
+        owner, session = self.session_as(OWNER), self.session_as(USER, "ymap-admin")
+        self.reply(owner, candidate(edit(nacm(rule_list("nobody", rule("nothing"), attributes='y:insert="first"')))))
+        self.reply(owner, rpc("<commit><confirmed/></commit>"))
+        self.reply(session, ENABLED, "access-denied")
+        owner.end()
+        self.assertTrue(eventually(lambda: "nobody" not in self.ok("rpc", text=RULES)))
+        self.reply(session, ENABLED)
+
+    def test_without_anybody_to_take_it_back_it_is_not_made(self):
+        before = self.stored()
+        done = subprocess.run([*command_of(USER, ["ymap-operator"]), "bash", "-c", 'ulimit -u 1 && exec "$0" "$@"', program(), "--device",
+                               self.folder, "set", BST0, "target-gain=21", "--confirm", "9"], capture_output=True, text=True,
+                              timeout=60, check=False, cwd="/", env={**os.environ, "ASAN_OPTIONS": "detect_leaks=0"})
+        self.assertEqual(done.stderr, "ymap: error: resource-denied: no process can be started to take it back, so it is not made\n")
+        self.assertEqual((done.returncode, self.stored() == before, os.path.exists(f"{self.folder}/unconfirmed")), (1, True, False))
+
+    def test_who_may_not_write_leaves_the_way_back_to_others(self):
+        self.ok("set", BST0, "target-gain=21", "--confirm", "600")
+        subprocess.run(["pkill", "-KILL", "-f", f"{self.folder} watch-commit"], check=True)
+        note = os.path.join(self.folder, "unconfirmed")
+        with open(note, encoding="utf-8") as file:
+            text = file.read()
+        with open(note, "w", encoding="utf-8") as file:
+            file.write(re.sub("(?m)^boot .*", "boot another", text))
+        for each in (note, self.folder):
+            os.chmod(each, 0o755)
+        status, out, err = self.tool_as(USER, "get", BST0, "--config")
+        self.assertEqual((status, err), (0, ""))
+        self.assertIn("target-gain 21.00", out)
+        self.assertEqual(self.settings(BST0)[BST0, "config/target-gain"], "20.50 dB")
+
+
+class EventsOfSeveral(UsersTest):
+    def test_each_is_told_what_he_may_know(self):
+        self.configure(rule_list("some", rule("secret", path=leaf("enabled"), accesses="read"),
+                                 rule("ends", more="<module-name>ietf-netconf-notifications</module-name>"
+                                      "<notification-name>netconf-session-end</notification-name>")))
+        session, other = self.session_as(USER), self.session_as(OWNER)
+        self.reply(session, rpc('<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0"/>'))
+        self.reply(other, edit(config(BST0, "<enabled>false</enabled>")))
+        self.reply(other, edit(config(BST0, "<enabled>true</enabled><target-gain>21</target-gain>")))
+        other.end()
+        told = session.receive()
+        self.assertEqual((told.count("<edit>"), told.count(f"<username>{OWNER}<")), (1, 1))
+        self.assertIn("target-gain", told)
+        self.ok("set", BST0, "target-gain=20")
+        self.assertIn("<session-id>0<", session.receive())
+        counted = self.ok("rpc", text=get(nacm("<denied-notifications/>")))
+        self.assertIn("<denied-notifications>1<", counted)
+        # To ask for them is an operation.
+        self.configure(rule_list("none", rule("no", more="<rpc-name>create-subscription</rpc-name>")))
+        self.reply(self.session_as(OTHER), rpc('<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0"/>'),
+                   "access-denied")
 
 
 class RulesAsConfiguration(SessionTest):

@@ -282,7 +282,7 @@ class OwnDevice(PipedTest):
                 self.ok(other, UNLOCK)
 
     def test_others_edits_stay(self):
-        session, native = self.session("--candidate"), Piped(self.folder, "1.1", ("--native", "--candidate"))
+        session, native = self.session(), Piped(self.folder, "1.1", ("--native", "--candidate"))
         self.addCleanup(native.end)
         begun = native_gain(100).replace("running", "candidate")
         self.ok(native, begun)

@@ -93,7 +93,7 @@ class HostileTest(unittest.TestCase):
                     self.assertEqual(found.get("tag"), tag, found)
                     if tag:
                         self.assertLess(len(reply), 4000)
-                    if len(found.get("message", "")) > 250:
+                    if len(found.get("message", "")) > 350:
                         self.assertIn("... (cut, ", found["message"])
                     self.assertLess(taken, SECONDS)
                     self.assertLess(peak(process), MEBIBYTES)

@@ -199,7 +199,7 @@ class Editing(NativeTest):
                      for end in ("low", "high"))
         self.ok(session, candidate(edit(set_gain("150"))))
         self.assertEqual((self.gain(session), self.gain(session, candidate(get_config(set_gain(""))))), (["184"], ["150"]))
-        self.assertEqual(self.gain(other, candidate(get_config(set_gain("")))), ["184"])
+        self.assertEqual(self.gain(other, candidate(get_config(set_gain("")))), ["150"])
         self.refused(session, candidate(LOCK), type="protocol", tag="lock-denied", message="neither committed nor")
         self.ok(session, DISCARD)
         self.assertEqual(self.gain(session, candidate(get_config(set_gain("")))), ["184"])

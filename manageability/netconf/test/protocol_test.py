@@ -17,6 +17,10 @@ DEFAULTS = "urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults"
 RUNNING = "<target><running/></target>"
 LOCK, UNLOCK = rpc(f"<lock>{RUNNING}</lock>"), rpc(f"<unlock>{RUNNING}</unlock>")
 NOTHING = get("")
+# A device elsewhere has no candidate to share.
+DATASTORES = ("running",) if CHAIN else ("running", "candidate")
+DATASTORE_CAPABILITIES = () if CHAIN else ("candidate:1.0", "confirmed-commit:1.1", "notification:1.0", "interleave:1.0")
+DATASTORE_FEATURES = "" if CHAIN else "candidate,confirmed-commit,"
 IETF = "/usr/share/yuma/modules/ietf"
 
 
@@ -98,9 +102,10 @@ class AnswerTest(PipedTest):
         protocol = [each.split(":capability:")[1] for each in capabilities if ":capability:" in each]
         self.assertEqual([each for each in protocol if "yang-library" not in each],
                          ["writable-running:1.0", "rollback-on-error:1.0", "validate:1.1",
-                          "with-defaults:1.0?basic-mode=explicit"])
+                          "with-defaults:1.0?basic-mode=explicit", *DATASTORE_CAPABILITIES])
         modules = [f"{OPENCONFIG}?module=openconfig-optical-amplifier&revision=2019-12-06",
-                   f"{NETCONF}?module=ietf-netconf&revision=2011-06-01&features=writable-running,rollback-on-error,validate"]
+                   f"{NETCONF}?module=ietf-netconf&revision=2011-06-01&features=writable-running,"
+                   f"{DATASTORE_FEATURES}rollback-on-error,validate"]
         self.assertEqual([each for each in modules if each not in capabilities], [])
         content = self.selected(first, f'<yang-library xmlns="{LIBRARY}"><content-id/></yang-library>')[0]
         self.assertIn(f"yang-library:1.1?revision=2019-01-04&{content.split('/')[1]}", protocol)
@@ -120,14 +125,16 @@ class AnswerTest(PipedTest):
         session.send(rpc("<get/>"))
         data = session.receive().split("<data>")[1].split("</data>")[0]
         self.assertEqual([child.tag.split("}")[1] for child in ElementTree.fromstring(f"<data>{data}</data>")],
-                         ["optical-amplifier", "nacm", "netconf-state", "yang-library", "modules-state"])
+                         ["optical-amplifier", "nacm", "netconf-state", *([] if CHAIN else ["netconf"]), "yang-library",
+                          "modules-state"])
         answer = os.path.join(self.folder, "answer.xml")
         with open(answer, "w", encoding="utf-8") as file:
             file.write(data)
         models = os.path.join(os.path.dirname(os.path.dirname(os.environ["YMAP"])), "share/ymap/models")
         modules = [f"{IETF}/ietf-netconf{each}.yang" for each in
                    ("@2011-06-01", "-monitoring@2010-10-04", "-with-defaults@2011-06-01", "-acm@2018-02-14")]
-        modules.append(f"{models}/openconfig-optical-amplifier@2019-12-06.yang")
+        modules += [f"{models}/{each}.yang" for each in ("openconfig-optical-amplifier@2019-12-06",
+                                                         *(() if CHAIN else ("notifications", "nc-notifications")))]
         checked = subprocess.run(["yanglint", "-y", "-t", "data", "-p", IETF, *modules, answer], capture_output=True,
                                  check=False)
         self.assertEqual((checked.returncode, checked.stderr), (0, b""))
@@ -154,7 +161,8 @@ class AnswerTest(PipedTest):
                  f'<modules-state xmlns="{LIBRARY}"><module><name>ietf-netconf</name><revision/></module></modules-state>',
                  [f"optical-amplifier/amplifiers/amplifier/{leaf}" for leaf in
                   ("name=" + BST2, "config/target-gain=18.4")] +
-                 ["netconf-state/datastores/datastore/name=running", "netconf-state/statistics/in-bad-rpcs=0"] +
+                 ["netconf-state/datastores/datastore/name=" + name for name in DATASTORES] +
+                 ["netconf-state/statistics/in-bad-rpcs=0"] +
                  [f"modules-state/module/{leaf}" for leaf in ("name=ietf-netconf", "revision=2011-06-01")])]:
             with self.subTest(filtered):
                 # Identities of the leaf's own module have a prefix or none, as the version of libyang has it.
@@ -175,7 +183,7 @@ class AnswerTest(PipedTest):
 
     def test_counters(self):
         session = self.session()
-        session.ask(rpc("<commit/>"))
+        session.ask(rpc("<copy-config/>"))
         session.ask(edit(gain("99")))
         session.ask("<rpc")
         counted = ["in-rpcs=1", "in-bad-rpcs=2", "out-rpc-errors=3", "out-notifications=0"]
@@ -195,13 +203,14 @@ class RefusalTest(PipedTest):
                 (edit(gain("99")), {"type": "application", "tag": "invalid-value", "path": leaf,
                                     "message": "^Invalid argument:NALTO support range from 80 to 380$"}),
                 *((rpc(word), unknown) for word in
-                  ("<commit/>", "<discard-changes/>", "<copy-config/>", "<delete-config/>", "<cancel-commit/>",
-                   '<create-subscription xmlns="urn:ietf:params:xml:ns:netconf:notification:1.0"/>',
+                  (*(CHAIN and ("<commit/>", "<discard-changes/>", "<cancel-commit/>") or ()), "<copy-config/>",
+                   "<delete-config/>", f'<create-subscription xmlns="{NETCONF}"/>',
                    '<get xmlns="urn:x"/>', '<action xmlns="urn:ietf:params:xml:ns:yang:1"/>')),
                 (rpc('<get><filter type="xpath" select="/a:b"/></get>'),
                  {**unsupported, "path": at + "get/nc:filter", "message": "subtree"}),
-                *((rpc(f"<{word}><{end}><candidate/></{end}></{word}>"),
-                   {**unsupported, "path": f"{at}{word}/nc:{end}", "message": "running is the only one"})
+                *((rpc(f"<{word}><{end}><{'candidate' if CHAIN else 'startup'}/></{end}></{word}>"),
+                   {**unsupported, "path": f"{at}{word}/nc:{end}",
+                    "message": "running is the only one" if CHAIN else "running and candidate are the two"})
                   for word, end in (("get-config", "source"), ("lock", "target"), ("validate", "source"))),
                 (rpc("<lock/>"), {"type": "protocol", "tag": "missing-element", "path": at + "lock",
                                   "bad-element": "target"}),

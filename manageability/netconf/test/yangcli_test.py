@@ -66,9 +66,9 @@ class Yangcli(YangcliTest):
         text = self.run_script(
             "lock target=running", f"merge target={path(BST2, 'config/target-gain')} value=15.57",
             f"replace target={path(BST2, 'config/target-gain-tilt')} value=1.5",
-            f"delete target={path(BST2, 'config/gain-range')}", "unlock target=running", "validate source=running",
-            f"create target={path(BST2, 'config/gain-range')} value=oc-opt-amp:HIGH_GAIN_RANGE")
-        self.assertEqual((text.count("RPC OK Reply"), "Error" in text), (7, False), text)
+            f"delete target={path(BST2, 'config/gain-range')}", "commit", "unlock target=running", "validate source=running",
+            f"create target={path(BST2, 'config/gain-range')} value=oc-opt-amp:HIGH_GAIN_RANGE", "commit")
+        self.assertEqual((text.count("RPC OK Reply"), "Error" in text), (9, False), text)
         self.assertEqual(self.settings(BST2), {"name": BST2, "target-gain": "15.50", "target-gain-tilt": "1.50",
                                                "gain-range": "oc-opt-amp:HIGH_GAIN_RANGE", "enabled": "true"})
 
@@ -96,7 +96,7 @@ class Yangcli(YangcliTest):
         text = self.run_script("lock target=running")
         self.assertIn("error-tag lock-denied", text)
         self.assertIn(f"session-id {holder.session_id}", text)
-        self.assertIn("error-tag in-use", self.run_script(f"merge target={path(BST2, 'config/enabled')} value=false"))
+        self.assertIn("error-tag in-use", self.run_script(f"merge target={path(BST2, 'config/enabled')} value=false", "commit"))
         self.assertNotIn("Error", self.run_script("get-config source=running"))
 
     def test_every_schema(self):
@@ -109,7 +109,7 @@ class Yangcli(YangcliTest):
     def test_ten_at_a_time(self):
         def work(number):
             name, gain = (PRE0, BST0)[number % 2], 10 + number
-            text = self.run_script(f"merge target={path(name, 'config/target-gain')} value={gain}",
+            text = self.run_script(f"merge target={path(name, 'config/target-gain')} value={gain}", "commit",
                                    f"sget-config source=running {path(name, 'config/target-gain')}")
             return "RPC OK Reply" in text, re.search(r"target-gain (\S+)", text).group(1) in self.values[name]
 

@@ -153,7 +153,7 @@ TEST_F(SchemaTest, AnotherModuleIsCompiled) {
 }
 
 TEST(Announcement, WhatIsBuiltInIsWhatTheModulesSay) {
-  const auto companions = netconf::managed_modules();
+  const auto companions = netconf::managed_modules(netconf::managed_features(true));
   const auto made = netconf::announcement_of(CompiledSchema(YMAP_TEST_MODELS, {kModule}, companions));
   const auto &known = netconf::kBuiltInAnnouncement;
   EXPECT_EQ(std::vector<std::string>(known.capabilities.begin(), known.capabilities.end()),

@@ -46,6 +46,7 @@ Positionals:
 Options:
   -h,--help                   Print this help message and exit
   --test-only                 Try it, and change nothing
+  --confirm SECONDS           Take it back after so long, unless "ymap confirm" comes before
 
 """)
         self.assertIn("\n  --config Excludes: --state  Settings only\n", self.ok("get", "--help"))
