@@ -86,7 +86,7 @@ void Device::Impl::refresh() {
   if (found.version.generation || age > kTooYoung)
     version = found.version;
   else
-    loaded = std::move(found.text);
+    loaded.emplace(std::move(found.text));
 }
 
 /// The mark of a text that is valid by the modules as they are: whoever finds it need not validate the text

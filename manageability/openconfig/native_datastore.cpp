@@ -96,8 +96,8 @@ NativeDevice::Rules FolderDevice::access_rules_after(const RulesEdit &edit) {
   return passing_refusals_on([&] { return opened().guest_after(edit); });
 }
 
-device::CommitEvent FolderDevice::edit(const yfw::Datatree &request, const RulesEdit &rules,
-                                       const device::Commit &commit) {
+device::CommitEvent FolderDevice::edit_to_confirm(const yfw::Datatree &request, const RulesEdit &rules,
+                                                  const device::Commit &commit) {
   return passing_refusals_on([&] { return opened().edit(device_nodes(request.root(), rules), commit); });
 }
 
@@ -158,7 +158,7 @@ void RequestDatastore::edit(const yfw::Datatree &request) {
   } else if (manner_.test_only) {
     device_.test(request, *rules_);
   } else if (manner_.commit != nullptr) {
-    event_ = device_.near()->edit(request, *rules_, *manner_.commit);
+    event_ = device_.near()->edit_to_confirm(request, *rules_, *manner_.commit);
   } else {
     device_.edit(request, *rules_);
   }

@@ -89,8 +89,8 @@ class FolderDevice : public NativeDevice {
   FolderDevice *near() override { return this; }
 
   /// An edit of what runs that is to be confirmed as a commit is. Throw as edit().
-  device::CommitEvent edit(const yfw::Datatree &request, const RulesEdit &rules,
-                           const device::Commit &commit);
+  device::CommitEvent edit_to_confirm(const yfw::Datatree &request, const RulesEdit &rules,
+                                      const device::Commit &commit);
   device::CommitEvent commit_candidate(const device::Commit &commit);
   device::TakenBack cancel_commit(const std::optional<std::string> &persist_id);
   void confirm_commit(const std::optional<std::string> &persist_id);
