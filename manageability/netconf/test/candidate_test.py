@@ -330,8 +330,8 @@ class ConfirmedCommit(CandidateTest):
         "$0" --device "$1" get 0/0-AMP-BST2 --config"""
         done = subprocess.run(["unshare", "--mount", "sh", "-c", script, YMAP, self.folder], capture_output=True, text=True,
                               check=False)
-        if done.returncode in (1, 77) and os.geteuid() != 0:
-            self.skipTest("only root can make a disk that is full")
+        if done.returncode == 77 or "unshare" in done.stderr:
+            self.skipTest("only root can make a disk that is full, where it may mount")
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertIn("target-gain 18.40", done.stdout)
 

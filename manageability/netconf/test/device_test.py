@@ -198,13 +198,13 @@ class ForeignDevice(ForeignTest):
                 ([hello(*MODULES[:2])], "is no device of this kind: its <hello> lacks the modules "
                                         "Velm-NALTO-controller-ots-oper, Velm-NALTO-pmengine-oper"),
                 ([hello(*MODULES[1:])], "lacks the module Velm-NALTO-controller-ots-cfg\n"),
-                (["nothing]]>]]>"], "does not speak NETCONF"), ([hello(*MODULES) + "gone"], "gives no proper answer"),
+                (["nothing]]>]]>"], "does not speak NETCONF"), ([hello(*MODULES) + "gone"], "gives no proper answer|the connection has ended"),
                 ([hello(*MODULES), "no xml]]>]]>"], "gives no proper answer: not well-formed XML"),
                 ([hello(*MODULES), reply("<ok/>")], "answers a read without data")):
             with self.subTest(message):
                 status, out, err, _ = self.run_against(server, "get", BST2, "--config")
                 self.assertEqual((status, out), (2, ""))
-                self.assertIn(message, err)
+                self.assertRegex(err, message)
         for destination, reason in (("ssh://", "empty"), ("ssh://host:0", "no port"), ("ssh://-x", "dash")):
             self.AT = ("--device", destination)
             status, _, err, _ = self.run_against([hello()], "get")
