@@ -154,7 +154,11 @@ const lys_module *CompiledSchema::load(const char *name, const std::filesystem::
 }
 
 OwnedSchemaTable::OwnedSchemaTable(const lys_module *module) {
-  table_ = {kept(module->name), kept(module->ns), kept(module->prefix), {}};
+  table_ = {kept(module->name),
+            kept(module->ns),
+            kept(module->prefix),
+            kept(module->revision == nullptr ? "" : module->revision),
+            {}};
   table_.tops = add_children(module, nullptr, nullptr);
 }
 

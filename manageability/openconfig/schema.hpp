@@ -31,6 +31,7 @@ class Schema {
   std::string_view module_name() const { return table_.module; }
   std::string_view ns() const { return table_.ns; }
   std::string_view prefix() const { return table_.prefix; }
+  std::string_view revision() const { return table_.revision; }
 
   /// The data nodes below `parent` (or the module's tops), in the order of the module.
   std::span<const SchemaNode> children(const SchemaNode *parent) const {

@@ -78,7 +78,8 @@ void write(const SchemaTable &table, std::string_view text, std::ostream &out) {
   }
   out << "};\n\n}  // namespace\n\nconstinit const BuiltInSchema kBuiltInSchema = {\n    "
       << device::text_hash(text) << "U,\n    {" << literal(table.module) << ", " << literal(table.ns) << ", "
-      << literal(table.prefix) << ", {kNodes, " << table.tops.size() << "}}};\n\n}  // namespace ymap\n";
+      << literal(table.prefix) << ", " << literal(table.revision) << ", {kNodes, " << table.tops.size()
+      << "}}};\n\n}  // namespace ymap\n";
 }
 
 void generate(const std::filesystem::path &models, const std::string &module, const char *file) {

@@ -36,7 +36,7 @@ struct SchemaNode {
 
 /// The data nodes of a module.
 struct SchemaTable {
-  std::string_view module, ns, prefix;
+  std::string_view module, ns, prefix, revision;
   std::span<const SchemaNode> tops = {};
 };
 

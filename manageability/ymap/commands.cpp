@@ -24,6 +24,7 @@
 #include "log_text.hpp"
 #include "mapping.hpp"
 #include "openconfig_request.hpp"
+#include "openmetrics.hpp"
 #include "parts.hpp"
 #include "printable.hpp"
 #include "rpc_reply.hpp"
@@ -70,6 +71,8 @@ std::string render(const Schema &schema, const Data &data, Options::Format forma
       return xml_of(schema, data);
     case Options::Format::json:
       return json_of(schema, data);
+    case Options::Format::prometheus:
+      return openmetrics(schema, data);
     case Options::Format::text:
       break;
   }

@@ -59,8 +59,8 @@ _ymap() {
   case $previous in
     --device) COMPREPLY=($(compgen -d -- "$current")); compopt -o filenames 2>/dev/null; return ;;
     -f | --format)
-      words="text xml json"
-      [[ $command == map ]] && words="text json"
+      words="text xml json prometheus"
+      [[ $command == map || $command == log ]] && words="text json"
       COMPREPLY=($(compgen -W "$words" -- "$current"))
       return
       ;;

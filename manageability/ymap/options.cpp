@@ -43,6 +43,7 @@ Examples:
   ymap get
   ymap get 0/0-AMP-PRE0 0/0-AMP-BST0 --state
   ymap get -f json | jq .
+  ymap get -f prometheus > /var/lib/prometheus/node-exporter/ymap.prom
   ymap get | grep target-gain                       one line a value where it is no terminal
   ymap get 0/0-AMP-BST2 --watch 30)";
 
@@ -309,17 +310,19 @@ class Parser {
         });
   }
 
-  /// Text, JSON, and XML where that is one.
-  void add_format(CLI::App *sub, bool xml) {
-    static const std::map<std::string, Options::Format> all = {
-        {"text", Options::Format::text}, {"xml", Options::Format::xml}, {"json", Options::Format::json}};
-    static const std::map<std::string, Options::Format> without_xml = {{"text", Options::Format::text},
-                                                                       {"json", Options::Format::json}};
+  /// Text and JSON, and where it is data of amplifiers more.
+  void add_format(CLI::App *sub, bool of_data) {
+    static const std::map<std::string, Options::Format> all = {{"text", Options::Format::text},
+                                                               {"xml", Options::Format::xml},
+                                                               {"json", Options::Format::json},
+                                                               {"prometheus", Options::Format::prometheus}};
+    static const std::map<std::string, Options::Format> few = {{"text", Options::Format::text},
+                                                               {"json", Options::Format::json}};
     sub->add_option_function<std::string>(
            "-f,--format", [this](const std::string &word) { options_.format = all.at(word); },
-           xml ? "text, xml or json" : "text or json")
+           of_data ? "text, xml, json or prometheus" : "text or json")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember(xml ? all : without_xml).description(""));
+        ->check(CLI::IsMember(of_data ? all : few).description(""));
   }
 
   void add_completion() {

@@ -25,7 +25,7 @@ struct Options {
     watch_commit,
     completion
   };
-  enum class Format { text, xml, json };
+  enum class Format { text, xml, json, prometheus };
 
   Command command = Command::get;
   std::string device;   ///< folder, or "ssh://" and a native NETCONF server; empty: the user's own folder

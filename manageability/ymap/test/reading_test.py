@@ -2,6 +2,8 @@
 
 import json
 import re
+import shutil
+import subprocess
 import time
 import unittest
 import xml.etree.ElementTree as ElementTree
@@ -53,6 +55,56 @@ class Filters(DeviceTest):
             'message-id="7"', 'message-id="a&lt;b" user="x" e:note="&quot;y&quot;" xmlns:e="urn:e"')
         reply = ElementTree.fromstring(self.ok("rpc", text=message))
         self.assertEqual(reply.attrib, {"message-id": "a<b", "user": "x", "{urn:e}note": '"y"'})
+
+
+class Metrics(DeviceTest):
+    def samples(self, *arguments):
+        """{(name, label values): value} of a text whose every line is in order, and the types and units."""
+        *lines, end = self.ok("get", "-f", "prometheus", *arguments).splitlines()
+        self.assertEqual(end, "# EOF")
+        found, told, family = {}, {}, None
+        for line in lines:
+            if line.startswith("# "):
+                word, family, text = re.fullmatch(r"# (HELP|TYPE|UNIT) (\w+) (.+)", line).groups()
+                told.setdefault(family, {})[word] = text
+                continue
+            name, labels, value = re.fullmatch(r"(\w+)\{(.*)\} (\S+)", line).groups()
+            self.assertEqual(name, family)
+            key = name, *(text for _, text in re.findall(r'(\w+)="((?:[^"\\]|\\.)*)"', labels))
+            self.assertNotIn(key, found)
+            found[key] = float(value)
+        for name, words in told.items():
+            self.assertEqual((words["TYPE"], words.get("UNIT")), ("gauge", "db" if name.endswith("_db") else None))
+            self.assertTrue(any(key[0] == name for key in found), name)
+        return found
+
+    def test_what_is_told(self):
+        self.ok("set", PRE0, "target-gain=11.5", "enabled=false")
+        self.ok("unset", BST0, "target-gain-tilt", "gain-range")
+        found = self.samples()
+        for key, value in ((("ymap_amplifier_target_gain_db", PRE0), 11.5), (("ymap_amplifier_enabled", PRE0), 0),
+                           (("ymap_amplifier_enabled", BST2), 1), (("ymap_amplifier_target_gain_tilt_db", BST2), -0.5),
+                           (("ymap_amplifier_target_gain_tilt_db", BST0), None),
+                           (("ymap_amplifier_gain_tilt_db", BST0, "avg"), None),
+                           (("ymap_amplifier_info", PRE0, "MID_GAIN_RANGE", "2019-12-06"), 1),
+                           (("ymap_amplifier_info", BST0, "2019-12-06"), 1)):
+            self.assertEqual(found.get(key), value, key)
+        low, high = (found["ymap_amplifier_gain_db", PRE0, word] for word in ("min", "max"))
+        for word in ("instant", "avg"):
+            self.assertTrue(low - 1 <= found["ymap_amplifier_gain_db", PRE0, word] <= high + 1)
+        json_gain = json.loads(self.ok("get", PRE0, "--config", "-f", "json").replace("openconfig-optical-amplifier:", ""))
+        self.assertEqual(float(json_gain["optical-amplifier"]["amplifiers"]["amplifier"][0]["config"]["target-gain"]), 11.5)
+
+    def test_of_what_was_asked_for(self):
+        self.assertEqual({key[1] for key in self.samples(BST2)}, {BST2})
+        self.assertEqual({key[0] for key in self.samples("--config")},
+                         {f"ymap_amplifier_{name}" for name in ("target_gain_db", "target_gain_tilt_db", "enabled", "info")})
+
+    @unittest.skipUnless(shutil.which("promtool"), "there is no promtool")
+    def test_promtool_takes_it(self):
+        done = subprocess.run(["promtool", "check", "metrics"], input=self.ok("get", "-f", "prometheus"), text=True,
+                              capture_output=True, check=False)
+        self.assertEqual((done.returncode, done.stdout, done.stderr), (0, "", ""))
 
 
 class OperatingValues(DeviceTest):
