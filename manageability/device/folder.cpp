@@ -10,12 +10,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <thread>
 
 #include "device.hpp"
+#include "fixed_number.hpp"
 
 namespace device {
 
@@ -45,26 +45,10 @@ Stamp stamp_of(const struct stat &status) {
 // In the lock file, always as long: they are written over in place, which a full disk does not hinder.
 constexpr std::string_view kGeneration = "generation ";
 constexpr std::string_view kLabel = "\nlabel ";
-constexpr size_t kDigits = 20;
-constexpr size_t kMarkSize = kGeneration.size() + kDigits + kLabel.size() + kDigits + 1;
+constexpr size_t kMarkSize = kGeneration.size() + kFixedDigits + kLabel.size() + kFixedDigits + 1;
 
 std::string mark_text(uint64_t generation, uint64_t label) {
-  const auto digits = [](uint64_t number) {
-    const std::string text = std::to_string(number);
-    return std::string(kDigits - text.size(), '0') + text;
-  };
-  return std::string(kGeneration) + digits(generation) + std::string(kLabel) + digits(label) + "\n";
-}
-
-/// Takes `word` and the number behind it from the front of `text`.
-std::optional<uint64_t> take_number(std::string_view &text, std::string_view word) {
-  if (!text.starts_with(word)) return std::nullopt;
-  const char *begin = text.data() + word.size();
-  uint64_t number = 0;
-  const auto [stop, error] = std::from_chars(begin, begin + kDigits, number);
-  if (error != std::errc() || stop != begin + kDigits) return std::nullopt;
-  text.remove_prefix(word.size() + kDigits);
-  return number;
+  return fixed_number(kGeneration, generation) + fixed_number(kLabel, label) + "\n";
 }
 
 bool is_empty(int file) {
@@ -93,8 +77,8 @@ struct Folder::Mark {
     if (lock.get() < 0 || ::pread(lock.get(), bytes.data(), bytes.size(), 0) != ssize_t{kMarkSize})
       return std::nullopt;
     std::string_view text(bytes.data(), bytes.size());
-    const auto generation = take_number(text, kGeneration);
-    const auto label = generation ? take_number(text, kLabel) : std::nullopt;
+    const auto generation = take_fixed_number(text, kGeneration);
+    const auto label = generation ? take_fixed_number(text, kLabel) : std::nullopt;
     if (!label) return std::nullopt;
     return Mark{*generation, *label};
   }

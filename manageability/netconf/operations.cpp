@@ -45,23 +45,12 @@ Parsed parse_get(const XmlElement &operation, const std::string &path, SessionPa
   }};
 }
 
-device::Datastore target_of(const XmlElement &operation, const std::string &path, const SessionParts &parts) {
-  return Parameters(operation, path, {"target"}).datastore("target", parts.data.features().candidate);
-}
-
-Parsed parse_lock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  const auto target = target_of(operation, path, parts);
+template <void (SessionControl::*act)(device::Datastore)>
+Parsed parse_locking(const XmlElement &operation, const std::string &path, SessionParts &parts) {
+  const auto target =
+      Parameters(operation, path, {"target"}).datastore("target", parts.data.features().candidate);
   return {[target, &parts]() -> Result {
-            parts.sessions.lock(target);
-            return {};
-          },
-          name_of(target)};
-}
-
-Parsed parse_unlock(const XmlElement &operation, const std::string &path, SessionParts &parts) {
-  const auto target = target_of(operation, path, parts);
-  return {[target, &parts]() -> Result {
-            parts.sessions.unlock(target);
+            (parts.sessions.*act)(target);
             return {};
           },
           name_of(target)};
@@ -133,8 +122,8 @@ constexpr std::array<Operation, 13> kOperations = {{
     {kNetconfNs, "commit", parse_data, Operation::Weight::change, true, kWithCandidate},
     {kNetconfNs, "discard-changes", parse_data, Operation::Weight::change, true, kWithCandidate},
     {kNetconfNs, "cancel-commit", parse_data, Operation::Weight::change, true, kWithConfirmedCommit},
-    {kNetconfNs, "lock", parse_lock},
-    {kNetconfNs, "unlock", parse_unlock},
+    {kNetconfNs, "lock", parse_locking<&SessionControl::lock>},
+    {kNetconfNs, "unlock", parse_locking<&SessionControl::unlock>},
     // The end of the session is recorded.
     {kNetconfNs, "close-session", parse_close, Operation::Weight::none},
     {kNetconfNs, "kill-session", parse_kill},

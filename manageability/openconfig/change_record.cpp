@@ -247,8 +247,7 @@ RecordReader::RecordReader(fs::path folder) : folder_(std::move(folder)) {
   open_files();
 }
 
-/// From the newest on, as files are moved the other way meanwhile: none is met twice, and none is missed
-/// unless the record is moved as a whole, which shows at the end.
+/// From the newest on: what is moved away meanwhile is met again under its next name, and known.
 void RecordReader::open_files() {
   std::vector<File> found;
   const auto has = [](const std::vector<File> &files, uint64_t inode) {

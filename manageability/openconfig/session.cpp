@@ -229,7 +229,10 @@ std::vector<Change> Session::changes_asked(const Request &request, const Leaves 
 Answer Session::edit(const Requester &who, const Rights &rights, const Request &request, Outcome &outcome) {
   auto &changes = outcome.changes;
   auto commit = request.commit;
-  if (commit) commit->watch = watch_commits_;
+  if (commit) {
+    commit->user = who.user();
+    commit->watch = watch_commits_;
+  }
   RequestDatastore datastore(*device_, request.rules,
                              {request.datastore, request.test_only, commit ? &*commit : nullptr});
   // What a <validate> says is its own; what an edit meets, also one that is only tried, is not.

@@ -133,7 +133,6 @@ int edit(const Schema &schema, const Run &run, const Options &options,
   if (options.confirm) {
     request.commit.emplace();
     request.commit->to_confirm = {std::chrono::seconds(*options.confirm), kPersistId};
-    request.commit->user = Requester::of_process("").user();
     if (waiting && waiting->persist == kPersistId) request.commit->persist_id = kPersistId;
   }
   print_warnings(run(request).warnings);
