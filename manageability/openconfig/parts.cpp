@@ -36,13 +36,31 @@ fs::path state_home() {
   throw UsageError("no folder for the device: name one with --device DIR, or set HOME");
 }
 
-}  // namespace
+const fs::path kPrograms = fs::path(YMAP_LIBEXECDIR) / "ymap";
 
-Parts find_parts() {
+/// What the installation is below.
+fs::path prefix_of_installation() {
   std::error_code error;
   const auto executable = fs::read_symlink("/proc/self/exe", error);
   if (error) throw UsageError("the tool cannot find its own place: " + error.message());
-  const auto prefix = executable.parent_path().parent_path();
+  auto prefix = executable.parent_path();
+  // Up from its folder as many steps as that is down, be it the users' programs' or ours.
+  const auto *folder = prefix.native().ends_with(kPrograms.native()) ? kPrograms.c_str() : YMAP_BINDIR;
+  for ([[maybe_unused]] const auto &step : fs::path(folder)) prefix = prefix.parent_path();
+  return prefix;
+}
+
+}  // namespace
+
+fs::path find_program(const char *name) {
+  auto path = prefix_of_installation() / kPrograms / name;
+  std::error_code error;
+  if (fs::exists(path, error)) return path;
+  throw UsageError("this installation is without " + std::string(name) + ", which would be " + path.string());
+}
+
+Parts find_parts() {
+  const auto prefix = prefix_of_installation();
   return {existing("YMAP_PLUGIN", prefix / YMAP_LIBDIR / yfw::optical_amplifier().library, "mapping plug-in"),
           existing("YMAP_MODELS", prefix / YMAP_DATADIR / "ymap" / "models", "folder of YANG modules")};
 }

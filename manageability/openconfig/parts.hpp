@@ -15,6 +15,9 @@ struct Parts {
 /// UsageError.
 Parts find_parts();
 
+/// A program of the tool that is no command of users. Throws UsageError where it is not installed.
+std::filesystem::path find_program(const char *name);
+
 /// The folder `named`, which must exist; if that is empty the user's own, which is made. Throws UsageError.
 std::filesystem::path device_folder(const std::filesystem::path &named);
 

@@ -2,6 +2,7 @@
 #include "commands.hpp"
 
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -78,9 +79,6 @@ std::string render(const Schema &schema, const Data &data, Options::Format forma
   }
   return print_table(data, terminal);
 }
-
-/// Runs a request at a device, wherever that is. Throws as Session::run().
-using Run = std::function<Answer(const Request &)>;
 
 int get(const Schema &schema, const Run &run, const Options &options) {
   const auto kind = options.config_only ? Request::Kind::get_config : Request::Kind::get;
@@ -240,7 +238,7 @@ int log(Session &session, const Requester &who, const Options &options) {
   return kDone;
 }
 
-int dispatch(Session &session, const NamedDevice &device, const Options &options) {
+int dispatch(Session &session, const NamedDevice &device, const Options &options, const OwnCommands &own) {
   const auto who = Requester::of_process("command line");
   const auto run = [&](const Request &request) { return session.run(who, request); };
   switch (options.command) {
@@ -269,6 +267,10 @@ int dispatch(Session &session, const NamedDevice &device, const Options &options
     case Options::Command::netconf:
       serve(session, device);
       return kDone;
+    case Options::Command::gnmi:
+      return own.gnmi(session, options);
+    case Options::Command::watch:
+      return own.watch(session.schema(), run, options);
     case Options::Command::completion:
       print(bash_completion(session));
       return kDone;
@@ -296,13 +298,20 @@ class Tracing {
   bool light_;
 };
 
+/// Ends as another program, with the same command line.
+[[noreturn]] void become(const std::filesystem::path &program, char **argv) {
+  ::execv(program.c_str(), argv);
+  throw UsageError(program.string() + " cannot be started: " + std::strerror(errno));
+}
+
 /// The commands that need no more of a device than a NETCONF server gives.
-int run_connected(const Options &options) {
+int run_connected(const Options &options, const OwnCommands &own) {
   using Command = Options::Command;
-  const bool read = options.command == Command::get;
+  const bool watches = options.command == Command::watch;
+  const bool read = options.command == Command::get || watches;
   const bool confirms = options.command == Command::confirm;
   if (!read && !confirms && options.command != Command::set && options.command != Command::unset)
-    throw UsageError("--connect is for get, set, unset and confirm; the other commands run here");
+    throw UsageError("--connect is for get, watch, set, unset and confirm; the other commands run here");
   if (!options.device.empty())
     throw UsageError("--connect names a server and --device a device; give one of them");
   if (options.trace || options.light_trace)
@@ -324,15 +333,16 @@ int run_connected(const Options &options) {
     return kDone;
   }
   const auto run = [&](const Request &request) { return opened().run(request); };
+  if (watches) return own.watch(schema, run, options);
   return read ? get(schema, run, options) : edit(schema, run, options);
 }
 
 }  // namespace
 
-int run_command(const Options &options) {
+int run_command(const Options &options, const OwnCommands &own) {
   if (options.candidate && !options.native)
     throw UsageError("--candidate is of --native: OpenConfig's server edits the running datastore");
-  if (!options.connect.empty()) return run_connected(options);
+  if (!options.connect.empty()) return run_connected(options, own);
   if (options.native) {
     serve_native(options);
     return kDone;
@@ -348,12 +358,33 @@ int run_command(const Options &options) {
   // A device elsewhere must be told that the session is over.
   if (is_remote(options)) {
     const std::unique_ptr<Session> session(make());
-    return dispatch(*session, named, options);
+    return dispatch(*session, named, options, own);
   }
   // Never taken down: the end of the process does that for nothing.
   static auto &session = *make();
   session.watch_commits(watch);
-  return dispatch(session, named, options);
+  return dispatch(session, named, options, own);
+}
+
+int run_tool(int argc, char **argv, const OwnCommands &own) {
+  Options options;
+  try {
+    if (const auto status = parse_command_line(argc, argv, options)) {
+      flush_output();
+      return *status;
+    }
+    const auto *program = own_program(options.command);
+    const bool is_here =
+        options.command == Options::Command::gnmi ? own.gnmi != nullptr : own.watch != nullptr;
+    if (program != nullptr && !is_here) become(find_program(program), argv);
+    return run_command(options, own);
+  } catch (const RpcError &error) {
+    std::cerr << "ymap: error: " << describe(error.fault()) << "\n";
+    return kRefused;
+  } catch (const std::exception &error) {
+    std::cerr << "ymap: error: " << printable(error.what()) << "\n";
+    return kUnusable;
+  }
 }
 
 std::string describe(const Fault &fault) {

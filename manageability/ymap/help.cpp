@@ -68,7 +68,8 @@ std::string HelpFormatter::make_help(const CLI::App *app, std::string name,
     (option->get_positional() ? argument_rows : option_rows).push_back(row_of(option));
     if (option->get_positional()) arguments.push_back(option);
   }
-  for (const auto *command : app->get_subcommands([](const CLI::App *) { return true; }))
+  for (const auto *command :
+       app->get_subcommands([](const CLI::App *one) { return !one->get_group().empty(); }))
     command_rows.push_back({command->get_name(), command->get_description()});
   return app->get_description() + "\nUsage: " + name + usage(app, arguments, !option_rows.empty()) + "\n" +
          section("Positionals", argument_rows) + section("Options", option_rows) +

@@ -136,6 +136,23 @@ Examples:
 are lines of sshd_config: OpenSSH's server then runs the command for every session, and any NETCONF client can
 manage the amplifiers. All sessions of a device share its folder.)";
 
+const char *const kGnmiExamples = R"(
+Examples:
+  ymap gnmi --certificate server.crt --key server.key --client-ca clients.crt --listen [::]:9339
+  ymap gnmi --insecure --as "$USER"                 for yourself, on 127.0.0.1:9339
+  ymap gnmi --config /etc/ymap/gnmi.conf
+
+A file of options has one a line, such as "listen = [::]:9339" below the line "[gnmi]"; SIGHUP reads it and the
+certificates again. gNMI knows users by their certificates (the e-mail address or DNS name, else the common
+name) or, where PAM may be asked, by user name and password.)";
+
+const char *const kWatchExamples = R"(
+Examples:
+  ymap watch
+  ymap watch 0/0-AMP-BST2 --interval 0.5
+
+Keys: the first digits and the arrow keys choose an amplifier, g and t gain and tilt, q leaves.)";
+
 const char *const kCompletionExamples = R"(
 Examples:
   source <(ymap completion bash)
@@ -178,6 +195,10 @@ class Parser {
     app_.add_flag("--log-reads", options_.records_reads, "Reads stand in the record too, beside changes");
     app_.add_flag("--log-required", options_.record_is_required, "Do nothing that cannot be recorded");
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
+    // Others have no file: to look for one would cost them time.
+    const auto is_gnmi = [](const char *word) { return std::string_view(word) == "gnmi"; };
+    if (std::ranges::any_of(words_, is_gnmi))
+      app_.set_config("--config", "", "File of options")->type_name("FILE");
     add_commands();
     if (app_.get_subcommands({}).empty()) {
       words_ = {};
@@ -214,6 +235,8 @@ class Parser {
                         "The emulated device's own models in the place of OpenConfig's");
           sub->add_flag("--candidate", options_.candidate, "With --native: a candidate datastore too");
         });
+    add_gnmi();
+    add_watch();
     add_completion();
   }
 
@@ -270,6 +293,51 @@ class Parser {
         });
     // Of the tool's own processes.
     add(Options::Command::watch_commit, "watch-commit", "", "");
+  }
+
+  void add_gnmi() {
+    add(Options::Command::gnmi, "gnmi", "Serve gNMI: telemetry, and settings", kGnmiExamples,
+        [this](CLI::App *sub) { fill_gnmi(sub); });
+  }
+
+  void fill_gnmi(CLI::App *sub) {
+    sub->add_option("--listen", options_.listen, "Where to listen; 127.0.0.1:9339 without it")
+        ->type_name("ADDRESS:PORT|unix:PATH")
+        ->check(not_empty());
+    auto *certificate = add_file(sub, "--certificate", options_.certificate,
+                                 "The server's certificate and those behind it, PEM");
+    auto *key = add_file(sub, "--key", options_.key, "Its private key, PEM");
+    certificate->needs(key);
+    key->needs(certificate);
+    add_file(sub, "--client-ca", options_.client_ca,
+             "Authorities whose certificates clients must show; they name the user");
+    sub->add_option("--pam", options_.pam, "PAM service that judges users and passwords; needs root")
+        ->type_name("SERVICE")
+        ->check(not_empty());
+    sub->add_option("--as", options_.as_user,
+                    "Who asks where a request names nobody; without it, it is refused")
+        ->type_name("USER")
+        ->check(not_empty());
+    sub->add_flag("--insecure", options_.insecure,
+                  "Without TLS, on a loopback address or a Unix socket only");
+    sub->add_option("--max-subscriptions", options_.most_subscriptions,
+                    "How many may be open at once; 2000 without it")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(uint32_t{1}, uint32_t{100000}).description(""));
+  }
+
+  CLI::Option *add_file(CLI::App *sub, const char *name, std::string &file, const char *description) {
+    return sub->add_option(name, file, description)->type_name("FILE")->check(not_empty());
+  }
+
+  void add_watch() {
+    add(Options::Command::watch, "watch", "Look at amplifiers: gain and tilt over time", kWatchExamples,
+        [this](CLI::App *sub) {
+          sub->add_option("AMPLIFIER", options_.amplifiers, "Names of amplifiers; all without any");
+          sub->add_option("--interval", options_.watch, "How often they are read; 1 without it")
+              ->type_name("SECONDS")
+              ->check(CLI::Range(0.1, 3600.0).description(""));
+        });
   }
 
   void add_message(Options::Command command, const char *name, const char *description,
@@ -351,6 +419,17 @@ void collect(const CLI::App &app, const std::string &name, std::vector<CommandWo
 }
 
 }  // namespace
+
+const char *own_program(Options::Command command) {
+  switch (command) {
+    case Options::Command::gnmi:
+      return "ymap-gnmi";
+    case Options::Command::watch:
+      return "ymap-watch";
+    default:
+      return nullptr;
+  }
+}
 
 std::optional<int> parse_command_line(int argc, const char *const *argv, Options &options) {
   Parser parser(options, {argv, static_cast<std::size_t>(argc)});

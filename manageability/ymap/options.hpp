@@ -23,6 +23,8 @@ struct Options {
     netconf,
     confirm,
     watch_commit,
+    gnmi,
+    watch,
     completion
   };
   enum class Format { text, xml, json, prometheus };
@@ -60,8 +62,21 @@ struct Options {
   bool native = false;     ///< netconf: the device's own models in the place of OpenConfig's
   bool candidate = false;  ///< netconf: with a candidate datastore
 
+  std::string listen;                  ///< gnmi: address and port, or "unix:" and a path
+  std::string certificate, key;        ///< gnmi: files, PEM
+  std::string client_ca;               ///< gnmi: file of those whose certificates name users; empty: none
+  bool insecure = false;               ///< gnmi: without TLS
+  std::string as_user;                 ///< gnmi: who asks where nobody is named; empty: nobody
+  std::string pam;                     ///< gnmi: PAM service that judges passwords; empty: none
+  uint32_t most_subscriptions = 2000;  ///< gnmi
+  std::string config;                  ///< gnmi: file of options
+
   std::string file = "-";  ///< rpc, translate, explain; "-" is standard input
 };
+
+/// The programs of those commands whose libraries would make the start of all others slow; nullptr for the
+/// others.
+const char *own_program(Options::Command command);
 
 /// Reads the command line into `options`. The exit status where nothing is left to do: 0 after --help and
 /// --version, 2 after a message about wrong usage.
