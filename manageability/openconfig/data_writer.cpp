@@ -9,13 +9,6 @@
 namespace ymap {
 namespace {
 
-/// Of a decimal with all its fraction digits: at least one stays.
-std::string_view without_needless_zeros(std::string_view value) {
-  const auto point = value.find('.');
-  while (value.ends_with('0') && value.size() > point + 2) value.remove_suffix(1);
-  return value;
-}
-
 std::string printed(const lyd_node *data, LYD_FORMAT format, uint32_t options) {
   if (data == nullptr) return {};
   char *text = nullptr;
@@ -47,8 +40,7 @@ class DataWriter {
 
   void write_leaf(const DataNode &leaf) {
     const auto name = leaf.schema->name;
-    if (leaf.schema->fraction_digits > 0) return xml_.leaf(name, without_needless_zeros(leaf.value));
-    if (leaf.schema->type != SchemaNode::Type::identity) return xml_.leaf(name, leaf.value);
+    if (leaf.schema->type != SchemaNode::Type::identity) return xml_.leaf(name, canonical_value(leaf));
     const std::string prefix(schema_.prefix());
     xml_.leaf(name, prefix + ":" + leaf.value, own_namespace("xmlns:" + prefix));
   }
@@ -58,6 +50,14 @@ class DataWriter {
 };
 
 }  // namespace
+
+std::string_view canonical_value(const DataNode &leaf) {
+  std::string_view value = leaf.value;
+  if (leaf.schema->fraction_digits == 0) return value;
+  const auto point = value.find('.');
+  while (value.ends_with('0') && value.size() > point + 2) value.remove_suffix(1);
+  return value;
+}
 
 void write_data(const Schema &schema, const Data &data, XmlWriter &xml) {
   DataWriter(schema, xml).write(data, true);

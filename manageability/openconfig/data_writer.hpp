@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "device.hpp"
 #include "openconfig_answer.hpp"
@@ -11,6 +12,9 @@
 struct lyd_node;
 
 namespace ymap {
+
+/// Of a leaf (RFC 7950, section 9): a decimal without needless zeros.
+std::string_view canonical_value(const DataNode &leaf);
 
 /// Elements in canonical form (RFC 7950, section 9): decimals without needless zeros, identities with a
 /// prefix that is declared beside them.
