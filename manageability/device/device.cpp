@@ -105,8 +105,9 @@ uint64_t Device::Impl::label_of(const std::vector<std::string_view> &parts) cons
 void Device::Impl::check_not_locked(Datastore datastore) const {
   const auto lock = Sessions::lock_state(folder.path(), datastore);
   if (!lock || lock->holder == session) return;
+  const auto user = Sessions::user_of(folder.path(), lock->holder);
   throw EditError("the " + std::string(name_of(datastore)) + " datastore is locked by session " +
-                      std::to_string(lock->holder),
+                      std::to_string(lock->holder) + (user.empty() ? "" : " of user " + user),
                   "in-use", {}, nullptr);
 }
 

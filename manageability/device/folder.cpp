@@ -22,7 +22,6 @@ namespace device {
 namespace {
 
 // The new file has a fixed name, so that a killed writer leaves one at most, and the next one takes it away.
-constexpr const char *kRunning = "running.json";
 constexpr const char *kTemporary = "running.json.new";
 constexpr const char *kLock = "running.lock";
 

@@ -87,6 +87,8 @@ void share_rights(const std::filesystem::path &folder, int fd);
 /// Every function throws FolderError, with the file at fault and what to do about it.
 class Folder {
  public:
+  /// Name of the running configuration's file.
+  static constexpr const char *kRunning = "running.json";
   /// Name of the folder of the sessions' files.
   static constexpr const char *kSessions = "sessions";
   /// Names of files that others keep here begin with this.

@@ -169,6 +169,12 @@ std::optional<Sessions::Lock> Sessions::lock_state(const std::filesystem::path &
                            : std::nullopt;
 }
 
+std::string Sessions::user_of(const std::filesystem::path &folder, uint32_t id) {
+  const SessionRegister sessions(folder, false);
+  SessionRecord record;
+  return sessions.exists() && sessions.process(id, &record) ? record.user : std::string();
+}
+
 /// What stands against a lock, apart from another one.
 std::optional<Sessions::Denial> Sessions::Impl::denial(Datastore datastore) const {
   using Why = Denial::Why;

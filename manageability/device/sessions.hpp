@@ -57,6 +57,8 @@ class Sessions {
   std::optional<Lock> lock_state(Datastore datastore = Datastore::running) const;
   /// Without being a session.
   static std::optional<Lock> lock_state(const std::filesystem::path &folder, Datastore datastore);
+  /// Of a session of another process; empty where it is gone or not to be seen.
+  static std::string user_of(const std::filesystem::path &folder, uint32_t id);
   /// Why a lock is not given (RFC 6241, section 7.5).
   struct Denial {
     enum class Why : uint8_t { held, candidate_is_edited, commit_waits };

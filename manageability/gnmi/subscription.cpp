@@ -36,7 +36,7 @@ std::string Wish::name() const {
          echo.target + "\n" + echo.origin;
 }
 
-SubscriptionWishes::SubscriptionWishes(const Schema &schema, const ::gnmi::SubscriptionList &list, bool near)
+SubscriptionWishes::SubscriptionWishes(const Schema &schema, const ::gnmi::SubscriptionList &list, bool is_told)
     : mode(list.mode()), encoding(supported(list.encoding())), updates_only(list.updates_only()) {
   if (!::gnmi::SubscriptionList::Mode_IsValid(mode))
     refuse("mode " + std::to_string(mode) + " is none of STREAM, ONCE, POLL");
@@ -45,21 +45,26 @@ SubscriptionWishes::SubscriptionWishes(const Schema &schema, const ::gnmi::Subsc
   if (list.subscription_size() > kMostPaths)
     throw RpcError(
         {.tag = "too-big", .message = "a list has at most " + std::to_string(kMostPaths) + " subscriptions"});
-  for (const auto &one : list.subscription()) add(schema, list.prefix(), one, near);
+  for (const auto &one : list.subscription()) add(schema, list.prefix(), one, is_told);
 }
 
 /// A measurement changes without telling: it is looked at as often as makes sense.
 void SubscriptionWishes::add(const Schema &schema, const ::gnmi::Path &prefix,
-                             const ::gnmi::Subscription &subscription, bool near) {
+                             const ::gnmi::Subscription &subscription, bool is_told) {
   Wish wish = {.pattern = Pattern(schema, prefix, subscription.path()),
                .echo = echo_of(prefix, subscription.path())};
+  // What is told once has no intervals.
+  if (mode != ::gnmi::SubscriptionList::STREAM) {
+    wishes.push_back(std::move(wish));
+    return;
+  }
   const auto &path = wish.pattern.text();
   wish.heartbeat = interval_of(subscription.heartbeat_interval(), "heartbeat_interval", path);
   const auto sample = interval_of(subscription.sample_interval(), "sample_interval", path);
   const auto watch = [&](Wish changing, bool is_looked_at) {
     changing.on_change = true;
     changing.changes_only = true;
-    if (is_looked_at || !near) changing.interval = kShortestInterval;
+    if (is_looked_at || !is_told) changing.interval = kShortestInterval;
     wishes.push_back(std::move(changing));
   };
   switch (subscription.mode()) {

@@ -33,8 +33,8 @@ struct Wish {
 
 /// A checked list.
 struct SubscriptionWishes {
-  /// `near`: the device tells of its edits by itself. Throws RpcError.
-  SubscriptionWishes(const Schema &schema, const ::gnmi::SubscriptionList &list, bool near);
+  /// `is_told`: edits are told of as they are made. Throws RpcError.
+  SubscriptionWishes(const Schema &schema, const ::gnmi::SubscriptionList &list, bool is_told);
 
   ::gnmi::SubscriptionList::Mode mode;
   Encoding encoding;
@@ -43,7 +43,7 @@ struct SubscriptionWishes {
 
  private:
   void add(const Schema &schema, const ::gnmi::Path &prefix, const ::gnmi::Subscription &subscription,
-           bool near);
+           bool is_told);
 };
 
 }  // namespace ymap::telemetry

@@ -277,7 +277,7 @@ TEST(Sessions, OnlyTheHolderEdits) {
   EXPECT_EQ(tag_of_edit(device, 102), "stored");
   EXPECT_EQ(peer.lock(), 0U);
   const std::string refused =
-      "in-use: the running datastore is locked by session " + std::to_string(peer.id());
+      "in-use: the running datastore is locked by session " + std::to_string(peer.id()) + " of user peer";
   for (const uint32_t session : {0U, own.id()}) {
     device.act_for(session);
     EXPECT_EQ(tag_of_edit(device, 103), refused);
