@@ -324,6 +324,10 @@ class Parser {
                     "How many may be open at once; 2000 without it")
         ->type_name("NUMBER")
         ->check(CLI::Range(uint32_t{1}, uint32_t{100000}).description(""));
+    sub->add_option("--max-stall", options_.most_stalled,
+                    "How long a subscriber may take nothing before it is closed; 30 without it")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(uint32_t{1}, uint32_t{3600}).description(""));
   }
 
   CLI::Option *add_file(CLI::App *sub, const char *name, std::string &file, const char *description) {
@@ -432,6 +436,7 @@ const char *own_program(Options::Command command) {
 }
 
 std::optional<int> parse_command_line(int argc, const char *const *argv, Options &options) {
+  options.words.assign(argv, argv + argc);
   Parser parser(options, {argv, static_cast<std::size_t>(argc)});
   try {
     parser.app().parse(argc, argv);
@@ -446,6 +451,12 @@ std::optional<int> parse_command_line(int argc, const char *const *argv, Options
               << "\nymap --help, or ymap COMMAND --help, shows the usage.\n";
     return 2;
   }
+}
+
+std::optional<int> parse_again(const Options &options, Options &fresh) {
+  std::vector<const char *> words;
+  for (const auto &word : options.words) words.push_back(word.c_str());
+  return parse_command_line(static_cast<int>(words.size()), words.data(), fresh);
 }
 
 std::vector<CommandWords> command_words() {

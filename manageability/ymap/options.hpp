@@ -69,7 +69,9 @@ struct Options {
   std::string as_user;                 ///< gnmi: who asks where nobody is named; empty: nobody
   std::string pam;                     ///< gnmi: PAM service that judges passwords; empty: none
   uint32_t most_subscriptions = 2000;  ///< gnmi
-  std::string config;                  ///< gnmi: file of options
+  uint32_t most_stalled = 30;          ///< gnmi: seconds
+
+  std::vector<std::string> words;  ///< the command line
 
   std::string file = "-";  ///< rpc, translate, explain; "-" is standard input
 };
@@ -81,6 +83,9 @@ const char *own_program(Options::Command command);
 /// Reads the command line into `options`. The exit status where nothing is left to do: 0 after --help and
 /// --version, 2 after a message about wrong usage.
 std::optional<int> parse_command_line(int argc, const char *const *argv, Options &options);
+
+/// Reads the command line that `options` are of again, and with it the file of options.
+std::optional<int> parse_again(const Options &options, Options &fresh);
 
 /// A subcommand as the shell completes it.
 struct CommandWords {
