@@ -65,7 +65,7 @@ void Hub::receive(StreamId id, const ::gnmi::SubscribeRequest &request, Clock::t
       case ::gnmi::SubscribeRequest::kPoll:
         if (!stream.wishes) refuse("a stream begins with a subscription");
         if (!polls) refuse("the subscription is of mode STREAM or ONCE, and a poll is for mode POLL");
-        tell_once(stream);
+        tell_once(stream, now);
         break;
       default:
         refuse("the message holds neither a subscription nor a poll");
@@ -80,18 +80,18 @@ void Hub::begin(StreamId id, Stream &stream, const ::gnmi::SubscriptionList &lis
     stream.wishes.emplace(session_.schema(), list, is_told_);
     const auto &wishes = *stream.wishes;
     if (wishes.mode != ::gnmi::SubscriptionList::STREAM) {
-      if (!wishes.updates_only) return tell_once(stream);
+      if (!wishes.updates_only) return tell_once(stream, now);
       return stream.outlet->send(synced());
     }
-    const auto reading = read(pointers(wishes.wishes), kFreshEnough);
+    const auto reading = read(pointers(wishes.wishes), now);
     for (const auto &wish : wishes.wishes) join(id, stream, wish, reading, now);
     stream.outlet->send(synced());
   });
   if (stream.wishes->mode == ::gnmi::SubscriptionList::ONCE) close(id, grpc::Status::OK);
 }
 
-void Hub::tell_once(const Stream &stream) {
-  const auto reading = read(pointers(stream.wishes->wishes), kFreshEnough);
+void Hub::tell_once(const Stream &stream, Clock::time_point now) {
+  const auto reading = read(pointers(stream.wishes->wishes), now);
   std::vector<::gnmi::Notification> told;
   for (const auto &wish : stream.wishes->wishes) {
     NotificationWriter writer(session_.schema(), stream.wishes->encoding, wish.echo);
@@ -125,7 +125,7 @@ void Hub::join(StreamId id, Stream &stream, const Wish &wish, const std::shared_
   stream.outlet->send(whole(group, reading));
 }
 
-std::shared_ptr<const Reading> Hub::read(const std::vector<const Wish *> &wishes, Clock::duration age) {
+std::shared_ptr<const Reading> Hub::read(const std::vector<const Wish *> &wishes, Clock::time_point now) {
   std::set<std::string> names;
   for (const auto *wish : wishes) {
     const auto entry = wish->pattern.only_entry();
@@ -136,7 +136,7 @@ std::shared_ptr<const Reading> Hub::read(const std::vector<const Wish *> &wishes
     names.insert(*entry);
   }
   session_.settle();
-  return readings_.read({names.begin(), names.end()}, age);
+  return readings_.read({names.begin(), names.end()}, kFreshEnough, now);
 }
 
 LeafSet Hub::leaves(const Requester &who, const Wish &wish, const std::shared_ptr<const Reading> &reading) {
@@ -247,7 +247,7 @@ void Hub::serve(const std::vector<Due> &due, Clock::time_point now) {
   try {
     std::vector<const Wish *> wishes;
     for (const auto &one : due) wishes.push_back(&groups_.at(one.name).wish);
-    const auto reading = read(wishes, kFreshEnough);
+    const auto reading = read(wishes, now);
     for (const auto &one : due) {
       const auto found = groups_.find(one.name);  // unless its members are gone meanwhile
       if (found != groups_.end() && may_go_on(found->second)) deliver(found->second, reading, one.is_whole);

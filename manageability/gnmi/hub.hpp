@@ -80,8 +80,8 @@ class Hub {
   void begin(StreamId id, Stream &stream, const ::gnmi::SubscriptionList &list, Clock::time_point now);
   void join(StreamId id, Stream &stream, const Wish &wish, const std::shared_ptr<const Reading> &reading,
             Clock::time_point now);
-  void tell_once(const Stream &stream);
-  std::shared_ptr<const Reading> read(const std::vector<const Wish *> &wishes, Clock::duration age);
+  void tell_once(const Stream &stream, Clock::time_point now);
+  std::shared_ptr<const Reading> read(const std::vector<const Wish *> &wishes, Clock::time_point now);
   LeafSet leaves(const Requester &who, const Wish &wish, const std::shared_ptr<const Reading> &reading);
   void deliver(Group &group, const std::shared_ptr<const Reading> &reading, bool is_whole);
   void send(const Group &group, const std::shared_ptr<const Batch> &batch);

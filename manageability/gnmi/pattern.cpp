@@ -53,12 +53,16 @@ void Pattern::add(const ::gnmi::Path &path) {
       refuse("too-big", "a path has more than " + std::to_string(kMostSteps) + " elements", text_);
     steps_.push_back(step_of(elem));
     const auto &step = steps_.back();
-    text_ = step.kind == Step::Kind::name
-                ? ymap::step(text_, schema_.module_name(), shortened(step.name))
-                : text_ + (step.kind == Step::Kind::any ? "/*" : "/...");
+    text_ = named(text_, step);
     if (!step.key_name.empty())
       text_ = with_key(text_, shortened(step.key_name), shortened(step.key.value_or("*")));
   }
+}
+
+std::string Pattern::named(const std::string &path, const Step &step) const {
+  if (step.kind == Step::Kind::name)
+    return ymap::step(path, schema_.module_name(), shortened(step.name));
+  return path + (step.kind == Step::Kind::any ? "/*" : "/...");
 }
 
 Pattern::Step Pattern::step_of(const ::gnmi::PathElem &elem) const {
@@ -108,11 +112,9 @@ void Pattern::check_against_schema() const {
   std::size_t wrong = steps_.size();
   while ((seen >> wrong & 1) == 0) --wrong;
   std::string path;
-  for (std::size_t at = 0; at < wrong; ++at)
-    path = ymap::step(path, schema_.module_name(), at < wrong ? shortened(steps_[at].name) : "");
+  for (std::size_t at = 0; at <= wrong; ++at) path = named(path, steps_[at]);
   const auto &step = steps_[wrong];
   const auto name = step.kind == Step::Kind::name ? shortened(step.name) : std::string("*");
-  path = ymap::step(path, schema_.module_name(), name);
   if (!step.key_name.empty())
     refuse("unknown-element",
            "the model has no list " + name + " there with the key " + shortened(step.key_name), path);

@@ -61,6 +61,7 @@ class Pattern {
   static constexpr std::size_t kMostSteps = 60;
 
   void add(const ::gnmi::Path &path);
+  std::string named(const std::string &path, const Step &step) const;
   Step step_of(const ::gnmi::PathElem &elem) const;
   void check_keys(const ::gnmi::PathElem &elem, Step &step) const;
   void check_against_schema() const;

@@ -27,13 +27,12 @@ uint64_t Readings::version() {
 }
 
 std::shared_ptr<const Reading> Readings::read(const std::vector<std::string> &amplifiers,
-                                              Clock::duration age) {
+                                              Clock::duration age, Clock::time_point now) {
   // The mapping refuses a read of what is not there, and nobody asks it for what he does not know.
   const bool are_known =
       std::ranges::all_of(amplifiers, [&](const auto &name) { return known_.contains(name); });
   auto wanted = are_known ? amplifiers : std::vector<std::string>();
   std::ranges::sort(wanted);
-  const auto now = Clock::now();
   if (last_ && now - last_->time < age && (last_->amplifiers.empty() || last_->amplifiers == wanted) &&
       last_->version == version())
     return last_->reading;

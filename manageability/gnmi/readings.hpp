@@ -23,10 +23,8 @@ class Readings {
 
   /// Of all amplifiers, or at least of `amplifiers`, which need not be there. One that is not older than
   /// `age` and from after the last edit that is known of may be an earlier one. Throws as Session::run().
-  std::shared_ptr<const Reading> read(const std::vector<std::string> &amplifiers, Clock::duration age);
-  std::shared_ptr<const Reading> read_all(Clock::duration age = {}) { return read({}, age); }
-  /// No earlier one will do: something may have changed.
-  void forget() { last_.reset(); }
+  std::shared_ptr<const Reading> read(const std::vector<std::string> &amplifiers, Clock::duration age,
+                                      Clock::time_point now);
 
  private:
   std::shared_ptr<const Reading> read_now(const std::vector<std::string> &amplifiers);
