@@ -54,12 +54,14 @@ bench:
 fuzz:
 	$(PACKAGES) build fuzz
 	cmake --preset fuzz
-	cmake --build --preset fuzz -j $(JOBS) --target plugin_fuzz rpc_fuzz
-	mkdir -p build/fuzz/found/plugin build/fuzz/found/rpc
+	cmake --build --preset fuzz -j $(JOBS) --target plugin_fuzz rpc_fuzz gnmi_fuzz
+	mkdir -p build/fuzz/found/plugin build/fuzz/found/rpc build/fuzz/found/gnmi
 	cd build/fuzz && bin/plugin_fuzz -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -print_final_stats=1 \
 	  found/plugin ../../manageability/fuzz/corpus/plugin
 	cd build/fuzz && bin/rpc_fuzz -max_total_time=$(FUZZ_SECONDS) -max_len=8192 -print_final_stats=1 \
 	  -dict=../../manageability/fuzz/rpc.dict found/rpc ../../manageability/fuzz/corpus/rpc
+	cd build/fuzz && bin/gnmi_fuzz -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -print_final_stats=1 \
+	  -dict=../../manageability/fuzz/gnmi.dict found/gnmi ../../manageability/fuzz/corpus/gnmi
 
 install:
 	$(PACKAGES) build

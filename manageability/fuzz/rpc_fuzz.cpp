@@ -3,11 +3,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <string_view>
 
-#include "folder.hpp"
+#include "bench_device.hpp"
 #include "libyang_versions.hpp"
 #include "openconfig_request.hpp"
 #include "rpc_error.hpp"
@@ -15,8 +14,6 @@
 #include "session.hpp"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr auto kLayout = ymap::Layout::indented;
 
@@ -39,65 +36,29 @@ void expect_document(const std::string &text) {
   lyd_free_all(tree);
 }
 
-/// A device of this process alone, with factory data before every input.
-class Bench {
- public:
-  Bench() : path_(make_folder()), session_({YMAP_PLUGIN, YMAP_MODELS}, path_), folder_(path_) {
-    session_.run(who_, {});
-    factory_ = stored();
-  }
-  ~Bench() {
-    std::error_code error;
-    fs::remove_all(path_, error);
-  }
-  Bench(const Bench &) = delete;
-  Bench &operator=(const Bench &) = delete;
-
-  /// What the tool prints for the text.
-  std::string reply_to(std::string_view text) {
-    const ymap::RpcMessage message(text);
-    try {
-      const auto request = message.request(session_.schema());
-      translate(request);
-      const auto content = content_of(session_.schema(), request, session_.run(who_, request), kLayout);
-      return ymap::reply(message.attributes(), content, kLayout);
-    } catch (const ymap::RpcError &error) {
-      if (stored() != factory_) fail("a refused request was stored", error.what());
-      return ymap::error_reply(message.attributes(), error.fault(), kLayout);
-    }
-  }
-
-  void restore() {
-    if (stored() != factory_) folder_.store(folder_.lock(), {factory_}, 0);
-  }
-
- private:
-  static fs::path make_folder() {
-    std::string name = fs::temp_directory_path() / "rpc_fuzz.XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) fail("no folder can be made", name);
-    return name;
-  }
-
-  std::string stored() const { return folder_.load().text; }
-
-  // Each as XML. What cannot be translated is refused here, as run() would refuse it.
-  void translate(const ymap::Request &request) {
-    for (const auto &native : session_.translate(request))
+/// What the tool prints for the text.
+std::string reply_to(ymap_fuzz::BenchDevice &bench, std::string_view text) {
+  auto &session = bench.session();
+  const ymap::RpcMessage message(text);
+  try {
+    const auto request = message.request(session.schema());
+    // What cannot be translated is refused here, as run() would refuse it.
+    for (const auto &native : session.translate(request))
       expect_document(ymap::native_request(request.kind, native));
+    const auto content =
+        content_of(session.schema(), request, session.run(bench.who(), request), kLayout);
+    return ymap::reply(message.attributes(), content, kLayout);
+  } catch (const ymap::RpcError &error) {
+    if (bench.is_edited()) fail("a refused request was stored", error.what());
+    return ymap::error_reply(message.attributes(), error.fault(), kLayout);
   }
-
-  const ymap::Requester who_ = ymap::Requester::of_process("fuzzer");
-  fs::path path_;
-  ymap::Session session_;
-  device::Folder folder_;
-  std::string factory_;
-};
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  static Bench bench;
+  static ymap_fuzz::BenchDevice bench;
   bench.restore();
-  expect_document(bench.reply_to({reinterpret_cast<const char *>(data), size}));
+  expect_document(reply_to(bench, {reinterpret_cast<const char *>(data), size}));
   return 0;
 }
