@@ -73,9 +73,9 @@ class ProseCutter {
   enum Class : uint8_t { word, blank, quote, other };
   static constexpr std::array<Class, 256> kClasses = [] {
     std::array<Class, 256> classes{};
-    for (const unsigned char c : {' ', '\t', '\r', '\n'}) classes[c] = blank;
-    for (const unsigned char c : {'"', '\''}) classes[c] = quote;
-    for (const unsigned char c : {';', '{', '}'}) classes[c] = other;
+    for (const char c : {' ', '\t', '\r', '\n'}) classes[static_cast<unsigned char>(c)] = blank;
+    for (const char c : {'"', '\''}) classes[static_cast<unsigned char>(c)] = quote;
+    for (const char c : {';', '{', '}'}) classes[static_cast<unsigned char>(c)] = other;
     return classes;
   }();
 

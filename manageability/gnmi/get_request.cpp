@@ -75,7 +75,6 @@ Echo echo_of(const ::gnmi::Path &prefix, const ::gnmi::Path &path) {
 
 GetQuery::GetQuery(const Schema &schema, const ::gnmi::GetRequest &request)
     : schema_(schema),
-      request_(request),
       part_(part_of(request.type())),
       encoding_(supported(request.encoding())) {
   // A prefix that may stand for several nodes is none of what any of them has.

@@ -22,7 +22,7 @@ void check_models(const Schema &schema,
 /// Echo of a prefix, beside the origin that paths of the request have.
 Echo echo_of(const ::gnmi::Path &prefix, const ::gnmi::Path &path);
 
-/// A checked request, which must live as long.
+/// A checked request.
 class GetQuery {
  public:
   /// Throws RpcError.
@@ -38,7 +38,6 @@ class GetQuery {
   void add_update(const Trail &trail, ::gnmi::Notification &notification) const;
 
   const Schema &schema_;
-  const ::gnmi::GetRequest &request_;
   Part part_;
   Encoding encoding_;
   std::vector<Pattern> patterns_;
