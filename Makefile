@@ -50,6 +50,7 @@ bench:
 	build/release/bin/netconf_bench
 	@scripts/count-instructions build/release/bin/ymap_rounds build/release/bin/ymap \
 	  build/release/bin/libyang_rounds build/release/share/ymap/models
+	@scripts/measure-gnmi build/release/bin/ymap build/release/bin/gnmi_load
 
 fuzz:
 	$(PACKAGES) build fuzz

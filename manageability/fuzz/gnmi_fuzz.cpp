@@ -50,7 +50,7 @@ class Listener : public telemetry::Outlet {
 void get(ymap_fuzz::BenchDevice &bench, telemetry::Readings &readings, const gnmi::GetRequest &request) {
   const telemetry::GetQuery query(bench.session().schema(), request);
   const auto reading = readings.read(query.amplifiers(), seconds(1), std::chrono::steady_clock::now());
-  const auto response = query.answer(reading);
+  const auto response = query.answer(*reading);
   for (const auto &notification : response.notification()) expect_json(notification);
 }
 

@@ -29,23 +29,15 @@ Part part_of(::gnmi::GetRequest::DataType type) {
                   .message = "type " + std::to_string(type) + " is none of ALL, CONFIG, STATE, OPERATIONAL"});
 }
 
-/// What of the node the part takes, with the keys that are needed for it; nothing if that is nothing.
-std::optional<DataNode> part_of(const DataNode &node, Part part) {
-  if (node.schema->is_leaf())
-    return takes(part, *node.schema) ? std::optional(node) : std::nullopt;
-  DataNode taken = {node.schema};
-  bool holds = false;
-  for (const auto &child : node.children) {
-    if (child.schema->is_key) {
-      taken.children.push_back(child);
-      continue;
-    }
-    auto below = part_of(child, part);
-    if (!below) continue;
-    holds = true;
-    taken.children.push_back(std::move(*below));
-  }
-  return holds ? std::optional(std::move(taken)) : std::nullopt;
+/// The latest time of what the part takes of the nodes; 0 if that is nothing.
+int64_t latest(const Data &siblings, Part part, int64_t reading) {
+  const ValueTimes times(siblings, reading);
+  int64_t time = 0;
+  for (const auto &node : siblings)
+    time = std::max(time, !node.schema->is_leaf()          ? latest(node.children, part, reading)
+                          : takes(part, *node.schema) ? times.of(*node.schema)
+                                                      : 0);
+  return time;
 }
 
 }  // namespace
@@ -92,39 +84,54 @@ GetQuery::GetQuery(const Schema &schema, const ::gnmi::GetRequest &request)
   if (request.path().empty()) add({});
 }
 
-::gnmi::GetResponse GetQuery::answer(std::shared_ptr<const Reading> reading) const {
+::gnmi::GetResponse GetQuery::answer(const Reading &reading) const {
   ::gnmi::GetResponse response;
   for (std::size_t at = 0; at < patterns_.size(); ++at) {
-    const LeafSet leaves(schema_, reading, part_, {&patterns_[at]});
-    if (leaves.leaves().empty())
-      throw RpcError(
-          {.tag = "data-missing", .message = "there is no data there", .path = patterns_[at].text()});
     auto &notification = *response.add_notification();
-    notification.set_timestamp(std::ranges::max(leaves.leaves(), {}, &Leaf::time).time);
     auto &prefix = *notification.mutable_prefix();
     prefix.set_target(echoes_[at].target);
     prefix.set_origin(echoes_[at].origin);
-    for (std::size_t elem = 0; elem < prefix_size_; ++elem) {
-      const auto &node = *leaves.leaves().front().trail[elem];
-      add_elem(prefix, *node.schema, node.schema->is_list() ? key_of(node) : std::string());
-    }
-    if (encoding_ == Encoding::proto)
-      for (const auto &leaf : leaves.leaves()) add_update(leaf.trail, notification);
-    else
-      patterns_[at].select(reading->data,
-                           [&](const Trail &trail) { add_update(trail, notification); });
+    int64_t time = 0;
+    patterns_[at].select(reading.data, [&](const Trail &trail) {
+      for (auto elem = static_cast<std::size_t>(prefix.elem_size()); elem < prefix_size_; ++elem)
+        add_elem(prefix, *trail[elem]->schema, key_or_nothing(*trail[elem]));
+      const auto own = trail.size() < 2 ? reading.time
+                                        : ValueTimes(trail[trail.size() - 2]->children, reading.time)
+                                              .of(*trail.back()->schema);
+      auto below = trail;
+      time = std::max(time, add_updates(below, own, reading.time, notification));
+    });
+    if (notification.update().empty())
+      throw RpcError(
+          {.tag = "data-missing", .message = "there is no data there", .path = patterns_[at].text()});
+    notification.set_timestamp(time);
   }
   return response;
 }
 
-void GetQuery::add_update(const Trail &trail, ::gnmi::Notification &notification) const {
-  const auto node = part_of(*trail.back(), part_);
-  if (!node) return;
+/// Returns the latest time of what it adds; 0 if that is nothing.
+int64_t GetQuery::add_updates(Trail &trail, int64_t own_time, int64_t reading,
+                              ::gnmi::Notification &notification) const {
+  const auto &node = *trail.back();
+  if (encoding_ == Encoding::proto && !node.schema->is_leaf()) {
+    const ValueTimes times(node.children, reading);
+    int64_t time = 0;
+    for (const auto &child : node.children) {
+      trail.push_back(&child);
+      time = std::max(time, add_updates(trail, times.of(*child.schema), reading, notification));
+      trail.pop_back();
+    }
+    return time;
+  }
   auto &update = *notification.add_update();
+  if (!write_value(schema_, node, part_, encoding_, *update.mutable_val())) {
+    notification.mutable_update()->RemoveLast();
+    return 0;
+  }
+  auto &path = *update.mutable_path();
   for (auto at = prefix_size_; at < trail.size(); ++at)
-    add_elem(*update.mutable_path(), *trail[at]->schema,
-             trail[at]->schema->is_list() ? key_of(*trail[at]) : std::string());
-  write_value(schema_, *node, encoding_, *update.mutable_val());
+    add_elem(path, *trail[at]->schema, key_or_nothing(*trail[at]));
+  return node.schema->is_leaf() ? own_time : latest(node.children, part_, reading);
 }
 
 }  // namespace ymap::telemetry

@@ -32,10 +32,11 @@ class GetQuery {
   std::vector<std::string> amplifiers() const { return amplifiers_of(patterns_); }
 
   /// A notification for each path. Throws RpcError: data-missing where there is nothing.
-  ::gnmi::GetResponse answer(std::shared_ptr<const Reading> reading) const;
+  ::gnmi::GetResponse answer(const Reading &reading) const;
 
  private:
-  void add_update(const Trail &trail, ::gnmi::Notification &notification) const;
+  int64_t add_updates(Trail &trail, int64_t own_time, int64_t reading,
+                      ::gnmi::Notification &notification) const;
 
   const Schema &schema_;
   Part part_;

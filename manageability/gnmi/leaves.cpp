@@ -12,27 +12,15 @@ namespace ymap::telemetry {
 namespace {
 
 /// The number in the leaf of that name; 0 if there is none.
-int64_t number_in(const DataNode &container, std::string_view name) {
-  for (const auto &leaf : container.children) {
-    if (leaf.schema->name != name) continue;
-    int64_t number = 0;
-    std::from_chars(leaf.value.data(), leaf.value.data() + leaf.value.size(), number);
-    return number;
-  }
-  return 0;
+int64_t number_in(const Data &siblings, std::string_view name) {
+  const auto leaf = std::ranges::find(siblings, name, [](const DataNode &node) { return node.schema->name; });
+  int64_t number = 0;
+  if (leaf != siblings.end())
+    std::from_chars(leaf->value.data(), leaf->value.data() + leaf->value.size(), number);
+  return number;
 }
 
 constexpr std::string_view kInstant = "instant";
-
-/// Statistics are of intervals that follow each other without a gap, so that whatever stood out in one tells
-/// which it was. By the device's clock: this machine's may be another.
-int64_t time_of(const DataNode &container, const DataNode &leaf, int64_t time_of_reading) {
-  if (leaf.schema->name == kInstant) return time_of_reading;
-  const auto interval = number_in(container, "interval");
-  const auto within = number_in(container, "min-time");
-  if (interval <= 0 || within <= 0) return time_of_reading;
-  return (within / interval + 1) * interval;
-}
 
 bool is_entry(const DataNode *node) {
   return node->schema->is_list();
@@ -46,7 +34,7 @@ std::size_t entry_of(const Trail &trail) {
 
 void add_elems(::gnmi::Path &path, const Trail &trail, std::size_t from, std::size_t to) {
   for (auto at = from; at < to; ++at)
-    add_elem(path, *trail[at]->schema, is_entry(trail[at]) ? key_of(*trail[at]) : std::string());
+    add_elem(path, *trail[at]->schema, key_or_nothing(*trail[at]));
 }
 
 }  // namespace
@@ -59,29 +47,16 @@ std::shared_ptr<const Reading> readable(const Schema &schema, const Rights &righ
   return part;
 }
 
-bool is_live(const SchemaNode &leaf) {
-  if (leaf.is_config || leaf.is_key) return false;
-  // What stands in the container "config" beside is a setting, as the device has it.
-  const auto *above = leaf.parent;
-  if (above == nullptr || above->parent == nullptr || !above->parent->is_list()) return true;
-  const auto beside = above->parent->children;
-  const auto config = std::ranges::find(beside, std::string_view("config"), &SchemaNode::name);
-  return config == beside.end() ||
-         std::ranges::find(config->children, leaf.name, &SchemaNode::name) == config->children.end();
+/// Statistics are of intervals that follow each other without a gap, so that whatever stood out in one tells
+/// which it was. By the device's clock: this machine's may be another.
+ValueTimes::ValueTimes(const Data &siblings, int64_t reading) : reading_(reading), statistics_(reading) {
+  const auto interval = number_in(siblings, "interval");
+  const auto within = interval > 0 ? number_in(siblings, "min-time") : 0;
+  if (within > 0) statistics_ = (within / interval + 1) * interval;
 }
 
-bool takes(Part part, const SchemaNode &leaf) {
-  switch (part) {
-    case Part::config:
-      return leaf.is_config;
-    case Part::state:
-      return !leaf.is_config;
-    case Part::operational:
-      return is_live(leaf);
-    case Part::all:
-      break;
-  }
-  return true;
+int64_t ValueTimes::of(const SchemaNode &leaf) const {
+  return leaf.name == kInstant ? reading_ : statistics_;
 }
 
 LeafSet::LeafSet(const Schema &schema, std::shared_ptr<const Reading> reading, Part part,
@@ -94,7 +69,11 @@ LeafSet::LeafSet(const Schema &schema, std::shared_ptr<const Reading> reading, P
         path = step(path, schema.module_name(), node->schema->name);
         if (is_entry(node)) path = with_key(path, node->schema->children.front().name, key_of(*node));
       }
-      add(schema, trail, path, part, reading_->time);
+      auto own = trail;
+      const bool has_siblings = trail.size() > 1;
+      add(schema, own, path, part,
+          has_siblings ? ValueTimes(trail[trail.size() - 2]->children, reading_->time).of(*trail.back()->schema)
+                       : reading_->time);
     });
   }
   for (std::size_t at = 0; at < leaves_.size(); ++at) index_.emplace(leaves_[at].path, at);
@@ -108,19 +87,19 @@ LeafSet::LeafSet(const Schema &schema, std::shared_ptr<const Reading> reading, P
   for (std::size_t at = 0; at < leaves_.size(); ++at) index_.emplace(leaves_[at].path, at);
 }
 
-void LeafSet::add(const Schema &schema, const Trail &trail, const std::string &path, Part part, int64_t time) {
+void LeafSet::add(const Schema &schema, Trail &trail, const std::string &path, Part part, int64_t time) {
   const auto &node = *trail.back();
   if (node.schema->is_leaf()) {
-    const auto own = trail.size() > 1 ? time_of(*trail[trail.size() - 2], node, time) : time;
-    if (takes(part, *node.schema)) leaves_.push_back({path, trail, own});
+    if (takes(part, *node.schema)) leaves_.push_back({path, trail, time});
     return;
   }
+  const ValueTimes times(node.children, reading_->time);
   for (const auto &child : node.children) {
-    auto longer = trail;
-    longer.push_back(&child);
     auto below = step(path, schema.module_name(), child.schema->name);
     if (is_entry(&child)) below = with_key(below, child.schema->children.front().name, key_of(child));
-    add(schema, longer, below, part, time);
+    trail.push_back(&child);
+    add(schema, trail, below, part, times.of(*child.schema));
+    trail.pop_back();
   }
 }
 
@@ -147,7 +126,7 @@ void NotificationWriter::update(const Leaf &leaf) {
   const auto entry = entry_of(leaf.trail);
   auto &update = *notification(leaf.trail, entry, leaf.time).add_update();
   add_elems(*update.mutable_path(), leaf.trail, entry, leaf.trail.size());
-  write_value(schema_, *leaf.trail.back(), encoding_, *update.mutable_val());
+  write_value(schema_, *leaf.trail.back(), Part::all, encoding_, *update.mutable_val());
 }
 
 void NotificationWriter::remove(const Leaf &leaf, int64_t time) {

@@ -11,6 +11,7 @@
 
 #include "access_rules.hpp"
 #include "gnmi.pb.h"
+#include "part.hpp"
 #include "pattern.hpp"
 #include "value.hpp"
 
@@ -26,21 +27,24 @@ struct Reading {
 std::shared_ptr<const Reading> readable(const Schema &schema, const Rights &rights,
                                         std::shared_ptr<const Reading> reading);
 
-enum class Part : uint8_t {
-  all,
-  config,
-  state,
-  operational  ///< state that is no setting's
+/// When the values of a leaf's siblings were what they are, itself included.
+class ValueTimes {
+ public:
+  /// `siblings` of a reading of that time.
+  ValueTimes(const Data &siblings, int64_t reading);
+  /// A statistic's is the end of the time that it is of.
+  int64_t of(const SchemaNode &leaf) const;
+
+ private:
+  int64_t reading_;
+  int64_t statistics_;
 };
-bool takes(Part part, const SchemaNode &leaf);
-/// Whether the leaf is measured, and changes without an edit.
-bool is_live(const SchemaNode &leaf);
 
 /// A leaf of a reading.
 struct Leaf {
   std::string path;  ///< as faults have it
   Trail trail;
-  int64_t time = 0;  ///< of its value: a statistic's is the end of the time that it is of
+  int64_t time = 0;  ///< of its value
   const std::string &value() const { return trail.back()->value; }
 };
 
@@ -58,7 +62,7 @@ class LeafSet {
   const Leaf *find(const std::string &path) const;
 
  private:
-  void add(const Schema &schema, const Trail &trail, const std::string &path, Part part, int64_t time);
+  void add(const Schema &schema, Trail &trail, const std::string &path, Part part, int64_t time);
 
   std::shared_ptr<const Reading> reading_;
   std::vector<Leaf> leaves_;

@@ -222,6 +222,10 @@ const std::string &key_of(const DataNode &entry) {
   return entry.children.front().value;
 }
 
+std::string key_or_nothing(const DataNode &node) {
+  return node.schema->is_list() ? key_of(node) : std::string();
+}
+
 void add_elem(::gnmi::Path &path, const SchemaNode &node, const std::string &key) {
   auto *elem = path.add_elem();
   elem->set_name(std::string(node.name));

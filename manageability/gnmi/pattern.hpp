@@ -85,6 +85,8 @@ std::string path_of(const Schema &schema, const std::vector<Pattern::Node> &node
 
 /// The key of a list entry.
 const std::string &key_of(const DataNode &entry);
+/// The same, empty for other nodes.
+std::string key_or_nothing(const DataNode &node);
 
 /// Appends the node to a path of an answer.
 void add_elem(::gnmi::Path &path, const SchemaNode &node, const std::string &key);

@@ -60,7 +60,7 @@ grpc::Status Target::get(const Caller &caller, const ::gnmi::GetRequest &request
       const GetQuery query(session_.schema(), request);
       session_.settle();
       auto reading = readings_.read(query.amplifiers(), kFreshEnough, Clock::now());
-      response = query.answer(readable(session_.schema(), session_.guard().rights(who), std::move(reading)));
+      response = query.answer(*readable(session_.schema(), session_.guard().rights(who), std::move(reading)));
     });
     return grpc::Status::OK;
   } catch (const std::exception &error) {

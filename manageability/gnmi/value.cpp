@@ -3,10 +3,13 @@
 
 #include <google/protobuf/util/json_util.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <span>
 #include <string_view>
 
 #include "data_parser.hpp"
@@ -35,38 +38,84 @@ std::string text_of(const Schema &schema, const DataNode &leaf, Encoding encodin
   return is_qualified ? qualified(schema, value) : std::string(value);
 }
 
-/// RFC 7951 has numbers of 64 bits and decimals as strings (section 6.1).
-std::string json_of_leaf(const Schema &schema, const DataNode &leaf, Encoding encoding) {
-  const auto type = leaf.schema->type;
-  const bool is_number = type == Type::decimal || type == Type::unsigned_integer;
-  const bool is_bare = type == Type::boolean || (is_number && encoding == Encoding::json);
-  auto text = text_of(schema, leaf, encoding);
-  return is_bare ? text : ymap::quoted(text);
-}
+class JsonWriter {
+ public:
+  JsonWriter(const Schema &schema, Part part, Encoding encoding)
+      : schema_(schema), part_(part), encoding_(encoding) {}
 
-/// Entries of a list stand side by side in the data, and in JSON in one array.
-std::string json_members(const Schema &schema, const Data &siblings, Encoding encoding, bool is_top) {
-  std::string text;
-  const auto value_of = [&](const DataNode &node) {
-    return node.schema->is_leaf() ? json_of_leaf(schema, node, encoding)
-                                  : json_members(schema, node.children, encoding, false);
-  };
-  for (auto node = siblings.begin(); node != siblings.end();) {
-    const auto *kind = node->schema;
-    const bool is_qualified = is_top && encoding == Encoding::json_ietf;
-    text += (text.empty() ? "" : ",") +
-            ymap::quoted(is_qualified ? qualified(schema, kind->name) : std::string(kind->name)) + ":";
-    if (!kind->is_list()) {
-      text += value_of(*node++);
-      continue;
-    }
-    std::string entries;
-    for (; node != siblings.end() && node->schema == kind; ++node)
-      entries += (entries.empty() ? "" : ",") + value_of(*node);
-    text += "[" + entries + "]";
+  /// RFC 7951 has numbers of 64 bits and decimals as strings (section 6.1).
+  void leaf(const DataNode &leaf) {
+    const auto type = leaf.schema->type;
+    const bool is_number = type == Type::decimal || type == Type::unsigned_integer;
+    if (type == Type::boolean || (is_number && encoding_ == Encoding::json))
+      json_ += canonical_value(leaf);
+    else if (type == Type::identity)
+      append_quoted(json_, text_of(schema_, leaf, encoding_));
+    else
+      append_quoted(json_, canonical_value(leaf));
   }
-  return "{" + text + "}";
-}
+
+  /// False, and nothing written, if the part takes none of the siblings; keys alone are none.
+  bool object(const Data &siblings, bool is_top) {
+    const auto start = json_.size();
+    bool holds = false;
+    json_ += '{';
+    for (auto node = siblings.begin(); node != siblings.end();) {
+      const auto &kind = *node->schema;
+      // Entries of a list stand side by side in the data, and in JSON in one array.
+      const auto end = kind.is_list() ? std::find_if(node, siblings.end(), [&](const DataNode &other) { return other.schema != &kind; }) : node + 1;
+      if (member({node, end}, is_top)) holds = holds || !kind.is_key;
+      node = end;
+    }
+    json_ += '}';
+    if (!holds) json_.resize(start);
+    return holds;
+  }
+
+  std::string take() { return std::move(json_); }
+
+ private:
+  bool member(std::span<const DataNode> nodes, bool is_top) {
+    const auto &kind = *nodes.front().schema;
+    if (kind.is_leaf() && !kind.is_key && !takes(part_, kind)) return false;
+    const auto start = json_.size();
+    separate();
+    json_ += '"';
+    if (is_top && encoding_ == Encoding::json_ietf) json_.append(schema_.module_name()).append(1, ':');
+    json_.append(kind.name).append("\":");
+    bool holds = true;
+    if (kind.is_leaf())
+      leaf(nodes.front());
+    else
+      holds = kind.is_list() ? array(nodes) : object(nodes.front().children, false);
+    if (!holds) json_.resize(start);
+    return holds;
+  }
+
+  bool array(std::span<const DataNode> entries) {
+    json_ += '[';
+    bool holds = false;
+    for (const auto &entry : entries) {
+      const auto start = json_.size();
+      separate();
+      if (object(entry.children, false))
+        holds = true;
+      else
+        json_.resize(start);
+    }
+    json_ += ']';
+    return holds;
+  }
+
+  void separate() {
+    if (json_.back() != '{' && json_.back() != '[') json_ += ',';
+  }
+
+  const Schema &schema_;
+  Part part_;
+  Encoding encoding_;
+  std::string json_;
+};
 
 /// With as many digits behind the point as the leaf has; beyond what any leaf takes the text is one that none
 /// takes.
@@ -143,23 +192,32 @@ Encoding supported(::gnmi::Encoding encoding) {
                              " is not supported; there are JSON, JSON_IETF and PROTO"});
 }
 
-void write_value(const Schema &schema, const DataNode &node, Encoding encoding, ::gnmi::TypedValue &value) {
+bool write_value(const Schema &schema, const DataNode &node, Part part, Encoding encoding,
+                 ::gnmi::TypedValue &value) {
+  if (node.schema->is_leaf() && !takes(part, *node.schema)) return false;
   if (encoding != Encoding::proto) {
-    auto text = node.schema->is_leaf() ? json_of_leaf(schema, node, encoding)
-                                       : json_members(schema, node.children, encoding, true);
-    encoding == Encoding::json ? value.set_json_val(std::move(text)) : value.set_json_ietf_val(std::move(text));
-    return;
+    JsonWriter json(schema, part, encoding);
+    if (node.schema->is_leaf())
+      json.leaf(node);
+    else if (!json.object(node.children, true))
+      return false;
+    encoding == Encoding::json ? value.set_json_val(json.take()) : value.set_json_ietf_val(json.take());
+    return true;
   }
   switch (node.schema->type) {
     case Type::boolean:
-      return value.set_bool_val(node.value == "true");
+      value.set_bool_val(node.value == "true");
+      break;
     case Type::decimal:
-      return value.set_double_val(std::strtod(node.value.c_str(), nullptr));
+      value.set_double_val(std::strtod(node.value.c_str(), nullptr));
+      break;
     case Type::unsigned_integer:
-      return value.set_uint_val(std::strtoull(node.value.c_str(), nullptr, 10));
+      value.set_uint_val(std::strtoull(node.value.c_str(), nullptr, 10));
+      break;
     default:
-      return value.set_string_val(text_of(schema, node, encoding));
+      value.set_string_val(text_of(schema, node, encoding));
   }
+  return true;
 }
 
 std::optional<google::protobuf::Value> json_in(const ::gnmi::TypedValue &value, const std::string &path) {

@@ -8,6 +8,7 @@
 
 #include "gnmi.pb.h"
 #include "openconfig_answer.hpp"
+#include "part.hpp"
 #include "schema.hpp"
 
 namespace ymap::telemetry {
@@ -21,8 +22,10 @@ enum class Encoding : uint8_t {
 /// Throws RpcError for another: operation-not-supported.
 Encoding supported(::gnmi::Encoding encoding);
 
-/// The value of a leaf; in JSON also what is below another node, as one object.
-void write_value(const Schema &schema, const DataNode &node, Encoding encoding, ::gnmi::TypedValue &value);
+/// The value of a leaf; in JSON also what the part takes of what is below another node, as one object. False
+/// if it takes nothing there.
+bool write_value(const Schema &schema, const DataNode &node, Part part, Encoding encoding,
+                 ::gnmi::TypedValue &value);
 
 /// JSON that a value holds; nothing for another kind of value. Throws RpcError: invalid-value at `path`.
 std::optional<google::protobuf::Value> json_in(const ::gnmi::TypedValue &value, const std::string &path);

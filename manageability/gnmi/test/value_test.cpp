@@ -91,9 +91,9 @@ TEST_F(ValueTest, IsWrittenInEachEncoding) {
   for (const auto &row : rows) {
     const DataNode leaf = {nodes(row.leaf).back().schema, row.value};
     ::gnmi::TypedValue json, ietf, proto;
-    write_value(schema(), leaf, Encoding::json, json);
-    write_value(schema(), leaf, Encoding::json_ietf, ietf);
-    write_value(schema(), leaf, Encoding::proto, proto);
+    EXPECT_TRUE(write_value(schema(), leaf, Part::all, Encoding::json, json));
+    EXPECT_TRUE(write_value(schema(), leaf, Part::all, Encoding::json_ietf, ietf));
+    EXPECT_TRUE(write_value(schema(), leaf, Part::all, Encoding::proto, proto));
     EXPECT_EQ(json.json_val(), row.json);
     EXPECT_EQ(ietf.json_ietf_val(), row.ietf);
     EXPECT_EQ(proto.SerializeAsString(), value(row.proto).SerializeAsString()) << row.leaf;
