@@ -93,7 +93,9 @@ void Pattern::check_keys(const ::gnmi::PathElem &elem, Step &step) const {
     refuse("bad-element", "element " + shortened(elem.name()) + " has no such keys", text_);
   const auto &[key_name, key] = *elem.key().begin();
   step.key_name = key_name.substr(key_name.find(':') + 1);
-  if (key.empty()) refuse("invalid-value", "the key of element " + shortened(elem.name()) + " is empty", text_);
+  if (!is_key(key))
+    refuse("invalid-value", "the key of element " + shortened(elem.name()) + " is empty or holds a zero byte",
+           text_);
   if (key != "*") step.key = unescaped_key(key);
 }
 
@@ -216,6 +218,10 @@ std::string path_of(const Schema &schema, const std::vector<Pattern::Node> &node
     if (node->is_list()) path = with_key(path, key_leaf(*node).name, shortened(key));
   }
   return path;
+}
+
+bool is_key(std::string_view text) {
+  return !text.empty() && text.find('\0') == std::string_view::npos;
 }
 
 const std::string &key_of(const DataNode &entry) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gnmi.pb.h"
@@ -82,6 +83,9 @@ class Pattern {
 
 /// An instance path as faults have it.
 std::string path_of(const Schema &schema, const std::vector<Pattern::Node> &nodes);
+
+/// Whether the text can be a list entry's key; where it cannot, the mapping would see another one.
+bool is_key(std::string_view text);
 
 /// The key of a list entry.
 const std::string &key_of(const DataNode &entry);

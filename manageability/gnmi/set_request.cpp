@@ -164,7 +164,7 @@ class EditBuilder {
     const auto &fields = entry.struct_value().fields();
     auto key = fields.find(std::string(key_leaf.name));
     if (key == fields.end()) key = fields.find(std::string(schema_.module_name()).append(":").append(key_leaf.name));
-    if (key == fields.end() || !key->second.has_string_value() || key->second.string_value().empty())
+    if (key == fields.end() || !is_key(key->second.string_value()))
       refuse("missing-element", "the entry has no key " + std::string(key_leaf.name), path);
     const auto &text = key->second.string_value();
     add_object(child_of(parent, list, text), entry.struct_value(), with_key(path, key_leaf.name, shortened(text)));

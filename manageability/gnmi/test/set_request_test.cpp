@@ -112,6 +112,8 @@ TEST_F(SetTest, HasListsOfEntriesInContainers) {
   EXPECT_EQ(refusal(front + "{}}}}"), "invalid-value");
   EXPECT_EQ(refusal(front + "[5]}}}"), "invalid-value");
   EXPECT_EQ(refusal(front + "[{}]}}}"), "missing-element");
+  EXPECT_EQ(refusal(front + R"([{"name": "P\u0000Q"}]}}})"), "missing-element");
+  EXPECT_EQ(refusal(front + R"([{"name": "P", "config": {"name": "P\u0000Q"}}]}}})"), "invalid-value");
   EXPECT_EQ(refusal(R"({"other:optical-amplifier": {}})"), "unknown-element");
 }
 
