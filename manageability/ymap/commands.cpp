@@ -332,7 +332,14 @@ int run_connected(const Options &options, const OwnCommands &own) {
     print_warnings(opened().end_commit(id, options.cancel).warnings);
     return kDone;
   }
-  const auto run = [&](const Request &request) { return opened().run(request); };
+  const auto run = [&](const Request &request) {
+    try {
+      return opened().run(request);
+    } catch (const UsageError &) {
+      client.reset();  // who asks again, asks a new session
+      throw;
+    }
+  };
   if (watches) return own.watch(schema, run, options);
   return read ? get(schema, run, options) : edit(schema, run, options);
 }

@@ -43,7 +43,7 @@ _ymap() {
   local command= amplifier= leaf= index
   for ((index = 1; index < COMP_CWORD; ++index)); do
     case ${COMP_WORDS[index]} in
-      --device | --connect | --timeout | -f | --format | --watch) ((++index)) ;;
+      --device | --connect | --timeout | -f | --format | --watch | --interval) ((++index)) ;;
       -*) ;;
       *)
         if [[ -z $command ]]; then command=${COMP_WORDS[index]}
@@ -64,7 +64,7 @@ _ymap() {
       COMPREPLY=($(compgen -W "$words" -- "$current"))
       return
       ;;
-    --connect | --timeout | --watch) COMPREPLY=(); return ;;
+    --connect | --timeout | --watch | --interval) COMPREPLY=(); return ;;
   esac
   if [[ $current == -* ]]; then
     words=${_ymap_options[-]}
@@ -75,7 +75,7 @@ _ymap() {
     words=${_ymap_values[$leaf]-}
   else
     case $command in
-      get) words=$_ymap_amplifiers ;;
+      get | watch) words=$_ymap_amplifiers ;;
       set | unset)
         words=$_ymap_amplifiers
         if [[ -n $amplifier ]]; then
