@@ -5,8 +5,6 @@
 #include <array>
 #include <cstdio>
 
-#include "printable.hpp"
-
 namespace ymap::watch {
 namespace {
 
@@ -28,8 +26,7 @@ std::u32string decibel(double value) {
 /// The newest values, what matters most first: what does not fit is left out.
 std::vector<Piece> heading_of(const History &history, Quantity quantity) {
   std::vector<Piece> pieces = {
-      {characters(printable(history.name)) + (quantity == Quantity::gain ? U" gain" : U" tilt"),
-       Style::heading}};
+      {on_one_line(history.name) + (quantity == Quantity::gain ? U" gain" : U" tilt"), Style::heading}};
   const auto &newest = history.readings.back();
   const auto &values = newest.of(quantity);
   if (values == Values{}) return pieces;

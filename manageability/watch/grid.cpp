@@ -1,7 +1,10 @@
 // Glyphs, and texts as cells.
 #include "grid.hpp"
 
+#include <algorithm>
 #include <bit>
+
+#include "printable.hpp"
 
 namespace ymap::watch {
 
@@ -47,6 +50,13 @@ std::u32string characters(std::string_view utf8) {
       text += static_cast<char32_t>(byte & 0xFFU >> (ones == 0 ? 0 : ones + 1));
   }
   return text;
+}
+
+std::u32string on_one_line(std::string_view text) {
+  auto line = characters(printable(text));
+  std::ranges::replace_if(
+      line, [](char32_t character) { return character == U'\n' || character == U'\t'; }, U' ');
+  return line;
 }
 
 }  // namespace ymap::watch

@@ -60,5 +60,7 @@ extern const Glyphs kAscii;
 
 /// The characters of UTF-8, such as printable() gives.
 std::u32string characters(std::string_view utf8);
+/// Those of foreign text, where none moves the cursor.
+std::u32string on_one_line(std::string_view text);
 
 }  // namespace ymap::watch

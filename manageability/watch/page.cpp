@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "chart.hpp"
-#include "printable.hpp"
 
 namespace ymap::watch {
 namespace {
@@ -19,13 +18,6 @@ constexpr double kHold = 10;  ///< intervals for which a value is taken to last
 constexpr int kRowsAround = 4;  ///< names; legend, status, keys
 constexpr int kLeastPage = kLeastHeight + kRowsAround;
 constexpr int kGap = 1;  ///< between charts
-
-std::u32string text(const std::string &utf8) {
-  auto line = characters(printable(utf8));
-  std::ranges::replace_if(
-      line, [](char32_t character) { return character == U'\n' || character == U'\t'; }, U' ');
-  return line;
-}
 
 std::u32string number(double value) {
   std::array<char, 32> digits = {};
@@ -54,8 +46,11 @@ struct Layout {
 /// The chosen amplifier's name is always there.
 void draw_names(Grid &grid, const std::vector<History> &all, const View &view, const Layout &layout) {
   std::vector<std::u32string> names;
-  for (std::size_t at = 0; at < all.size(); ++at)
-    names.push_back(U" " + number(static_cast<double>(at + 1)) + U" " + text(all[at].name) + U" ");
+  for (const auto &history : all) {
+    names.push_back(U" " + number(static_cast<double>(names.size() + 1)) + U" " + on_one_line(history.name) +
+                    U" ");
+    if (history.readings.back().enabled == false) names.back() += U"off ";
+  }
   std::size_t begin = 0;
   std::size_t used = 0;
   for (std::size_t at = 0; at <= view.chosen; ++at) used += names[at].size();
@@ -105,9 +100,9 @@ void draw_status(Grid &grid, int row, const Status &status) {
     grid.put(0, row, U"no answer for " + number(std::floor(status.waiting)) + U" s; still waiting",
              Style::warning);
   else if (!status.trouble.empty())
-    grid.put(0, row, text(status.at) + U" " + text(status.trouble), Style::warning);
+    grid.put(0, row, on_one_line(status.at) + U" " + on_one_line(status.trouble), Style::warning);
   else
-    grid.put(0, row, U"read at " + text(status.at) + U", every " + number(status.interval) + U" s",
+    grid.put(0, row, U"read at " + on_one_line(status.at) + U", every " + number(status.interval) + U" s",
              Style::faint);
 }
 

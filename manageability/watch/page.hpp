@@ -17,10 +17,10 @@ inline constexpr char32_t kRight = U'→';
 
 /// What the user chose to see.
 struct View {
-  std::size_t chosen = 0;            ///< amplifier
-  bool shows_all = true;             ///< beside the others, as many as have room
-  std::optional<Quantity> quantity;  ///< none: both
-  std::size_t zoom = 0;              ///< time, see step()
+  std::size_t chosen = 0;                 ///< amplifier
+  bool shows_all = true;                  ///< beside the others, as many as have room
+  std::optional<Quantity> quantity = {};  ///< none: both
+  std::size_t zoom = 0;                   ///< time, see step()
 
   /// Takes a key. Returns whether the page stays.
   bool press(char32_t key, std::size_t amplifiers);
@@ -29,11 +29,11 @@ struct View {
 };
 
 struct Status {
-  double interval = 1;  ///< seconds between readings
-  double end = 0;       ///< time of the newest reading, as in Reading
-  std::string at;       ///< its time of day
-  std::string trouble;  ///< of the newest reading; empty: none
-  double waiting = 0;   ///< seconds for an answer, where it is late
+  double interval = 1;       ///< seconds between readings
+  double end = 0;            ///< time of the newest reading, as in Reading
+  std::string at = {};       ///< its time of day
+  std::string trouble = {};  ///< of the newest reading; empty: none
+  double waiting = 0;        ///< seconds for an answer, where it is late
 };
 
 /// Fills a grid of any size.
