@@ -281,7 +281,7 @@ TEST_F(PageTest, TellsWhatHasNoRoom) {
       {26, 10, {.chosen = 2}, 0, " 2 two off  3 3 \\x1b"},
       {26, 10, {}, 9, "q leave  ←→ 1-9 amplifier"},
       {25, 10, {}, 0, "26 columns and 10 rows"},
-      {26, 9, {}, 1, "are needed; there are 26"},
+      {26, 9, {}, 1, "needed; there are 26 and"},
   };
   for (const auto &[width, height, view, row, text] : cases) {
     SCOPED_TRACE(text);
