@@ -7,7 +7,7 @@ function(run)
 endfunction()
 
 # As dh_strip does; CPack leaves the section that names the compiler.
-file(GLOB binaries ${prefix}/bin/* ${prefix}/lib/*.so* ${prefix}/lib/*/*.so*)
+file(GLOB binaries ${prefix}/bin/* ${prefix}/lib/*.so* ${prefix}/lib/*/*.so* ${prefix}/libexec/ymap/*)
 foreach(binary IN LISTS binaries)
   if(NOT IS_SYMLINK ${binary})
     run(strip --strip-unneeded --remove-section=.comment --remove-section=.note ${binary})

@@ -151,7 +151,8 @@ Examples:
   ymap watch
   ymap watch 0/0-AMP-BST2 --interval 0.5
 
-Keys: the first digits and the arrow keys choose an amplifier, g and t gain and tilt, q leaves.)";
+Keys: digits and arrow keys choose an amplifier, a shows all; g gain, t tilt, b both; + and - less and more time;
+q leaves.)";
 
 const char *const kCompletionExamples = R"(
 Examples:

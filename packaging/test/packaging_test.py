@@ -27,6 +27,7 @@ CONTENTS = {
     f"{LIBDIR}/cmake/yfw-map": "yfw-map-config.cmake yfw-map-config-version.cmake yfw-map-targets.cmake "
                                f"yfw-map-targets-{os.environ['BUILD_TYPE'].lower() or 'noconfig'}.cmake",
     f"{LIBDIR}/pkgconfig": "yfw-map.pc ymap-oc-amplifier-kva220.pc",
+    "libexec/ymap": "ymap-watch",
     "share/bash-completion/completions": "ymap",
     "share/man/man1": "ymap.1.gz",
     "share/ymap": "sshd-netconf.conf",
@@ -106,7 +107,7 @@ class Binaries(unittest.TestCase):
 
     def test_installed_ones_are_hardened(self):
         programs = {"NOW"} if "-no-pie" in os.environ["LINK_FLAGS"] else {"NOW", "PIE"}
-        for folder, wanted in (("bin", programs), (LIBDIR, {"NOW"})):
+        for folder, wanted in (("bin", programs), ("libexec/ymap", programs), (LIBDIR, {"NOW"})):
             for name in CONTENTS[folder].split():
                 with self.subTest(name):
                     flags = re.findall(r"\(FLAGS_1\)(.*)", self.read("--dynamic", PREFIX / folder / name))
@@ -114,7 +115,7 @@ class Binaries(unittest.TestCase):
                     self.assertIn("GNU_RELRO", self.read("--program-headers", PREFIX / folder / name))
 
     def test_no_library_is_sought_in_the_current_folder(self):
-        files = [file for folder in (BUILD / "bin", BUILD / LIBDIR, PREFIX / "bin", PREFIX / LIBDIR)
+        files = [file for folder in (BUILD / "bin", BUILD / LIBDIR, PREFIX / "bin", PREFIX / "libexec/ymap", PREFIX / LIBDIR)
                  for file in folder.iterdir() if file.is_file()]
         self.assertTrue({"ymap", "runtime_mapper_test", "libyfw_map.so"} <= {file.name for file in files})
         for file in files:
@@ -212,7 +213,7 @@ class DebianPackage(unittest.TestCase):
     def test_everybody_may_read_it(self):
         for path in [self.usr, *self.usr.rglob("*"), *self.control.iterdir()]:
             if not path.is_symlink():
-                mode = 0o755 if path.is_dir() or path.parent.name == "bin" else 0o644
+                mode = 0o755 if path.is_dir() or self.usr / "bin" in path.parents or self.usr / "libexec" in path.parents else 0o644
                 self.assertEqual(oct(path.stat().st_mode & 0o7777), oct(mode), path)
 
     def test_what_it_needs_and_what_needs_it(self):
@@ -220,7 +221,7 @@ class DebianPackage(unittest.TestCase):
         [libyang] = re.findall(r"libyang\.so\S* => (\S+)", run("ldd", PREFIX / "bin/ymap"))
         owner = run("dpkg-query", "--search", os.path.realpath(libyang)).partition(":")[0]
         needed = {word.split()[0] for word in self.field["Depends"].split(", ")}
-        self.assertLess({"libyuma-base", owner, "libc6"}, needed)
+        self.assertLess({"libyuma-base", owner, "libc6", "libncursesw6"}, needed)
         dynamic = run(os.environ["READELF"], "--dynamic", self.usr / LIBDIR / "libyfw_map.so")
         [soversion] = re.findall(r"soname: \[libyfw_map\.so\.(\S+)\]", dynamic)
         self.assertEqual((self.control / "shlibs").read_text(), f"libyfw_map {soversion} ymap (>= {VERSION})\n")

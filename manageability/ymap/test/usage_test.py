@@ -13,7 +13,8 @@ class Usage(DeviceTest):
         for arguments, message in (
                 ([], "subcommand"), (["show"], '"show"'), (["--colour"], '"--colour"'), (["get", "--colour"], "--colour"),
                 (["get", "--config", "--state"], "excludes"), (["get", "-f", "yaml"], "yaml"),
-                (["get", "--watch", "0"], "0"), (["get", "--watch", "soon"], "soon"), (["set"], "AMPLIFIER"),
+                (["get", "--watch", "0"], "0"), (["get", "--watch", "soon"], "soon"),
+                (["watch", "--interval", "0.05"], "0.05"), (["set"], "AMPLIFIER"),
                 (["set", BST2], "LEAF=VALUE"), (["set", BST2, "target-gain"], "no value"), (["set", BST2, "=1"], "=1"),
                 (["set", BST2, "enabled=true", "enabled=false"], "twice"), (["unset", BST2], "LEAF"),
                 (["unset", BST2, "enabled=true"], "leaf alone"), (["rpc", "no/such/file"], "no/such/file"),
@@ -123,6 +124,7 @@ class Completion(DeviceTest):
         script = self.ok("completion", "bash")
         for words, expected in (
                 (["s"], {"set"}), (["--vers"], {"--version"}), (["get", "0/0-AMP-B"], {"0/0-AMP-BST0", "0/0-AMP-BST2"}),
+                (["watch", "--interval", "9", "0/0-AMP-P"], {"0/0-AMP-PRE0"}),
                 (["set", ""], set(AMPLIFIERS)), (["set", BST2, "target"], {"target-gain=", "target-gain-tilt="}),
                 (["unset", BST2, "e"], {"enabled"}), (["set", BST2, "min"], set()),
                 (["set", BST2, "enabled", "="], {"true", "false"}),
