@@ -21,7 +21,9 @@ struct Cell {
 class Grid {
  public:
   Grid(int width, int height)
-      : width_(width), height_(height), cells_(static_cast<std::size_t>(width * height)) {}
+      : width_(width),
+        height_(height),
+        cells_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
 
   int width() const { return width_; }
   int height() const { return height_; }
@@ -38,7 +40,10 @@ class Grid {
   }
 
  private:
-  std::size_t index(int column, int row) const { return static_cast<std::size_t>(row * width_ + column); }
+  std::size_t index(int column, int row) const {
+    return static_cast<std::size_t>(row) * static_cast<std::size_t>(width_) +
+           static_cast<std::size_t>(column);
+  }
 
   int width_, height_;
   std::vector<Cell> cells_;

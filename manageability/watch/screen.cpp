@@ -80,10 +80,12 @@ Screen::Screen() {
   curses_->is_coloured = has_colors() && !colours_are_refused();
   if (curses_->is_coloured) {
     start_color();
-    const auto ground = static_cast<short>(use_default_colors() == OK ? -1 : COLOR_BLACK);
+    const bool has_own = use_default_colors() == OK;
+    const short ground = has_own ? -1 : COLOR_BLACK;
+    const short text = has_own ? -1 : COLOR_WHITE;
     for (std::size_t style = 0; style < kLooks.size(); ++style) {
-      const auto colour = kLooks[style].colour;
-      init_pair(static_cast<short>(style + 1), colour < 0 && ground >= 0 ? COLOR_WHITE : colour, ground);
+      const short colour = kLooks[style].colour;
+      init_pair(static_cast<short>(style + 1), colour < 0 ? text : colour, ground);
     }
   }
   cbreak();
