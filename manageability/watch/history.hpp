@@ -18,7 +18,7 @@ inline constexpr std::array<Quantity, 2> kQuantities = {Quantity::gain, Quantity
 
 /// One quantity at a time, in dB; what the device does not tell is absent.
 struct Values {
-  std::optional<double> instant, average, least, most, target;
+  std::optional<double> instant = {}, average = {}, least = {}, most = {}, target = {};
 
   bool operator==(const Values &) const = default;
 };

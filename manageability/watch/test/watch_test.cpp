@@ -181,6 +181,24 @@ amplifier gain 17.30 dB  target 17.30
   }
 }
 
+TEST(Chart, ShowsWhatIsShorterThanAColumn) {
+  History history{"amplifier", {}};
+  for (const auto &[time, instant] :
+       {std::pair(0, 17.2), {1, 17.2}, {4, 17.2}, {5, 17.4}, {6, 17.1}, {7, 17.2}, {8, 17.2}})
+    history.readings.push_back({static_cast<double>(time), {Values{.instant = instant}, Values{}}, true});
+  Grid grid(26, 7);
+  draw_chart(grid, {0, 0, 26, 7}, history, Quantity::gain, {4, 8, 10}, kUnicode);
+  EXPECT_EQ(drawn(grid), R"(
+amplifier gain 17.20 dB
+  17.4 ┤               ╭╮
+       │               ││
+  17.2 ┤              ─╯╰
+       │                │
+    dB └─┬──────────────┬
+       -1 min         now
+)");
+}
+
 /// A leaf, or a container, of an answer.
 struct Answered {
   SchemaNode schema;
