@@ -81,6 +81,9 @@ std::string complaint(const CLI::ParseError &error) {
   // The names of missing arguments come first.
   if (const std::string_view name = kAssignment; text.starts_with(name))
     text.replace(0, name.size(), kShownAssignment);
+  constexpr std::string_view unknown = "INI was not able to parse ";
+  if (text.starts_with(unknown))
+    return "the file of options has \"" + text.substr(unknown.size()) + "\", which is no option of the command";
   return text;
 }
 

@@ -142,7 +142,7 @@ Examples:
   ymap gnmi --insecure --as "$USER"                 for yourself, on 127.0.0.1:9339
   ymap gnmi --config /etc/ymap/gnmi.conf
 
-A file of options has one a line, such as "listen = [::]:9339" below the line "[gnmi]"; SIGHUP reads it and the
+A file of options has one a line, such as listen = "[::]:9339" below the line [gnmi]; SIGHUP reads it and the
 certificates again. gNMI knows users by their certificates (the e-mail address or DNS name, else the common
 name) or, where PAM may be asked, by user name and password.)";
 
@@ -198,8 +198,10 @@ class Parser {
     app_.add_flag("--light-trace", options_.light_trace, "The plug-in's light trace on standard error");
     // Others have no file: to look for one would cost them time.
     const auto is_gnmi = [](const char *word) { return std::string_view(word) == "gnmi"; };
-    if (std::ranges::any_of(words_, is_gnmi))
+    if (std::ranges::any_of(words_, is_gnmi)) {
       app_.set_config("--config", "", "File of options")->type_name("FILE");
+      app_.allow_config_extras(CLI::config_extras_mode::error);
+    }
     add_commands();
     if (app_.get_subcommands({}).empty()) {
       words_ = {};

@@ -36,6 +36,13 @@ CONTENTS = {
                          "notifications.yang nc-notifications.yang",
 }
 
+HAS_GNMI = os.environ["GNMI"] == "ON"
+if HAS_GNMI:
+    CONTENTS["libexec/ymap"] += " ymap-gnmi"
+    CONTENTS["share/ymap"] += " gnmi.conf"
+    CONTENTS["lib/systemd/system"] = "ymap-gnmi.service"
+    CONTENTS["lib/sysusers.d"] = "ymap-gnmi.conf"
+
 
 def run(*command, **options):
     done = subprocess.run(command, capture_output=True, text=True, timeout=60, **options)
@@ -182,6 +189,26 @@ class SshServer(Case):
                 self.assertEqual(found["clientaliveinterval"] != "0", port == 830)
                 self.assertEqual({each for each in settings if each[0] in ("port", "subsystem")}, {
                     ("port", "22"), ("port", "830"), ("subsystem", "netconf /bin/false"), ("subsystem", "sftp internal-sftp")})
+
+
+@unittest.skipUnless(HAS_GNMI, "there is no gNMI front")
+class GnmiService(Case):
+    UNIT = PREFIX / "lib/systemd/system/ymap-gnmi.service"
+
+    @unittest.skipUnless(shutil.which("systemd-analyze"), "there is no systemd")
+    def test_unit_is_right_and_hardened(self):
+        run("systemd-analyze", "verify", self.UNIT, env={**os.environ, "MANPATH": f"{PREFIX}/share/man"})
+        judged = subprocess.run(["systemd-analyze", "security", "--offline=yes", "--no-pager", self.UNIT],
+                                capture_output=True, text=True, timeout=60)
+        [exposure] = re.findall(r"Overall exposure level for \S+: ([\d.]+)", judged.stdout)
+        self.assertLessEqual(float(exposure), 1.3, judged.stdout)
+
+    def test_sample_configuration_is_taken(self):
+        # All of it is read before the first file is missed.
+        served = subprocess.run([PREFIX / "bin/ymap", "--device", self.folder, "gnmi", "--config", PREFIX / "share/ymap/gnmi.conf"],
+                                capture_output=True, text=True, timeout=60)
+        self.assertEqual((served.returncode, served.stderr),
+                         (2, "ymap: error: file /etc/ymap/gnmi.crt cannot be opened: No such file or directory\n"))
 
 
 class DebianPackage(unittest.TestCase):
