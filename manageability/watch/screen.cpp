@@ -67,7 +67,10 @@ void Screen::check() {
       throw UsageError(std::string("standard ") + name +
                        " is no terminal, which a page needs; \"ymap get --watch SECONDS\" writes lines");
   int found = 0;
-  if (setupterm(nullptr, STDOUT_FILENO, &found) == ERR || cursor_address == nullptr)
+  const bool can_place = setupterm(nullptr, STDOUT_FILENO, &found) != ERR && cursor_address != nullptr;
+  // The page begins with a description of its own.
+  del_curterm(cur_term);
+  if (!can_place)
     throw UsageError("on a terminal of the type " + quoted_type() +
                      " no page can be shown; \"ymap get --watch SECONDS\" writes lines");
 }
