@@ -106,6 +106,8 @@ void Hub::join(StreamId id, Stream &stream, const Wish &wish, const std::shared_
                Clock::time_point now) {
   const auto encoding = stream.wishes->encoding;
   auto name = stream.who.user() + "\n" + std::to_string(static_cast<int>(encoding)) + wish.name();
+  // Who asks for the same twice is told once.
+  if (!stream.groups.insert(name).second) return;
   auto found = groups_.find(name);
   if (found == groups_.end()) {
     found = groups_.emplace(name, Group{.who = stream.who, .wish = wish, .encoding = encoding}).first;
@@ -119,7 +121,6 @@ void Hub::join(StreamId id, Stream &stream, const Wish &wish, const std::shared_
   }
   auto &group = found->second;
   group.members.insert(id);
-  stream.groups.insert(std::move(name));
   if (stream.wishes->updates_only) return;
   if (!wish.changes_only) group.last = leaves(group.who, wish, reading);
   stream.outlet->send(whole(group, reading));

@@ -2,13 +2,14 @@
 
 import getpass
 import json
+import subprocess
 
 import grpc
 
 import gnmi_pb2 as gnmi
 import serving
 from serving import GnmiTest, entry, leaves, path, text_of, value_of
-from tool import BST0, BST2, PRE0
+from tool import BST0, BST2, NETCONF, PRE0, YMAP, rpc
 
 Code = grpc.StatusCode
 MODEL = "openconfig-optical-amplifier"
@@ -172,17 +173,14 @@ class Set(GnmiTest):
 
     def test_a_lock_names_its_holder(self):
         client = self.client()
-        holder = self.popen_session()
+        holder = self.session_with_lock()
         details = self.refused(Code.FAILED_PRECONDITION, client.set, update=[update(entry() + "/config/enabled", bool_val=False)])
         self.assertRegex(details, f"^the running datastore is locked by session \\d+ of user {getpass.getuser()}$")
         holder.stdin.close()
         holder.wait()
         client.set(update=[update(entry() + "/config/enabled", bool_val=False)])
 
-    def popen_session(self):
-        """A NETCONF session that has the lock on running."""
-        import subprocess
-        from tool import NETCONF, YMAP, rpc
+    def session_with_lock(self):
         process = subprocess.Popen([YMAP, "--device", self.folder, "netconf"], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.addCleanup(process.stdout.close)
         hello = f'<hello xmlns="{NETCONF}"><capabilities><capability>urn:ietf:params:netconf:base:1.0</capability></capabilities></hello>'
