@@ -51,7 +51,7 @@ check:
 check-threads:
 	$(PACKAGES) build gnmi check
 	cmake --preset tsan
-	cmake --build --preset tsan -j $(JOBS) --target ymap-gnmi gnmi_test ymap ymap-watch ymap_models
+	cmake --build --preset tsan -j $(JOBS)
 	ctest --preset tsan -j $(JOBS) -R '^(gnmi|ymap.install)'
 
 check-releases:

@@ -114,11 +114,13 @@ class RunningServer {
     server_ = builder.BuildAndStart();
     ::umask(mask);
     if (!server_) throw UsageError("cannot listen on " + address + ": it is in use, or not of this machine");
+    server_->GetHealthCheckService()->SetServingStatus(::gnmi::gNMI::service_full_name(), true);
     say(described(options, address, port_));
   }
 
   ~RunningServer() {
     // Streams are told why; what is left after that is cut.
+    server_->GetHealthCheckService()->Shutdown();
     service_.close();
     server_->Shutdown(std::chrono::system_clock::now() + kTimeToDrain);
     server_->Wait();
