@@ -30,7 +30,7 @@ CONTENTS = {
     "libexec/ymap": "ymap-watch",
     "share/bash-completion/completions": "ymap",
     "share/man/man1": "ymap.1.gz",
-    "share/ymap": "sshd-netconf.conf",
+    "share/ymap": "alerts.yml dashboard.json sshd-netconf.conf",
     "share/ymap/models": "openconfig-optical-amplifier@2019-12-06.yang Velm-NALTO-controller-ots-cfg.yang "
                          "Velm-NALTO-controller-ots-oper.yang Velm-NALTO-ifmgr-cfg.yang Velm-NALTO-pmengine-oper.yang "
                          "notifications.yang nc-notifications.yang",
