@@ -109,7 +109,8 @@ class Server:
             raise AssertionError(self.said[0] + self.process.stderr.read())
         self.target = found[1]
         self.lines = queue.SimpleQueue()
-        threading.Thread(target=self._read, daemon=True).start()
+        self.reader = threading.Thread(target=self._read, daemon=True)
+        self.reader.start()
 
     def _read(self):
         for line in self.process.stderr:
@@ -132,9 +133,15 @@ class GnmiTest(DeviceTest):
     def start(self, *options, **fields):
         server = Server(self.folder, *options, **fields)
         self.addCleanup(server.process.stderr.close)
-        # Where a sanitizer finds something, the end has another status.
-        self.addCleanup(lambda: self.assertIn(server.stop(), (0, -signal.SIGKILL)))
+        self.addCleanup(self.check_end, server)
         return server
+
+    def check_end(self, server):
+        """Where a sanitizer has found something, the end has another status."""
+        status = server.stop()
+        server.reader.join()
+        said = [server.lines.get() for _ in range(server.lines.qsize())]
+        self.assertIn(status, (0, -signal.SIGKILL), "".join(said))
 
     def client(self, *options, **fields):
         client = Client(self.start(*options, **fields).target)
