@@ -1,5 +1,5 @@
-// Bytes as gNMI requests: the first tells which, the rest goes through the generated parser. A refused Set stores
-// nothing, what is told is JSON where it says so, and nothing but a status comes back.
+// Bytes as gNMI requests: the first tells which, the rest goes through the generated parser. A refused Set
+// stores nothing, what is told is JSON where it says so, and nothing but a status comes back.
 
 #include <cstdio>
 #include <cstdlib>
@@ -67,7 +67,8 @@ void subscribe(ymap_fuzz::BenchDevice &bench, telemetry::Hub &hub, const gnmi::S
   telemetry::Hub::Clock::time_point now(seconds(1000));
   hub.open(++id, bench.who(), listener);
   hub.receive(id, request, now);
-  bench.session().run(bench.who(), edit_request(bench.session().schema(), "0/0-AMP-PRE0", {{"enabled", "false"}}));
+  bench.session().run(bench.who(),
+                      edit_request(bench.session().schema(), "0/0-AMP-PRE0", {{"enabled", "false"}}));
   hub.configuration_changed(now);
   for (int times = 0; times < 3; ++times) {
     const auto next = hub.run(now);

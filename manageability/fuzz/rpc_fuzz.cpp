@@ -45,8 +45,7 @@ std::string reply_to(ymap_fuzz::BenchDevice &bench, std::string_view text) {
     // What cannot be translated is refused here, as run() would refuse it.
     for (const auto &native : session.translate(request))
       expect_document(ymap::native_request(request.kind, native));
-    const auto content =
-        content_of(session.schema(), request, session.run(bench.who(), request), kLayout);
+    const auto content = content_of(session.schema(), request, session.run(bench.who(), request), kLayout);
     return ymap::reply(message.attributes(), content, kLayout);
   } catch (const ymap::RpcError &error) {
     if (bench.is_edited()) fail("a refused request was stored", error.what());

@@ -40,7 +40,8 @@ std::unique_ptr<Thing, Free> read_pem(const std::string &name, const char *what,
   const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(name.c_str(), "re"), &std::fclose);
   if (!file) throw UsageError("file " + name + " cannot be opened: " + std::strerror(errno));
   std::unique_ptr<Thing, Free> thing(read(file.get(), nullptr, no_passphrase, nullptr), free);
-  if (!thing) throw UsageError("file " + name + " holds no " + what + " in PEM that can be read: " + last_failure());
+  if (!thing)
+    throw UsageError("file " + name + " holds no " + what + " in PEM that can be read: " + last_failure());
   return thing;
 }
 
@@ -61,10 +62,12 @@ std::string listening_address(const std::string &listen) {
     if (error != std::errc() || last != end) port = 65536;
   }
   const auto host = listen.substr(0, colon == std::string::npos ? 0 : colon);
-  const bool is_bare_v6 = host.find(':') != std::string::npos && !(host.starts_with('[') && host.ends_with(']'));
+  const bool is_bare_v6 =
+      host.find(':') != std::string::npos && !(host.starts_with('[') && host.ends_with(']'));
   if (host.empty() || port > 65535 || is_bare_v6)
-    throw UsageError("--listen takes an address and a port, such as 127.0.0.1:9339 or [::]:9339, or unix: and a path; \"" +
-                     shortened(listen) + "\" is neither");
+    throw UsageError(
+        "--listen takes an address and a port, such as 127.0.0.1:9339 or [::]:9339, or unix: and a path; \"" +
+        shortened(listen) + "\" is neither");
   return listen;
 }
 
@@ -81,7 +84,8 @@ void check_certificates(const Options &options) {
                                       &::EVP_PKEY_free);
   if (::X509_check_private_key(certificate.get(), key.get()) != 1) {
     ::ERR_clear_error();
-    throw UsageError("the key in " + options.key + " is not that of the certificate in " + options.certificate);
+    throw UsageError("the key in " + options.key + " is not that of the certificate in " +
+                     options.certificate);
   }
   if (!options.client_ca.empty())
     read_pem<X509>(options.client_ca, "certificate", ::PEM_read_X509, &::X509_free);
@@ -91,8 +95,8 @@ std::shared_ptr<grpc::ServerCredentials> credentials_of(const Options &options) 
   if (options.insecure) return grpc::InsecureServerCredentials();
   namespace tls = grpc::experimental;
   const auto files = options.client_ca.empty()
-                         ? std::make_shared<tls::FileWatcherCertificateProvider>(options.key, options.certificate,
-                                                                                 kSecondsBetweenLooks)
+                         ? std::make_shared<tls::FileWatcherCertificateProvider>(
+                               options.key, options.certificate, kSecondsBetweenLooks)
                          : std::make_shared<tls::FileWatcherCertificateProvider>(
                                options.key, options.certificate, options.client_ca, kSecondsBetweenLooks);
   tls::TlsServerCredentialsOptions made(files);

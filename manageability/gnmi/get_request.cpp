@@ -34,7 +34,7 @@ int64_t latest(const Data &siblings, Part part, int64_t reading) {
   const ValueTimes times(siblings, reading);
   int64_t time = 0;
   for (const auto &node : siblings)
-    time = std::max(time, !node.schema->is_leaf()          ? latest(node.children, part, reading)
+    time = std::max(time, !node.schema->is_leaf()     ? latest(node.children, part, reading)
                           : takes(part, *node.schema) ? times.of(*node.schema)
                                                       : 0);
   return time;
@@ -66,9 +66,7 @@ Echo echo_of(const ::gnmi::Path &prefix, const ::gnmi::Path &path) {
 }
 
 GetQuery::GetQuery(const Schema &schema, const ::gnmi::GetRequest &request)
-    : schema_(schema),
-      part_(part_of(request.type())),
-      encoding_(supported(request.encoding())) {
+    : schema_(schema), part_(part_of(request.type())), encoding_(supported(request.encoding())) {
   // A prefix that may stand for several nodes is none of what any of them has.
   if (Pattern(schema, {}, request.prefix()).is_one_node())
     prefix_size_ = static_cast<std::size_t>(request.prefix().elem_size());
@@ -95,9 +93,10 @@ GetQuery::GetQuery(const Schema &schema, const ::gnmi::GetRequest &request)
     patterns_[at].select(reading.data, [&](const Trail &trail) {
       for (auto elem = static_cast<std::size_t>(prefix.elem_size()); elem < prefix_size_; ++elem)
         add_elem(prefix, *trail[elem]->schema, key_or_nothing(*trail[elem]));
-      const auto own = trail.size() < 2 ? reading.time
-                                        : ValueTimes(trail[trail.size() - 2]->children, reading.time)
-                                              .of(*trail.back()->schema);
+      const auto own =
+          trail.size() < 2
+              ? reading.time
+              : ValueTimes(trail[trail.size() - 2]->children, reading.time).of(*trail.back()->schema);
       auto below = trail;
       time = std::max(time, add_updates(below, own, reading.time, notification));
     });

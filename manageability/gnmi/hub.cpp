@@ -258,7 +258,8 @@ void Hub::serve(const std::vector<Due> &due, Clock::time_point now) {
     // Nothing is lost by it: the next reading tells what has changed since the last.
     for (const auto &one : due) {
       const auto found = groups_.find(one.name);
-      if (found != groups_.end() && !found->second.sample) found->second.sample = next(now, kShortestInterval);
+      if (found != groups_.end() && !found->second.sample)
+        found->second.sample = next(now, kShortestInterval);
     }
     device_failed(status_of(error), now);
   }

@@ -29,7 +29,8 @@ std::string address_of(std::string_view peer) {
 /// The user's part of an e-mail address, else a DNS name, else the common name.
 std::optional<std::string> user_of_certificate(const grpc::AuthContext &connection) {
   if (!connection.IsPeerAuthenticated()) return std::nullopt;
-  for (const auto *property : {GRPC_PEER_EMAIL_PROPERTY_NAME, GRPC_PEER_DNS_PROPERTY_NAME, GRPC_X509_CN_PROPERTY_NAME}) {
+  for (const auto *property :
+       {GRPC_PEER_EMAIL_PROPERTY_NAME, GRPC_PEER_DNS_PROPERTY_NAME, GRPC_X509_CN_PROPERTY_NAME}) {
     const auto values = connection.FindPropertyValues(property);
     if (values.empty()) continue;
     auto name = text(values.front());
@@ -77,9 +78,9 @@ void Identification::identify(const grpc::ServerContextBase &context, const Done
     caller.user = other_user_;
   }
   if (!caller.user.empty()) return done(grpc::Status::OK, caller);
-  done({grpc::StatusCode::UNAUTHENTICATED,
-        std::string("the request names no user: ") +
-            (passwords_ ? "metadata username and password are missing" : "the client's certificate has no name")},
+  done({grpc::StatusCode::UNAUTHENTICATED, std::string("the request names no user: ") +
+                                               (passwords_ ? "metadata username and password are missing"
+                                                           : "the client's certificate has no name")},
        caller);
 }
 

@@ -33,8 +33,7 @@ std::size_t entry_of(const Trail &trail) {
 }
 
 void add_elems(::gnmi::Path &path, const Trail &trail, std::size_t from, std::size_t to) {
-  for (auto at = from; at < to; ++at)
-    add_elem(path, *trail[at]->schema, key_or_nothing(*trail[at]));
+  for (auto at = from; at < to; ++at) add_elem(path, *trail[at]->schema, key_or_nothing(*trail[at]));
 }
 
 }  // namespace
@@ -72,8 +71,9 @@ LeafSet::LeafSet(const Schema &schema, std::shared_ptr<const Reading> reading, P
       auto own = trail;
       const bool has_siblings = trail.size() > 1;
       add(schema, own, path, part,
-          has_siblings ? ValueTimes(trail[trail.size() - 2]->children, reading_->time).of(*trail.back()->schema)
-                       : reading_->time);
+          has_siblings
+              ? ValueTimes(trail[trail.size() - 2]->children, reading_->time).of(*trail.back()->schema)
+              : reading_->time);
     });
   }
   for (std::size_t at = 0; at < leaves_.size(); ++at) index_.emplace(leaves_[at].path, at);

@@ -24,10 +24,12 @@ grpc::Status refusal() {
 /// Answers each prompt with the password; PAM frees the answers.
 int converse(int count, const pam_message **messages, pam_response **answers, void *password) {
   if (count <= 0) return PAM_CONV_ERR;
-  auto *made = static_cast<pam_response *>(std::calloc(static_cast<std::size_t>(count), sizeof(pam_response)));
+  auto *made =
+      static_cast<pam_response *>(std::calloc(static_cast<std::size_t>(count), sizeof(pam_response)));
   if (made == nullptr) return PAM_BUF_ERR;
   for (int at = 0; at < count; ++at)
-    if (messages[at]->msg_style == PAM_PROMPT_ECHO_OFF) made[at].resp = ::strdup(static_cast<char *>(password));
+    if (messages[at]->msg_style == PAM_PROMPT_ECHO_OFF)
+      made[at].resp = ::strdup(static_cast<char *>(password));
   *answers = made;
   return PAM_SUCCESS;
 }
@@ -67,7 +69,8 @@ bool Passwords::is_known(const std::string &user, const std::string &password) {
   return false;
 }
 
-void Passwords::judge(const std::string &user, const std::string &password, const std::string &peer, Done done) {
+void Passwords::judge(const std::string &user, const std::string &password, const std::string &peer,
+                      Done done) {
   // Zero bytes end what PAM sees.
   if (user.empty() || (user + password).find('\0') != std::string::npos) return done(refusal());
   {

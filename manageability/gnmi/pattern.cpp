@@ -47,7 +47,8 @@ Pattern::Pattern(const Schema &schema, const ::gnmi::Path &prefix, const ::gnmi:
 
 void Pattern::add(const ::gnmi::Path &path) {
   if (path.elem().empty() && path.element_size() > 0)
-    refuse("invalid-value", "the path has nothing in its field elem; the deprecated field element is not read");
+    refuse("invalid-value",
+           "the path has nothing in its field elem; the deprecated field element is not read");
   for (const auto &elem : path.elem()) {
     if (steps_.size() == kMostSteps)
       refuse("too-big", "a path has more than " + std::to_string(kMostSteps) + " elements", text_);
@@ -60,8 +61,7 @@ void Pattern::add(const ::gnmi::Path &path) {
 }
 
 std::string Pattern::named(const std::string &path, const Step &step) const {
-  if (step.kind == Step::Kind::name)
-    return ymap::step(path, schema_.module_name(), shortened(step.name));
+  if (step.kind == Step::Kind::name) return ymap::step(path, schema_.module_name(), shortened(step.name));
   return path + (step.kind == Step::Kind::any ? "/*" : "/...");
 }
 
@@ -139,8 +139,7 @@ Pattern::Positions Pattern::after(Positions at, const SchemaNode &node, const st
       continue;
     }
     const bool is_named = step.kind == Step::Kind::any || step.name == node.name;
-    const bool has_key =
-        step.key_name.empty() || (node.is_list() && key_leaf(node).name == step.key_name);
+    const bool has_key = step.key_name.empty() || (node.is_list() && key_leaf(node).name == step.key_name);
     const bool is_entry = !step.key || key == nullptr || *step.key == *key;
     if (is_named && has_key && is_entry) next |= Positions{1} << (position + 1);
   }

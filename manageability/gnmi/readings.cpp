@@ -26,8 +26,8 @@ uint64_t Readings::version() {
   return near == nullptr ? 0 : near->state().version();
 }
 
-std::shared_ptr<const Reading> Readings::read(const std::vector<std::string> &amplifiers,
-                                              Clock::duration age, Clock::time_point now) {
+std::shared_ptr<const Reading> Readings::read(const std::vector<std::string> &amplifiers, Clock::duration age,
+                                              Clock::time_point now) {
   // The mapping refuses a read of what is not there, and nobody asks it for what he does not know.
   const bool are_known =
       std::ranges::all_of(amplifiers, [&](const auto &name) { return known_.contains(name); });

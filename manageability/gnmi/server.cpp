@@ -84,7 +84,8 @@ std::string described(const Options &options, const std::string &address, int po
   if (!options.pam.empty()) add("by PAM service " + options.pam);
   if (!options.client_ca.empty()) add("by their certificates");
   if (!options.as_user.empty()) add("all as " + options.as_user);
-  return "serves gNMI on " + where + (options.insecure ? ", without TLS" : ", with TLS") + "; users: " + users;
+  return "serves gNMI on " + where + (options.insecure ? ", without TLS" : ", with TLS") +
+         "; users: " + users;
 }
 
 class RunningServer {
@@ -105,7 +106,8 @@ class RunningServer {
     builder.SetResourceQuota(quota);
     builder.AddChannelArgument(GRPC_ARG_MAX_CONCURRENT_STREAMS, kMostStreamsOfAConnection);
     builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, kKeepaliveMilliseconds);
-    builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS, kShortestPingMilliseconds);
+    builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS,
+                               kShortestPingMilliseconds);
     builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_PERMIT_WITHOUT_CALLS, 1);
     // A port that another server has is that one's.
     builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);

@@ -38,9 +38,7 @@ void Service::limit(std::size_t most_subscriptions) {
 }
 
 void Service::close() {
-  worker_->post([this] {
-    target_.hub().close_all({grpc::StatusCode::UNAVAILABLE, "the server stops"});
-  });
+  worker_->post([this] { target_.hub().close_all({grpc::StatusCode::UNAVAILABLE, "the server stops"}); });
 }
 
 grpc::ServerUnaryReactor *Service::answer(grpc::CallbackServerContext &context, Work work,
@@ -67,15 +65,15 @@ grpc::ServerUnaryReactor *Service::Capabilities(grpc::CallbackServerContext *con
   });
 }
 
-grpc::ServerUnaryReactor *Service::Get(grpc::CallbackServerContext *context, const ::gnmi::GetRequest *request,
-                                       ::gnmi::GetResponse *response) {
+grpc::ServerUnaryReactor *Service::Get(grpc::CallbackServerContext *context,
+                                       const ::gnmi::GetRequest *request, ::gnmi::GetResponse *response) {
   return answer(*context, [this, request, response](const Caller &caller) {
     return target_.get(caller, *request, *response);
   });
 }
 
-grpc::ServerUnaryReactor *Service::Set(grpc::CallbackServerContext *context, const ::gnmi::SetRequest *request,
-                                       ::gnmi::SetResponse *response) {
+grpc::ServerUnaryReactor *Service::Set(grpc::CallbackServerContext *context,
+                                       const ::gnmi::SetRequest *request, ::gnmi::SetResponse *response) {
   return answer(
       *context,
       [this, request, response](const Caller &caller) { return target_.set(caller, *request, *response); },

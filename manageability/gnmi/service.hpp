@@ -17,8 +17,9 @@
 namespace ymap::telemetry {
 
 /// Typed but for Subscribe, whose messages are written once for all subscribers.
-using ServiceBase = ::gnmi::gNMI::WithCallbackMethod_Capabilities<::gnmi::gNMI::WithCallbackMethod_Get<
-    ::gnmi::gNMI::WithCallbackMethod_Set<::gnmi::gNMI::WithRawCallbackMethod_Subscribe<::gnmi::gNMI::Service>>>>;
+using ServiceBase = ::gnmi::gNMI::WithCallbackMethod_Capabilities<
+    ::gnmi::gNMI::WithCallbackMethod_Get<::gnmi::gNMI::WithCallbackMethod_Set<
+        ::gnmi::gNMI::WithRawCallbackMethod_Subscribe<::gnmi::gNMI::Service>>>>;
 
 class Service final : public ServiceBase, public StreamEvents {
  public:

@@ -163,11 +163,13 @@ class EditBuilder {
     if (!entry.has_struct_value()) refuse("invalid-value", "a list is an array of objects", path);
     const auto &fields = entry.struct_value().fields();
     auto key = fields.find(std::string(key_leaf.name));
-    if (key == fields.end()) key = fields.find(std::string(schema_.module_name()).append(":").append(key_leaf.name));
+    if (key == fields.end())
+      key = fields.find(std::string(schema_.module_name()).append(":").append(key_leaf.name));
     if (key == fields.end() || !is_key(key->second.string_value()))
       refuse("missing-element", "the entry has no key " + std::string(key_leaf.name), path);
     const auto &text = key->second.string_value();
-    add_object(child_of(parent, list, text), entry.struct_value(), with_key(path, key_leaf.name, shortened(text)));
+    add_object(child_of(parent, list, text), entry.struct_value(),
+               with_key(path, key_leaf.name, shortened(text)));
   }
 
   void add_object(EditNode &node, const google::protobuf::Struct &members, const std::string &path) {
@@ -179,7 +181,8 @@ class EditBuilder {
     auto *added = tree.add(parent, node.schema->name, schema_.ns(), node.value, node.operation);
     if (node.schema->is_list()) {
       // One that a delete names is for the plug-in to refuse.
-      const auto key = std::ranges::find_if(node.children, [](const auto &child) { return child.schema->is_key; });
+      const auto key =
+          std::ranges::find_if(node.children, [](const auto &child) { return child.schema->is_key; });
       tree.add(added, node.schema->children.front().name, schema_.ns(), node.key,
                key == node.children.end() ? uint32_t{YMAP_OP_NONE} : key->operation);
     }
@@ -195,7 +198,8 @@ class EditBuilder {
 
 Request edit_of(const Schema &schema, const ::gnmi::SetRequest &request) {
   if (request.union_replace_size() > 0)
-    refuse("operation-not-supported", "union_replace is not supported; there are delete, replace and update", {});
+    refuse("operation-not-supported", "union_replace is not supported; there are delete, replace and update",
+           {});
   if (request.delete__size() + request.replace_size() + request.update_size() > kMostOperations)
     refuse("too-big", "a request has at most " + std::to_string(kMostOperations) + " operations", {});
   const auto node_of = [&](const ::gnmi::Path &path) {

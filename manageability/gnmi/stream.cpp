@@ -18,8 +18,7 @@ Hub::StreamId next_id() {
 
 }  // namespace
 
-Stream::Stream(StreamEvents &events, grpc::CallbackServerContext &context,
-               std::chrono::seconds most_stalled)
+Stream::Stream(StreamEvents &events, grpc::CallbackServerContext &context, std::chrono::seconds most_stalled)
     : events_(events), context_(context), most_stalled_(most_stalled), id_(next_id()) {}
 
 void Stream::read_next() {

@@ -36,7 +36,8 @@ std::string Wish::name() const {
          echo.target + "\n" + echo.origin;
 }
 
-SubscriptionWishes::SubscriptionWishes(const Schema &schema, const ::gnmi::SubscriptionList &list, bool is_told)
+SubscriptionWishes::SubscriptionWishes(const Schema &schema, const ::gnmi::SubscriptionList &list,
+                                       bool is_told)
     : mode(list.mode()), encoding(supported(list.encoding())), updates_only(list.updates_only()) {
   if (!::gnmi::SubscriptionList::Mode_IsValid(mode))
     refuse("mode " + std::to_string(mode) + " is none of STREAM, ONCE, POLL");

@@ -21,9 +21,9 @@ inline constexpr std::chrono::nanoseconds kDefaultInterval = std::chrono::second
 struct Wish {
   Pattern pattern;
   Part part = Part::all;
-  std::chrono::nanoseconds interval{0};  ///< between two samples; 0 for none
-  bool on_change = false;                ///< told when the configuration changes, too
-  bool changes_only = false;             ///< a sample holds what is another than in the last
+  std::chrono::nanoseconds interval{0};   ///< between two samples; 0 for none
+  bool on_change = false;                 ///< told when the configuration changes, too
+  bool changes_only = false;              ///< a sample holds what is another than in the last
   std::chrono::nanoseconds heartbeat{0};  ///< all of it then; 0 for never
   Echo echo;
 

@@ -53,7 +53,8 @@ grpc::Status Target::capabilities(const ::gnmi::CapabilityRequest & /*request*/,
   return grpc::Status::OK;
 }
 
-grpc::Status Target::get(const Caller &caller, const ::gnmi::GetRequest &request, ::gnmi::GetResponse &response) {
+grpc::Status Target::get(const Caller &caller, const ::gnmi::GetRequest &request,
+                         ::gnmi::GetResponse &response) {
   try {
     const auto &who = requester(caller);
     session_.guard().run(who, {"get"}, [&](Outcome &) {
@@ -68,7 +69,8 @@ grpc::Status Target::get(const Caller &caller, const ::gnmi::GetRequest &request
   }
 }
 
-grpc::Status Target::set(const Caller &caller, const ::gnmi::SetRequest &request, ::gnmi::SetResponse &response) {
+grpc::Status Target::set(const Caller &caller, const ::gnmi::SetRequest &request,
+                         ::gnmi::SetResponse &response) {
   try {
     const auto edit = edit_of(session_.schema(), request);
     for (const auto &warning : session_.run(requester(caller), edit).warnings)

@@ -28,7 +28,8 @@ class Target {
   Target(Session &session, std::size_t most_streams, bool is_told)
       : session_(session), readings_(session), hub_(session, readings_, most_streams, is_told) {}
 
-  grpc::Status capabilities(const ::gnmi::CapabilityRequest &request, ::gnmi::CapabilityResponse &response) const;
+  grpc::Status capabilities(const ::gnmi::CapabilityRequest &request,
+                            ::gnmi::CapabilityResponse &response) const;
   grpc::Status get(const Caller &caller, const ::gnmi::GetRequest &request, ::gnmi::GetResponse &response);
   /// Subscribers are to be told when it is answered, see Hub::configuration_changed().
   grpc::Status set(const Caller &caller, const ::gnmi::SetRequest &request, ::gnmi::SetResponse &response);

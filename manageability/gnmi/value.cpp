@@ -63,7 +63,10 @@ class JsonWriter {
     for (auto node = siblings.begin(); node != siblings.end();) {
       const auto &kind = *node->schema;
       // Entries of a list stand side by side in the data, and in JSON in one array.
-      const auto end = kind.is_list() ? std::find_if(node, siblings.end(), [&](const DataNode &other) { return other.schema != &kind; }) : node + 1;
+      const auto end = kind.is_list()
+                           ? std::find_if(node, siblings.end(),
+                                          [&](const DataNode &other) { return other.schema != &kind; })
+                           : node + 1;
       if (member({node, end}, is_top)) holds = holds || !kind.is_key;
       node = end;
     }
@@ -121,19 +124,21 @@ class JsonWriter {
 /// takes.
 std::string rounded(double number, int fraction_digits) {
   std::array<char, 400> text{};
-  const auto [end, error] =
-      std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed, fraction_digits);
+  const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number,
+                                          std::chars_format::fixed, fraction_digits);
   std::string made(text.data(), error == std::errc() ? end : text.data());
   const bool is_zero = made.find_first_of("123456789") == std::string::npos;
   return is_zero && made.starts_with('-') ? made.substr(1) : made;
 }
 
-std::string number_text(const Schema &schema, const SchemaNode &leaf, double number, const std::string &path) {
+std::string number_text(const Schema &schema, const SchemaNode &leaf, double number,
+                        const std::string &path) {
   if (!std::isfinite(number)) refuse("leaf " + std::string(leaf.name) + " takes finite numbers only", path);
   const bool is_whole = std::nearbyint(number) == number;
   if (leaf.type != Type::decimal && !(leaf.type == Type::unsigned_integer && is_whole))
-    refuse("leaf " + std::string(leaf.name) + " does not take the number " + rounded(number, is_whole ? 0 : 6),
-           path);
+    refuse(
+        "leaf " + std::string(leaf.name) + " does not take the number " + rounded(number, is_whole ? 0 : 6),
+        path);
   return checked_value(schema, &leaf, rounded(number, leaf.fraction_digits), path);
 }
 

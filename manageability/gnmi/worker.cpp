@@ -36,8 +36,7 @@ int milliseconds_until(std::optional<Worker::Clock::time_point> time) {
 
 }  // namespace
 
-Worker::Worker(Duties duties)
-    : duties_(std::move(duties)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+Worker::Worker(Duties duties) : duties_(std::move(duties)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (wake_.get() < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
   thread_ = std::thread([this] { loop(); });
 }

@@ -108,8 +108,7 @@ const SchemaNode *Schema::child(const SchemaNode *parent, std::string_view name)
 CheckedValue Schema::check_value(const SchemaNode *leaf, std::string_view value,
                                  std::optional<std::string_view> prefix_ns) const {
   // What is a value's end to libyang; XML cannot have it, JSON can.
-  if (value.find('\0') != std::string_view::npos)
-    return {std::nullopt, "The value holds a zero byte.", {}};
+  if (value.find('\0') != std::string_view::npos) return {std::nullopt, "The value holds a zero byte.", {}};
   if (auto text = common_value(*leaf, value, prefix_ns, ns())) return {std::move(text), {}, {}};
   return ymap::check_value(compiled(*leaf, yang()), value, prefix_ns);
 }

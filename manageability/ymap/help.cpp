@@ -83,7 +83,8 @@ std::string complaint(const CLI::ParseError &error) {
     text.replace(0, name.size(), kShownAssignment);
   constexpr std::string_view unknown = "INI was not able to parse ";
   if (text.starts_with(unknown))
-    return "the file of options has \"" + text.substr(unknown.size()) + "\", which is no option of the command";
+    return "the file of options has \"" + text.substr(unknown.size()) +
+           "\", which is no option of the command";
   return text;
 }
 

@@ -1,8 +1,8 @@
 // A client that makes work for a server of gNMI, and measures what that costs:
 //
 //   gnmi_load ADDRESS gets COUNT                      reads of one amplifier
-//   gnmi_load ADDRESS streams COUNT SECONDS PROCESS   subscribers of one sample a second; processor time and memory
-//   gnmi_load ADDRESS edits COUNT                     from an edit to its update
+//   gnmi_load ADDRESS streams COUNT SECONDS PROCESS   subscribers of one sample a second; processor time and
+//   memory gnmi_load ADDRESS edits COUNT                     from an edit to its update
 
 #include <grpcpp/grpcpp.h>
 #include <unistd.h>
@@ -49,7 +49,8 @@ gnmi::Path amplifier_path(const std::vector<std::string> &below) {
 std::unique_ptr<gnmi::gNMI::Stub> connect(const std::string &address) {
   grpc::ChannelArguments arguments;
   arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
-  return gnmi::gNMI::NewStub(grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments));
+  return gnmi::gNMI::NewStub(
+      grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments));
 }
 
 void get(gnmi::gNMI::Stub &stub, int count) {
@@ -177,7 +178,9 @@ void edit(gnmi::gNMI::Stub &stub, int count) {
 
 int main(int argc, char **argv) {
   const std::vector<std::string> words(argv + 1, argv + argc);
-  const auto is = [&](const char *work, std::size_t size) { return words.size() == size && words[1] == work; };
+  const auto is = [&](const char *work, std::size_t size) {
+    return words.size() == size && words[1] == work;
+  };
   if (is("gets", 3))
     get(*connect(words[0]), std::stoi(words[2]));
   else if (is("streams", 5))

@@ -45,11 +45,13 @@ const std::string kPre = "/optical-amplifier/amplifiers/amplifier[name=0/0-AMP-P
 class HubTest : public WithDevice {
  protected:
   /// `list` is the text of a SubscriptionList but for its paths, which all have that of `sub`.
-  std::shared_ptr<Listener> subscribe(const std::string &list, const std::string &below, const std::string &sub) {
+  std::shared_ptr<Listener> subscribe(const std::string &list, const std::string &below,
+                                      const std::string &sub) {
     auto listener = std::make_shared<Listener>();
     hub_.open(++last_, who_, listener);
     ::gnmi::SubscribeRequest request;
-    EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString("subscribe { " + list + " }", &request)) << list;
+    EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString("subscribe { " + list + " }", &request))
+        << list;
     auto &subscription = *request.mutable_subscribe()->add_subscription();
     EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(sub, &subscription)) << sub;
     *subscription.mutable_path() = path(below);
@@ -114,9 +116,11 @@ TEST_F(HubTest, NobodyThereNothingRead) {
 TEST_F(HubTest, SamplesAllOrWhatChanged) {
   const auto all = subscribe("", kPre + "/config", kSecond);
   const auto changes = subscribe("", kPre + "/config", std::string(kSecond) + " suppress_redundant: true");
-  const auto beating = subscribe("", kPre + "/config",
-                                 std::string(kSecond) + " suppress_redundant: true heartbeat_interval: 3000000000");
-  const auto only = subscribe("updates_only: true", kPre + "/config", std::string(kSecond) + " suppress_redundant: true");
+  const auto beating =
+      subscribe("", kPre + "/config",
+                std::string(kSecond) + " suppress_redundant: true heartbeat_interval: 3000000000");
+  const auto only =
+      subscribe("updates_only: true", kPre + "/config", std::string(kSecond) + " suppress_redundant: true");
   const auto whole = all->told();
   ASSERT_TRUE(whole.ends_with("synced ")) << whole;
   const auto sample = whole.substr(0, whole.size() - 7);
@@ -190,7 +194,8 @@ TEST_F(HubTest, OnceAndPoll) {
   hub_.half_close(last_);
   ASSERT_TRUE(quiet->closed);
   EXPECT_TRUE(quiet->closed->ok());
-  EXPECT_EQ(subscribe("mode: ONCE", "/optical-amplifier/amplifiers/amplifier[name=x]", "")->told(), "synced ");
+  EXPECT_EQ(subscribe("mode: ONCE", "/optical-amplifier/amplifiers/amplifier[name=x]", "")->told(),
+            "synced ");
 }
 
 TEST_F(HubTest, RefusesWhatItDoesNotServe) {

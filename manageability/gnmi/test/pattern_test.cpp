@@ -59,11 +59,13 @@ TEST_F(PatternTest, SelectsWhatThePathStandsFor) {
       {"/optical-amplifier/amplifiers/amplifier[name=*]/config/enabled",
        "oa/PRE0/config/enabled oa/BST0/config/enabled oa/BST2/config/enabled"},
       {"/*/*/*[name=0/0-AMP-BST0]/*/target-gain", "oa/BST0/config/target-gain oa/BST0/state/target-gain"},
-      {"/.../instant", "oa/PRE0/state/actual-gain/instant oa/PRE0/state/actual-gain-tilt/instant "
-                       "oa/BST0/state/actual-gain/instant oa/BST0/state/actual-gain-tilt/instant "
-                       "oa/BST2/state/actual-gain/instant oa/BST2/state/actual-gain-tilt/instant"},
+      {"/.../instant",
+       "oa/PRE0/state/actual-gain/instant oa/PRE0/state/actual-gain-tilt/instant "
+       "oa/BST0/state/actual-gain/instant oa/BST0/state/actual-gain-tilt/instant "
+       "oa/BST2/state/actual-gain/instant oa/BST2/state/actual-gain-tilt/instant"},
       {kPre + "/.../target-gain", "oa/PRE0/config/target-gain oa/PRE0/state/target-gain"},
-      {"/.../amplifier[name=0/0-AMP-PRE0]/.../.../max", "oa/PRE0/state/actual-gain/max oa/PRE0/state/actual-gain-tilt/max"},
+      {"/.../amplifier[name=0/0-AMP-PRE0]/.../.../max",
+       "oa/PRE0/state/actual-gain/max oa/PRE0/state/actual-gain-tilt/max"},
       {"/...", "o"},
       {"/optical-amplifier/supervisory-channels", ""},
   };
@@ -76,7 +78,8 @@ TEST_F(PatternTest, TakesWhatClientsPutInAPath) {
   auto deprecated = path("/optical-amplifier/amplifiers");
   deprecated.add_element("nonsense");
   EXPECT_EQ(selected({schema(), {}, deprecated}), "oa");
-  EXPECT_EQ(selected({schema(), path("/optical-amplifier/*"), path("/amplifier[name=0/0-AMP-PRE0]")}), "oa/PRE0");
+  EXPECT_EQ(selected({schema(), path("/optical-amplifier/*"), path("/amplifier[name=0/0-AMP-PRE0]")}),
+            "oa/PRE0");
 }
 
 TEST_F(PatternTest, TellsWhereAPathIsWrong) {
@@ -84,11 +87,14 @@ TEST_F(PatternTest, TellsWhereAPathIsWrong) {
   const struct {
     std::string path, refusal;
   } rows[] = {
-      {"/optical-amplifier/amplifier", "unknown-element " + module + "/amplifier: the model has no element amplifier there"},
-      {kPre + "/config/gain", "unknown-element " + module + "/amplifiers/amplifier/config/gain: the model has no element gain there"},
+      {"/optical-amplifier/amplifier",
+       "unknown-element " + module + "/amplifier: the model has no element amplifier there"},
+      {kPre + "/config/gain", "unknown-element " + module +
+                                  "/amplifiers/amplifier/config/gain: the model has no element gain there"},
       {"/.../gain", "unknown-element /.../gain: the model has no element gain there"},
       {"/other:optical-amplifier", "unknown-namespace : element other:optical-amplifier is of a module"},
-      {"/optical-amplifier[name=x]", "unknown-element " + module + ": the model has no list optical-amplifier there with the key name"},
+      {"/optical-amplifier[name=x]",
+       "unknown-element " + module + ": the model has no list optical-amplifier there with the key name"},
       {"/optical-amplifier/amplifiers/amplifier[id=1]", "the key id"},
       {"/optical-amplifier/amplifiers/amplifier[name=]", "invalid-value"},
       {"/optical-amplifier/amplifiers/amplifier[name=a][id=1]", "bad-element"},
@@ -126,7 +132,9 @@ TEST_F(PatternTest, TellsWhichEntryAndWhetherThatIsAll) {
     const auto made = pattern(row.path);
     EXPECT_EQ(made.only_entry(), row.entry) << row.path;
     EXPECT_EQ(made.is_one_node(), row.is_one) << row.path;
-    EXPECT_EQ(made.reaches([](const SchemaNode &node) { return node.is_leaf() && is_live(node); }), row.reaches_live) << row.path;
+    EXPECT_EQ(made.reaches([](const SchemaNode &node) { return node.is_leaf() && is_live(node); }),
+              row.reaches_live)
+        << row.path;
   }
 }
 

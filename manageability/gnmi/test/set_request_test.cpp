@@ -12,7 +12,8 @@
 namespace ymap::telemetry::test {
 namespace {
 
-constexpr std::array<const char *, 6> kOperations = {"", "!replace", "!create", "!delete", "!remove", "!merge"};
+constexpr std::array<const char *, 6> kOperations = {"",        "!replace", "!create",
+                                                     "!delete", "!remove",  "!merge"};
 
 std::string shown(const vidl_yfw_datatree &node) {
   std::string text = node.tag;
@@ -20,7 +21,8 @@ std::string shown(const vidl_yfw_datatree &node) {
   if (node.data != nullptr) text.append("=").append(node.data);
   if (!vidl_yfw_datatree_has_subtrees(&node)) return text;
   std::string below;
-  for (uint32_t at = 0; at < node.subtree_count; ++at) below += (below.empty() ? "" : " ") + shown(node.subtrees[at]);
+  for (uint32_t at = 0; at < node.subtree_count; ++at)
+    below += (below.empty() ? "" : " ") + shown(node.subtrees[at]);
   return text + "{" + below + "}";
 }
 
@@ -50,7 +52,8 @@ class SetTest : public WithDevice {
       auto text = shown(*made.tree.root());
       const std::string front = "amplifiers{";
       const auto at = text.find(front);
-      return at == std::string::npos ? text : text.substr(at + front.size(), text.size() - at - front.size() - 3);
+      return at == std::string::npos ? text
+                                     : text.substr(at + front.size(), text.size() - at - front.size() - 3);
     } catch (const RpcError &error) {
       return error.fault().tag + " " + error.fault().path.substr(error.fault().path.find("amplifiers") + 10);
     }
@@ -71,8 +74,10 @@ TEST_F(SetTest, ComesToOneEdit) {
       {{{'d', "[name=Q]"}}, "amplifier!remove{name=Q}"},
       {{{'r', "/config", R"({"enabled": true})"}}, "amplifier{name=P config!replace{enabled=true}}"},
       // Deletes come first, wherever they stand, and what is written after them is not gone.
-      {{{'u', "/config/enabled", "true"}, {'d', "/config"}}, "amplifier{name=P config!replace{enabled=true}}"},
-      {{{'d', "/config/enabled"}, {'u', "/config/enabled", "true"}}, "amplifier{name=P config{enabled=true}}"},
+      {{{'u', "/config/enabled", "true"}, {'d', "/config"}},
+       "amplifier{name=P config!replace{enabled=true}}"},
+      {{{'d', "/config/enabled"}, {'u', "/config/enabled", "true"}},
+       "amplifier{name=P config{enabled=true}}"},
       {{{'d', "/config"}, {'d', "/config/enabled"}}, "amplifier{name=P config!remove}"},
       {{{'d', "/config/enabled"}, {'d', "/config"}}, "amplifier{name=P config!remove}"},
       {{{'u', "/config/enabled", "false"}, {'r', "/config", R"({"target-gain": 9})"}},
@@ -105,7 +110,8 @@ TEST_F(SetTest, HasListsOfEntriesInContainers) {
       return error.fault().tag;
     }
   };
-  const std::string front = R"({"openconfig-optical-amplifier:optical-amplifier": {"amplifiers": {"amplifier": )";
+  const std::string front =
+      R"({"openconfig-optical-amplifier:optical-amplifier": {"amplifiers": {"amplifier": )";
   EXPECT_NE(refusal(front + R"([{"name": "P"}, {"name": "Q", "config": {"enabled": true}}]}}})")
                 .find("amplifiers{amplifier{name=P} amplifier{name=Q config{enabled=true}}}"),
             std::string::npos);

@@ -44,7 +44,8 @@ inline std::string text(const ::gnmi::Path &path) {
   std::string made;
   for (const auto &elem : path.elem()) {
     made += "/" + elem.name();
-    for (const auto &[key, value] : elem.key()) made.append("[").append(key).append("=").append(value).append("]");
+    for (const auto &[key, value] : elem.key())
+      made.append("[").append(key).append("=").append(value).append("]");
   }
   return made;
 }

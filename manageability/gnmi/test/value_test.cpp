@@ -85,7 +85,8 @@ TEST_F(ValueTest, IsWrittenInEachEncoding) {
       {"/config/gain-range", "MID_GAIN_RANGE", "\"MID_GAIN_RANGE\"",
        "\"openconfig-optical-amplifier:MID_GAIN_RANGE\"",
        "string_val: \"openconfig-optical-amplifier:MID_GAIN_RANGE\""},
-      {"/state/actual-gain/interval", "30000000000", "30000000000", "\"30000000000\"", "uint_val: 30000000000"},
+      {"/state/actual-gain/interval", "30000000000", "30000000000", "\"30000000000\"",
+       "uint_val: 30000000000"},
       {"/name", "a\"b", "\"a\\\"b\"", "\"a\\\"b\"", "string_val: \"a\\\"b\""},
   };
   for (const auto &row : rows) {
