@@ -99,6 +99,7 @@ LINT_TESTS = --checks=-performance-*,-clang-analyzer-deadcode.DeadStores,-bugpro
 lint:
 	$(PACKAGES) build gnmi lint
 	cmake --preset dev -B build/lint -DYMAP_GNMI=ON -DYMAP_BENCHMARKS=ON -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON
+	cmake --build build/lint -j $(JOBS) --target ymap_gnmi_messages
 	git ls-files '*.cpp' | grep -vE '/(test|fuzz|bench)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/lint
 	git ls-files '*.cpp' | grep -E '/(test|fuzz|bench)/' | xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/lint $(LINT_TESTS)
 

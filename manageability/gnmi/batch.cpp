@@ -88,6 +88,7 @@ std::shared_ptr<const Batch> Backlog::merged() const {
       *notification.add_update() = value.update;
   }
   std::vector<::gnmi::Notification> list;
+  list.reserve(notifications.size());
   for (auto &[name, notification] : notifications) list.push_back(std::move(notification));
   return std::make_shared<const Batch>(std::move(list), is_synced_);
 }

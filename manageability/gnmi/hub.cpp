@@ -30,6 +30,7 @@ std::optional<Clock::time_point> next_or_none(Clock::time_point now, std::chrono
 
 std::vector<const Wish *> pointers(const std::vector<Wish> &wishes) {
   std::vector<const Wish *> list;
+  list.reserve(wishes.size());
   for (const auto &wish : wishes) list.push_back(&wish);
   return list;
 }
@@ -247,6 +248,7 @@ void Hub::serve(const std::vector<Due> &due, Clock::time_point now) {
   if (due.empty()) return;
   try {
     std::vector<const Wish *> wishes;
+    wishes.reserve(due.size());
     for (const auto &one : due) wishes.push_back(&groups_.at(one.name).wish);
     const auto reading = read(wishes, now);
     for (const auto &one : due) {

@@ -10,7 +10,7 @@
 namespace ymap::telemetry {
 namespace {
 
-std::string_view text(grpc::string_ref reference) {
+std::string_view text(const grpc::string_ref &reference) {
   return {reference.data(), reference.size()};
 }
 

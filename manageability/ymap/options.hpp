@@ -62,14 +62,14 @@ struct Options {
   bool native = false;     ///< netconf: the device's own models in the place of OpenConfig's
   bool candidate = false;  ///< netconf: with a candidate datastore
 
+  bool insecure = false;               ///< gnmi: without TLS
+  uint32_t most_subscriptions = 2000;  ///< gnmi
+  uint32_t most_stalled = 30;          ///< gnmi: seconds
   std::string listen;                  ///< gnmi: address and port, or "unix:" and a path
   std::string certificate, key;        ///< gnmi: files, PEM
   std::string client_ca;               ///< gnmi: file of those whose certificates name users; empty: none
-  bool insecure = false;               ///< gnmi: without TLS
   std::string as_user;                 ///< gnmi: who asks where nobody is named; empty: nobody
   std::string pam;                     ///< gnmi: PAM service that judges passwords; empty: none
-  uint32_t most_subscriptions = 2000;  ///< gnmi
-  uint32_t most_stalled = 30;          ///< gnmi: seconds
 
   std::vector<std::string> words;  ///< the command line
 

@@ -1,8 +1,8 @@
 // A client that makes work for a server of gNMI, and measures what that costs:
 //
 //   gnmi_load ADDRESS gets COUNT                      reads of one amplifier
-//   gnmi_load ADDRESS streams COUNT SECONDS PROCESS   subscribers of one sample a second; processor time and
-//   memory gnmi_load ADDRESS edits COUNT                     from an edit to its update
+//   gnmi_load ADDRESS streams COUNT SECONDS PROCESS   subscribers of one sample a second: time and memory
+//   gnmi_load ADDRESS edits COUNT                     from an edit to its update
 
 #include <grpcpp/grpcpp.h>
 #include <unistd.h>
