@@ -25,6 +25,8 @@ class Readings {
   /// `age` and from after the last edit that is known of may be an earlier one. Throws as Session::run().
   std::shared_ptr<const Reading> read(const std::vector<std::string> &amplifiers, Clock::duration age,
                                       Clock::time_point now);
+  /// No earlier one will do: something is another now, which a device elsewhere does not tell.
+  void forget() { last_.reset(); }
 
  private:
   std::shared_ptr<const Reading> read_now(const std::vector<std::string> &amplifiers);

@@ -75,6 +75,7 @@ grpc::Status Target::set(const Caller &caller, const ::gnmi::SetRequest &request
     const auto edit = edit_of(session_.schema(), request);
     for (const auto &warning : session_.run(requester(caller), edit).warnings)
       std::cerr << "ymap: warning: " << printable(warning) << "\n";
+    readings_.forget();
     response = set_response(request, now());
     return grpc::Status::OK;
   } catch (const std::exception &error) {

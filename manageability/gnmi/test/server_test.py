@@ -6,12 +6,14 @@ import signal
 import socket
 import subprocess
 import time
+import unittest
 
 import grpc
 
 import gnmi_pb2 as gnmi
 import serving
 from serving import SECOND, SPARSE, Client, GnmiTest, entry, leaves, path, subscription, until_synced
+from tool import YMAP
 
 Code = grpc.StatusCode
 GAIN = entry() + "/config/target-gain"
@@ -101,6 +103,62 @@ class Secure(GnmiTest):
             next(stream)
             self.assertEqual(leaves([next(stream).update]), {GAIN: "17.2"})
         self.connect(server).capabilities()
+
+
+def may_mount():
+    return os.geteuid() == 0 and subprocess.run(["unshare", "--mount", "mount", "-t", "tmpfs", "none", "/mnt"],
+                                                capture_output=True).returncode == 0
+
+
+@unittest.skipUnless(may_mount(), "only root may have passwords judged, and mount what judges them")
+class Passwords(GnmiTest):
+    def start_with(self, judge):
+        """A server in whose view /etc/pam.d holds one service, which asks a script."""
+        folder = pathlib.Path(self.folder + ".pam")
+        folder.mkdir()
+        self.addCleanup(subprocess.run, ["rm", "-r", folder])
+        script = folder / "judge"
+        script.write_text("#!/bin/sh\n" + judge)
+        script.chmod(0o700)
+        (folder / "ymap").write_text(f"auth required pam_exec.so expose_authtok quiet {script}\naccount required pam_permit.so\n")
+        tool = folder / "tool"
+        tool.write_text(f'#!/bin/sh\nexec unshare --mount sh -c \'mount --bind {folder} /etc/pam.d && exec "$@"\' sh {YMAP} "$@"\n')
+        tool.chmod(0o700)
+        return folder, self.start("--insecure", "--pam", "ymap", local=False, tool=tool)
+
+    def test_pam_judges(self):
+        self.ok("get", "--config")
+        folder, server = self.start_with('echo "$PAM_USER" "$(tr -d "\\0")" "$PAM_RHOST" >>"$(dirname "$0")/asked"\n'
+                                         'tail -n 1 "$(dirname "$0")/asked" | grep -qx "alice secret 127.0.0.1"\n')
+        change = [gnmi.Update(path=path(GAIN), val=gnmi.TypedValue(int_val=9))]
+
+        def client(*metadata):
+            made = Client(server.target, metadata=metadata)
+            self.addCleanup(made.channel.close)
+            return made
+        alice = client(("username", "alice"), ("password", "secret"))
+        for _ in range(3):
+            self.assertIn("user alice may not", self.refused(Code.PERMISSION_DENIED, alice.set, update=change))
+        until_synced(alice.subscribe(subscription(GAIN)))
+        for metadata in ([("username", "alice"), ("password", "wrong")], [("username", "alice")],
+                         [("username", "bob"), ("password", "secret")], [("username", ""), ("password", "secret")]):
+            self.assertEqual(self.refused(Code.UNAUTHENTICATED, client(*metadata).capabilities), "user name or password is wrong")
+        self.assertEqual(self.refused(Code.UNAUTHENTICATED, client().capabilities),
+                         "the request names no user: metadata username and password are missing")
+        self.refused(Code.UNAUTHENTICATED, client(("username", "bob"), ("password", "no")).subscribe, subscription(GAIN))
+        # Who was let in is known for a while.
+        self.assertEqual((folder / "asked").read_text().splitlines().count("alice secret 127.0.0.1"), 1)
+
+    def test_a_judge_who_takes_his_time_holds_nobody_up(self):
+        _, server = self.start_with("sleep 5\n")
+        slow = Client(server.target, metadata=[("username", "a"), ("password", "b")])
+        self.addCleanup(slow.channel.close)
+        waiting = slow.subscribe(subscription(GAIN))
+        time.sleep(0.3)
+        started = time.monotonic()
+        self.assertEqual(server.stop(), 0)
+        self.assertLess(time.monotonic() - started, 3 if SPARSE else 1.5)
+        self.refused(Code.UNAVAILABLE, list, waiting)
 
 
 class Process(GnmiTest):

@@ -14,7 +14,7 @@ import unittest
 
 import grpc
 import gnmi_pb2 as gnmi
-from tool import PRE0, YMAP, DeviceTest
+from tool import PRE0, YMAP, DeviceTest, device_environment, device_options
 
 SPARSE = "YMAP_SPARSE" in os.environ  # under sanitizers
 SECOND = 1_000_000_000
@@ -98,10 +98,10 @@ def leaves(notifications):
 class Server:
     """On a loopback port without TLS; all are `user`, this process's own one unless another is named."""
 
-    def __init__(self, folder, *options, user=None, local=True, listen="127.0.0.1:0"):
-        words = [YMAP, "--device", folder, "gnmi", *(["--listen", listen] if listen else []),
+    def __init__(self, folder, *options, user=None, local=True, listen="127.0.0.1:0", tool=YMAP):
+        words = [tool, *device_options(folder), "gnmi", *(["--listen", listen] if listen else []),
                  *(["--insecure", "--as", user or getpass.getuser()] if local else []), *options]
-        self.process = subprocess.Popen(words, stderr=subprocess.PIPE, text=True)
+        self.process = subprocess.Popen(words, stderr=subprocess.PIPE, text=True, env=device_environment(folder))
         self.said = [self.process.stderr.readline()]
         found = re.search(r"serves gNMI on (.*), with", self.said[0])
         if not found:
