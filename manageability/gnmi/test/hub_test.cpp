@@ -265,17 +265,23 @@ TEST_F(HubTest, OutlivesADeviceThatIsGoneForAWhile) {
 
 TEST_F(HubTest, GivesValuesTheirOwnTime) {
   const auto listener = subscribe("", kPre + "/state/actual-gain", kSecond);
-  std::map<std::string, int64_t> times;
+  std::map<std::string, int64_t> times, values;
   for (const auto &batch : listener->batches)
     for (const auto &notification : batch->notifications) {
       EXPECT_EQ(text(notification.prefix()), kPre);
-      for (const auto &update : notification.update())
+      for (const auto &update : notification.update()) {
         times[update.path().elem().rbegin()->name()] = notification.timestamp();
+        values[update.path().elem().rbegin()->name()] = std::stoll(update.val().json_val());
+      }
     }
   constexpr int64_t bucket = 30'000'000'000;
   EXPECT_EQ(times["avg"], times["max"]);
   EXPECT_EQ(times["avg"] % bucket, 0);
   EXPECT_LE(times["avg"], times["instant"]);
+  for (const auto *extreme : {"min-time", "max-time"}) {
+    EXPECT_LT(values[extreme], times["avg"]);
+    EXPECT_GE(values[extreme], times["avg"] - bucket);
+  }
   EXPECT_LT(times["instant"] - times["avg"], 2 * bucket);
   EXPECT_NE(times["instant"] % 1000, 0) << "no clock of nanoseconds";
 }

@@ -286,7 +286,7 @@ class Load(GnmiTest):
         duplicates = 0
         while not duplicates and time.monotonic() < deadline:
             duplicates = max([update.duplicates for update in next(stream).update.update], default=0)
-        self.assertGreater(duplicates, 1)
+        self.assertGreater(duplicates, 0)
 
     def test_a_thousand_connections_leave_nothing(self):
         server = self.start()

@@ -42,7 +42,7 @@ TEST_F(ValueTest, FitsToTheLeaf) {
       {"target-gain", "int_val: 15", "15.00"},
       {"target-gain", "uint_val: 15", "15.00"},
       {"target-gain", "decimal_val { digits: 157 precision: 1 }", "15.70"},
-      {"target-gain", "decimal_val { digits: 15699 precision: 3 }", "15.70"},
+      {"target-gain", "decimal_val { digits: 15695 precision: 3 }", "15.70"},
       {"target-gain", "decimal_val { digits: -5 precision: 2 }", "-0.05"},
       {"target-gain", "decimal_val { digits: 7 precision: 18 }", "0.00"},
       {"target-gain", "string_val: '15.7'", "15.70"},
