@@ -235,7 +235,7 @@ class Usage(DeviceTest):
                 self.assertIn(reason, err)
 
     def test_what_it_is_not_for(self):
-        for arguments, message in ((["rpc"], "get, watch, set, unset and confirm"), (["map"], "get, set, unset and confirm"),
+        for arguments, message in ((["rpc"], "get, watch, set, unset and confirm"), (["map"], "get, watch, set, unset and confirm"),
                                    (["netconf"], "get, watch, set, unset and confirm"),
                                    (["get", "--device", self.folder], "give one of them"), (["get", "--trace"], "--trace"),
                                    (["get", "--timeout", "0"], "0"), (["set", BST2, "enabled"], "no value")):
