@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "printable.hpp"
-#include "rpc_error.hpp"
+#include "refusal.hpp"
 
 namespace ymap::telemetry {
 namespace {
@@ -25,8 +25,7 @@ Part part_of(::gnmi::GetRequest::DataType type) {
     default:
       break;
   }
-  throw RpcError({.tag = "invalid-value",
-                  .message = "type " + std::to_string(type) + " is none of ALL, CONFIG, STATE, OPERATIONAL"});
+  refuse_value("type " + std::to_string(type) + " is none of ALL, CONFIG, STATE, OPERATIONAL");
 }
 
 /// The latest time of what the part takes of the nodes; 0 if that is nothing.
@@ -56,9 +55,8 @@ void check_models(const Schema &schema,
                   const google::protobuf::RepeatedPtrField<::gnmi::ModelData> &use_models) {
   for (const auto &model : use_models)
     if (model.name() != schema.module_name())
-      throw RpcError({.tag = "operation-not-supported",
-                      .message = "model " + shortened(model.name()) + " is not served; there is " +
-                                 std::string(schema.module_name())});
+      refuse("operation-not-supported", "model " + shortened(model.name()) + " is not served; there is " +
+                                            std::string(schema.module_name()));
 }
 
 Echo echo_of(const ::gnmi::Path &prefix, const ::gnmi::Path &path) {
@@ -72,8 +70,7 @@ GetQuery::GetQuery(const Schema &schema, const ::gnmi::GetRequest &request)
     prefix_size_ = static_cast<std::size_t>(request.prefix().elem_size());
   check_models(schema, request.use_models());
   if (request.path_size() > kMostPaths)
-    throw RpcError(
-        {.tag = "too-big", .message = "a request has at most " + std::to_string(kMostPaths) + " paths"});
+    refuse("too-big", "a request has at most " + std::to_string(kMostPaths) + " paths");
   const auto add = [&](const ::gnmi::Path &path) {
     patterns_.emplace_back(schema, request.prefix(), path);
     echoes_.push_back(echo_of(request.prefix(), path));
@@ -100,9 +97,7 @@ GetQuery::GetQuery(const Schema &schema, const ::gnmi::GetRequest &request)
       auto below = trail;
       time = std::max(time, add_updates(below, own, reading.time, notification));
     });
-    if (notification.update().empty())
-      throw RpcError(
-          {.tag = "data-missing", .message = "there is no data there", .path = patterns_[at].text()});
+    if (notification.update().empty()) refuse("data-missing", "there is no data there", patterns_[at].text());
     notification.set_timestamp(time);
   }
   return response;

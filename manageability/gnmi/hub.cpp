@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "rpc_error.hpp"
+#include "refusal.hpp"
 
 namespace ymap::telemetry {
 namespace {
@@ -53,23 +53,21 @@ void Hub::receive(StreamId id, const ::gnmi::SubscribeRequest &request, Clock::t
   const auto found = streams_.find(id);
   if (found == streams_.end()) return;
   auto &stream = found->second;
-  const auto refuse = [](const std::string &message) {
-    throw RpcError({.tag = "invalid-value", .message = message});
-  };
   try {
     const bool polls = stream.wishes && stream.wishes->mode == ::gnmi::SubscriptionList::POLL;
     switch (request.request_case()) {
       case ::gnmi::SubscribeRequest::kSubscribe:
-        if (stream.wishes) refuse("the stream has its subscription already; open another stream for another");
+        if (stream.wishes)
+          refuse_value("the stream has its subscription already; open another stream for another");
         begin(id, stream, request.subscribe(), now);
         break;
       case ::gnmi::SubscribeRequest::kPoll:
-        if (!stream.wishes) refuse("a stream begins with a subscription");
-        if (!polls) refuse("the subscription is of mode STREAM or ONCE, and a poll is for mode POLL");
+        if (!stream.wishes) refuse_value("a stream begins with a subscription");
+        if (!polls) refuse_value("the subscription is of mode STREAM or ONCE, and a poll is for mode POLL");
         tell_once(stream, now);
         break;
       default:
-        refuse("the message holds neither a subscription nor a poll");
+        refuse_value("the message holds neither a subscription nor a poll");
     }
   } catch (const std::exception &error) {
     close(id, status_of(error));

@@ -6,14 +6,10 @@
 
 #include "data_parser.hpp"
 #include "printable.hpp"
-#include "rpc_error.hpp"
+#include "refusal.hpp"
 
 namespace ymap::telemetry {
 namespace {
-
-[[noreturn]] void refuse(const std::string &tag, const std::string &message, const std::string &path = {}) {
-  throw RpcError({.tag = tag, .message = message, .path = path});
-}
 
 /// Some clients escape a slash or bracket in a key, and send it as it was typed.
 std::string unescaped_key(std::string_view key) {
@@ -39,7 +35,7 @@ Pattern::Pattern(const Schema &schema, const ::gnmi::Path &prefix, const ::gnmi:
   for (const auto *part : {&prefix, &path}) {
     const auto &origin = part->origin();
     if (!origin.empty() && origin != "openconfig" && origin != schema.module_name())
-      refuse("invalid-value", "origin \"" + shortened(origin) + "\" is not known; there is \"openconfig\"");
+      refuse_value("origin \"" + shortened(origin) + "\" is not known; there is \"openconfig\"");
     add(*part);
   }
   check_against_schema();
@@ -47,8 +43,7 @@ Pattern::Pattern(const Schema &schema, const ::gnmi::Path &prefix, const ::gnmi:
 
 void Pattern::add(const ::gnmi::Path &path) {
   if (path.elem().empty() && path.element_size() > 0)
-    refuse("invalid-value",
-           "the path has nothing in its field elem; the deprecated field element is not read");
+    refuse_value("the path has nothing in its field elem; the deprecated field element is not read");
   for (const auto &elem : path.elem()) {
     if (steps_.size() == kMostSteps)
       refuse("too-big", "a path has more than " + std::to_string(kMostSteps) + " elements", text_);
@@ -80,7 +75,7 @@ Pattern::Step Pattern::step_of(const ::gnmi::PathElem &elem) const {
                text_);
       name.remove_prefix(colon + 1);
     }
-    if (name.empty()) refuse("invalid-value", "an element of the path has no name", text_);
+    if (name.empty()) refuse_value("an element of the path has no name", text_);
     step.name = name;
   }
   check_keys(elem, step);
@@ -94,8 +89,7 @@ void Pattern::check_keys(const ::gnmi::PathElem &elem, Step &step) const {
   const auto &[key_name, key] = *elem.key().begin();
   step.key_name = key_name.substr(key_name.find(':') + 1);
   if (!is_key(key))
-    refuse("invalid-value", "the key of element " + shortened(elem.name()) + " is empty or holds a zero byte",
-           text_);
+    refuse_value("the key of element " + shortened(elem.name()) + " is empty or holds a zero byte", text_);
   if (key != "*") step.key = unescaped_key(key);
 }
 

@@ -8,7 +8,7 @@
 #include "data_parser.hpp"
 #include "pattern.hpp"
 #include "printable.hpp"
-#include "rpc_error.hpp"
+#include "refusal.hpp"
 #include "value.hpp"
 #include "ymap_types.h"
 
@@ -16,10 +16,6 @@ namespace ymap::telemetry {
 namespace {
 
 using Json = google::protobuf::Value;
-
-[[noreturn]] void refuse(const std::string &tag, const std::string &message, const std::string &path) {
-  throw RpcError({.tag = tag, .message = message, .path = path});
-}
 
 /// More than the model has nodes for; a message of a megabyte could hold many times as many.
 constexpr int kMostOperations = 1000;
@@ -94,7 +90,7 @@ class EditBuilder {
     }
     const auto json = json_in(value, at);
     if (!json || !json->has_struct_value())
-      refuse("invalid-value", "the node holds others, so its value is one object in JSON", at);
+      refuse_value("the node holds others, so its value is one object in JSON", at);
     if (replaces && path.empty()) replace_everything();
     if (replaces && !path.empty()) {
       node->children.clear();
@@ -139,7 +135,7 @@ class EditBuilder {
   void add_member(EditNode &parent, const SchemaNode &schema, const Json &value, const std::string &path) {
     const auto at = step(path, schema_.module_name(), schema.name);
     if (schema.is_list()) {
-      if (!value.has_list_value()) refuse("invalid-value", "a list is an array of objects", at);
+      if (!value.has_list_value()) refuse_value("a list is an array of objects", at);
       for (const auto &entry : value.list_value().values()) add_entry(parent, schema, entry, at);
       return;
     }
@@ -154,13 +150,13 @@ class EditBuilder {
       node.operation = YMAP_OP_NONE;
       return;
     }
-    if (!value.has_struct_value()) refuse("invalid-value", "a container is an object", at);
+    if (!value.has_struct_value()) refuse_value("a container is an object", at);
     add_object(node, value.struct_value(), at);
   }
 
   void add_entry(EditNode &parent, const SchemaNode &list, const Json &entry, const std::string &path) {
     const auto &key_leaf = list.children.front();
-    if (!entry.has_struct_value()) refuse("invalid-value", "a list is an array of objects", path);
+    if (!entry.has_struct_value()) refuse_value("a list is an array of objects", path);
     const auto &fields = entry.struct_value().fields();
     auto key = fields.find(std::string(key_leaf.name));
     if (key == fields.end())

@@ -5,25 +5,21 @@
 #include <limits>
 #include <utility>
 
-#include "rpc_error.hpp"
+#include "refusal.hpp"
 
 namespace ymap::telemetry {
 namespace {
 
 using std::chrono::nanoseconds;
 
-[[noreturn]] void refuse(const std::string &message, const std::string &path = {}) {
-  throw RpcError({.tag = "invalid-value", .message = message, .path = path});
-}
-
 /// Of a field in nanoseconds; 0 stays 0.
 nanoseconds interval_of(uint64_t value, const char *field, const std::string &path) {
   constexpr auto longest = static_cast<uint64_t>(nanoseconds(std::chrono::hours(24 * 366)).count());
   const auto shortest = static_cast<uint64_t>(kShortestInterval.count());
   if (value != 0 && value < shortest)
-    refuse(std::string(field) + " " + std::to_string(value) + " ns is shorter than the shortest, " +
-               std::to_string(shortest) + " ns",
-           path);
+    refuse_value(std::string(field) + " " + std::to_string(value) + " ns is shorter than the shortest, " +
+                     std::to_string(shortest) + " ns",
+                 path);
   return nanoseconds(static_cast<int64_t>(std::min(value, longest)));
 }
 
@@ -40,12 +36,11 @@ SubscriptionWishes::SubscriptionWishes(const Schema &schema, const ::gnmi::Subsc
                                        bool is_told)
     : mode(list.mode()), encoding(supported(list.encoding())), updates_only(list.updates_only()) {
   if (!::gnmi::SubscriptionList::Mode_IsValid(mode))
-    refuse("mode " + std::to_string(mode) + " is none of STREAM, ONCE, POLL");
+    refuse_value("mode " + std::to_string(mode) + " is none of STREAM, ONCE, POLL");
   check_models(schema, list.use_models());
-  if (list.subscription().empty()) refuse("the list holds no subscription");
+  if (list.subscription().empty()) refuse_value("the list holds no subscription");
   if (list.subscription_size() > kMostPaths)
-    throw RpcError(
-        {.tag = "too-big", .message = "a list has at most " + std::to_string(kMostPaths) + " subscriptions"});
+    refuse("too-big", "a list has at most " + std::to_string(kMostPaths) + " subscriptions");
   for (const auto &one : list.subscription()) add(schema, list.prefix(), one, is_told);
 }
 
@@ -93,8 +88,9 @@ void SubscriptionWishes::add(const Schema &schema, const ::gnmi::Path &prefix,
       break;
     }
     default:
-      refuse("mode " + std::to_string(subscription.mode()) + " is none of TARGET_DEFINED, ON_CHANGE, SAMPLE",
-             path);
+      refuse_value(
+          "mode " + std::to_string(subscription.mode()) + " is none of TARGET_DEFINED, ON_CHANGE, SAMPLE",
+          path);
   }
 }
 

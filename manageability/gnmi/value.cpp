@@ -16,16 +16,12 @@
 #include "data_writer.hpp"
 #include "json.hpp"
 #include "printable.hpp"
-#include "rpc_error.hpp"
+#include "refusal.hpp"
 
 namespace ymap::telemetry {
 namespace {
 
 using Type = SchemaNode::Type;
-
-[[noreturn]] void refuse(const std::string &message, const std::string &path) {
-  throw RpcError({.tag = "invalid-value", .message = message, .path = path});
-}
 
 std::string qualified(const Schema &schema, std::string_view name) {
   return std::string(schema.module_name()).append(":").append(name);
@@ -133,17 +129,19 @@ std::string rounded(double number, int fraction_digits) {
 
 std::string number_text(const Schema &schema, const SchemaNode &leaf, double number,
                         const std::string &path) {
-  if (!std::isfinite(number)) refuse("leaf " + std::string(leaf.name) + " takes finite numbers only", path);
+  if (!std::isfinite(number))
+    refuse_value("leaf " + std::string(leaf.name) + " takes finite numbers only", path);
   const bool is_whole = std::nearbyint(number) == number;
   if (leaf.type != Type::decimal && !(leaf.type == Type::unsigned_integer && is_whole))
-    refuse(
+    refuse_value(
         "leaf " + std::string(leaf.name) + " does not take the number " + rounded(number, is_whole ? 0 : 6),
         path);
   return checked_value(schema, &leaf, rounded(number, leaf.fraction_digits), path);
 }
 
 std::string bool_text(const SchemaNode &leaf, bool value, const std::string &path) {
-  if (leaf.type != Type::boolean) refuse("leaf " + std::string(leaf.name) + " does not take a boolean", path);
+  if (leaf.type != Type::boolean)
+    refuse_value("leaf " + std::string(leaf.name) + " does not take a boolean", path);
   return value ? "true" : "false";
 }
 
@@ -151,7 +149,7 @@ std::string bool_text(const SchemaNode &leaf, bool value, const std::string &pat
 std::string whole_text(const Schema &schema, const SchemaNode &leaf, const std::string &digits,
                        const std::string &path) {
   if (leaf.type != Type::decimal && leaf.type != Type::unsigned_integer)
-    refuse("leaf " + std::string(leaf.name) + " does not take the number " + digits, path);
+    refuse_value("leaf " + std::string(leaf.name) + " does not take the number " + digits, path);
   return checked_value(schema, &leaf, digits, path);
 }
 
@@ -159,9 +157,9 @@ std::string decimal_text(const Schema &schema, const SchemaNode &leaf, const ::g
                          const std::string &path) {
   constexpr uint32_t most_digits = 18;  // of a decimal64
   if (decimal.precision() > most_digits)
-    refuse("a decimal has at most 18 digits behind the point, and this one " +
-               std::to_string(decimal.precision()),
-           path);
+    refuse_value("a decimal has at most 18 digits behind the point, and this one " +
+                     std::to_string(decimal.precision()),
+                 path);
   int64_t digits = decimal.digits();
   auto precision = decimal.precision();
   int64_t last = 0;  // of those that were cut
@@ -192,9 +190,8 @@ Encoding supported(::gnmi::Encoding encoding) {
       break;
   }
   const auto &name = ::gnmi::Encoding_Name(encoding);
-  throw RpcError({.tag = "operation-not-supported",
-                  .message = "encoding " + (name.empty() ? std::to_string(encoding) : name) +
-                             " is not supported; there are JSON, JSON_IETF and PROTO"});
+  refuse("operation-not-supported", "encoding " + (name.empty() ? std::to_string(encoding) : name) +
+                                        " is not supported; there are JSON, JSON_IETF and PROTO");
 }
 
 bool write_value(const Schema &schema, const DataNode &node, Part part, Encoding encoding,
@@ -231,7 +228,7 @@ std::optional<google::protobuf::Value> json_in(const ::gnmi::TypedValue &value, 
   google::protobuf::Value json;
   const auto status =
       google::protobuf::util::JsonStringToMessage(is_ietf ? value.json_ietf_val() : value.json_val(), &json);
-  if (!status.ok()) refuse("the value is no JSON: " + shortened(status.ToString()), path);
+  if (!status.ok()) refuse_value("the value is no JSON: " + shortened(status.ToString()), path);
   return json;
 }
 
@@ -246,7 +243,7 @@ std::string leaf_value(const Schema &schema, const SchemaNode &leaf, const googl
     case Json::kStringValue:
       return checked_value(schema, &leaf, value.string_value(), path);
     default:
-      refuse("leaf " + std::string(leaf.name) + " takes one value, no object, array or null", path);
+      refuse_value("leaf " + std::string(leaf.name) + " takes one value, no object, array or null", path);
   }
 }
 
@@ -272,11 +269,11 @@ std::string leaf_value(const Schema &schema, const SchemaNode &leaf, const ::gnm
     case Value::kDecimalVal:
       return decimal_text(schema, leaf, value.decimal_val(), path);
     case Value::VALUE_NOT_SET:
-      refuse("the value is missing", path);
+      refuse_value("the value is missing", path);
     default:
-      refuse("leaf " + std::string(leaf.name) +
-                 " takes JSON or a scalar: no bytes, leaf-list, Any or protobuf message",
-             path);
+      refuse_value("leaf " + std::string(leaf.name) +
+                       " takes JSON or a scalar: no bytes, leaf-list, Any or protobuf message",
+                   path);
   }
 }
 
